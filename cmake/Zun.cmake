@@ -1,0 +1,43 @@
+# Settings that every target shares, and the two ways in which targets are declared.
+
+set(CMAKE_CXX_STANDARD 20)
+set(CMAKE_CXX_STANDARD_REQUIRED ON)
+set(CMAKE_CXX_EXTENSIONS OFF)
+set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
+
+option(ZUN_FUZZ "Build the fuzzers (needs clang)" OFF)
+set(ZUN_SANITIZE "" CACHE STRING "Sanitizers to build with, as the compiler names them: address,undefined or thread")
+
+find_program(ZUN_CCACHE ccache)
+if(ZUN_CCACHE)
+    set(CMAKE_CXX_COMPILER_LAUNCHER ${ZUN_CCACHE})
+endif()
+find_program(ZUN_MOLD mold)
+if(ZUN_MOLD)
+    add_link_options(-fuse-ld=mold)
+endif()
+
+add_compile_options(-Wall -Wextra -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Werror -fno-omit-frame-pointer)
+add_compile_definitions(SQLITE_ENABLE_COLUMN_METADATA=1)
+if(ZUN_SANITIZE)
+    add_compile_options(-fsanitize=${ZUN_SANITIZE})
+    add_link_options(-fsanitize=${ZUN_SANITIZE})
+endif()
+
+# zun_library(<name> SOURCES ... LINKS ...): one room. Includes are written from src/.
+function(zun_library name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LINKS" ${ARGN})
+    add_library(${name} STATIC ${ARG_SOURCES})
+    target_include_directories(${name} PUBLIC ${CMAKE_SOURCE_DIR}/src)
+    target_link_libraries(${name} PUBLIC ${ARG_LINKS})
+endfunction()
+
+# zun_test(<name> SOURCES ... LINKS ...): one test program, run by ctest. Tests write only below their own build folder.
+function(zun_test name)
+    cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;ENVIRONMENT" ${ARGN})
+    add_executable(${name} ${ARG_SOURCES})
+    target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
+    target_link_libraries(${name} PRIVATE ${ARG_LINKS} GTest::gmock GTest::gtest_main)
+    add_test(NAME ${name} COMMAND ${name})
+    set_tests_properties(${name} PROPERTIES TIMEOUT 300 ENVIRONMENT "QT_QPA_PLATFORM=offscreen;${ARG_ENVIRONMENT}")
+endfunction()

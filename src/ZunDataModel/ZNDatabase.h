@@ -1,0 +1,98 @@
+#pragma once
+
+// The one store of reminders: SQLite in WAL mode. Every operation may be called from any thread. Writes run in order on the store's
+// own serial queue and call their block there after the change is durable (synchronous=FULL); a write that fails calls the failure
+// handler instead of its block and changes nothing. Fetches run on the caller's thread over a small pool of read connections and see
+// every write whose block has run. The store opens on construction; it posts the four change notifications, for other processes'
+// changes too once watchForChanges() was called.
+
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "ZunDataModel/StoreHealth.h"
+#include "ZunDataModel/ZNReminderObject.h"
+#include "platform/foundation/Dispatch.h"
+#include "platform/foundation/Environment.h"
+#include "platform/foundation/NSNotificationCenter.h"
+#include "platform/foundation/NSPredicate.h"
+
+namespace zun {
+
+inline constexpr std::string_view ZNReminderObjectAddedNotification = "com.zunlabs.ZNReminderObjectAddedNotification";
+inline constexpr std::string_view ZNReminderObjectUpdatedNotification = "com.zunlabs.ZNReminderObjectUpdatedNotification";
+inline constexpr std::string_view ZNReminderObjectRemovedNotification = "com.zunlabs.ZNReminderObjectRemovedNotification";
+inline constexpr std::string_view ZNDatabaseDeDupedNotification = "com.zunlabs.ZNDatabaseDeDupedNotification";
+
+enum class ShouldUpdateDateModified { No, Yes };
+enum class SaveIfNotFound { No, Yes };
+enum class ReturnAsReminderObject { No, Yes };
+
+// What a fetch gives: objects, or only their number.
+struct FetchResult {
+    std::vector<ReminderPtr> reminders;
+    std::size_t count = 0;
+};
+
+class ZNDatabase {
+  public:
+    using ReminderBlock = std::function<void(const ReminderPtr&)>;
+    using RemindersBlock = std::function<void(const std::vector<ReminderPtr>&)>;
+
+    struct Collaborators {
+        Dispatch& dispatch;
+        NSNotificationCenter& notifications;
+        const Environment& environment;
+    };
+
+    // `folder` is made if it is missing. Throws nothing: a store that cannot be opened or written answers every write through
+    // onFailure and every fetch with what can be read; health() says why.
+    ZNDatabase(const std::filesystem::path& folder, Collaborators collaborators);
+    ~ZNDatabase();
+    ZNDatabase(const ZNDatabase&) = delete;
+    ZNDatabase& operator=(const ZNDatabase&) = delete;
+
+    // Gives the record a `reminderID` at once, on the caller's object, if it has none.
+    void addReminder(const ReminderPtr& reminder, ReminderBlock withCompletionBlock = {});
+    // An update of a record that is not stored writes nothing and still calls its block.
+    void updateReminder(const ReminderPtr& reminder, ShouldUpdateDateModified shouldupdateDateModified,
+                        ReminderBlock withCompletionBlock = {});
+    void removeReminder(const ReminderPtr& reminder, ReminderBlock withCompletionBlock = {});
+    // One commit each; no per-record notifications in this process.
+    void bulkUpdateReminders(std::vector<ReminderPtr> reminders, ShouldUpdateDateModified shouldupdateDateModified,
+                             SaveIfNotFound saveIfNotFound, RemindersBlock withCompletionBlock = {});
+    void bulkDeleteReminders(std::vector<ReminderPtr> reminders, RemindersBlock withCompletionBlock = {});
+    // Adds or replaces by `reminderID`, all in one commit; for import. Keeps every attribute as given.
+    void replaceReminders(std::vector<ReminderPtr> reminders, RemindersBlock withCompletionBlock = {});
+    // Writes `series` (adding or replacing it) and removes `copy` in one commit, so that no moment exists without either.
+    void replaceCopyWithSeries(const ReminderPtr& copy, const ReminderPtr& series, ReminderBlock withCompletionBlock = {});
+
+    // A null predicate takes every record. Empty, with a log line, for a predicate that names unknown attributes.
+    [[nodiscard]] FetchResult fetchRemindersForPredicate(const std::optional<NSPredicate>& predicate,
+                                                         const std::vector<NSSortDescriptor>& withSortDescriptors,
+                                                         ReturnAsReminderObject returnAsReminderObject) const;
+    // Leaves the record with the newest `modified_date`.
+    void deDupReminderWithID(const std::string& reminderID);
+    // Deletes everything, after a dated backup.
+    void clearRemindersFromStore(std::function<void()> completion = {});
+
+    // Runs on the store's queue for each write that failed.
+    void setFailureHandler(std::function<void(const StoreError&)> handler);
+    // What was found on opening.
+    [[nodiscard]] const StoreHealth& health() const;
+    // Blocks until every write submitted before has run its block.
+    void waitForWrites();
+    // Follows the change log of other processes until the store goes; posts their changes on the main queue.
+    void watchForChanges();
+    // Sees to other processes' changes now; what the watcher calls.
+    void readChangeLog();
+
+  private:
+    class Implementation;
+    std::unique_ptr<Implementation> _implementation;
+};
+
+}  // namespace zun

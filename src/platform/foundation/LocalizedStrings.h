@@ -1,0 +1,41 @@
+#pragma once
+
+// Texts by key. Each language is an ICU resource bundle that is linked into the program; a key missing in a language falls back to
+// English, never to the language of the process. Safe from any thread; a look-up takes well under a microsecond after the first.
+
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace zun {
+
+class LocalizedStrings {
+  public:
+    // Picks the best language that there is a table for, by the order of the preferred languages.
+    explicit LocalizedStrings(const std::vector<std::string>& preferredLanguages);
+    ~LocalizedStrings();
+    LocalizedStrings(const LocalizedStrings&) = delete;
+    LocalizedStrings& operator=(const LocalizedStrings&) = delete;
+
+    // The text of the key, or the key itself where no table has it.
+    [[nodiscard]] std::string string(std::string_view key) const;
+    // The same in a table of its own inside the language, such as "DateTools".
+    [[nodiscard]] std::string string(std::string_view key, std::string_view table) const;
+    // The language in use ("de"), and all there are.
+    [[nodiscard]] const std::string& language() const { return _language; }
+    [[nodiscard]] static std::vector<std::string> availableLanguages();
+    // Every key of the language's main table, sorted, without fallback.
+    [[nodiscard]] std::vector<std::string> keys() const;
+
+  private:
+    struct Bundles;
+    std::string _language;
+    std::unique_ptr<Bundles> _bundles;
+};
+
+// Fills the placeholders of a text: %@ and %1$@ take texts, %lu, %ld and %d numbers given as text, %% is a per cent sign. A
+// placeholder without an argument stays as it stands.
+[[nodiscard]] std::string stringWithFormat(std::string_view format, std::initializer_list<std::string_view> arguments);
+
+}  // namespace zun
