@@ -1,0 +1,1 @@
+#include "platform/foundation/ISO8601.h"
