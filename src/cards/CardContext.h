@@ -1,0 +1,36 @@
+#pragma once
+
+// What every card and stack is made with. A plain bundle of references to objects of the program, all of which outlive the cards.
+
+#include <QSizeF>
+#include <functional>
+
+#include "cards/CardTexts.h"
+#include "platform/foundation/Dispatch.h"
+#include "platform/foundation/NSNotificationCenter.h"
+#include "settings/ZNSettingsObject.h"
+#include "toolkit/Pictures.h"
+#include "toolkit/ZNAnimationGroup.h"
+
+namespace zun {
+
+struct CardContext {
+    Dispatch& dispatch;
+    NSNotificationCenter& notifications;
+    ZNSettingsObject& settings;
+    Pictures& pictures;
+    ZNAnimationTimeline& animations;
+    const CardTexts& texts;
+    // The client area of the window in logical pixels; 0 by 0 while there is none.
+    std::function<QSizeF()> windowSize;
+};
+
+// Posted with the reminder (ReminderPtr) as object when a round button is pressed, or observed by the stack.
+namespace CardNotifications {
+inline constexpr std::string_view checklistRequested = "com.zunlabs.ZNChecklistRequestedNotification";
+inline constexpr std::string_view shareControllerRequested = "com.zunlabs.ZNShareControllerRequested";
+inline constexpr std::string_view disableMenuActions = "com.zunlabs.ZNDisableCardControllerMenuActionsNotification";
+inline constexpr std::string_view enableMenuActions = "com.zunlabs.ZNEnableCardControllerMenuActionsNotification";
+}  // namespace CardNotifications
+
+}  // namespace zun

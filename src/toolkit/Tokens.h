@@ -1,0 +1,84 @@
+#pragma once
+
+// The one place for colours, measures and durations of the interface. Colours are 0xAARRGGBB, measures logical pixels.
+
+#include <QRgb>
+#include <chrono>
+
+namespace zun::tokens {
+
+using std::chrono::milliseconds;
+
+// The ground behind everything, top to bottom, and the toolbar over it.
+inline constexpr QRgb groundTop = 0xff6c5f95;
+inline constexpr QRgb groundMiddle = 0xff4b3d74;
+inline constexpr QRgb groundBottom = 0xff35274f;
+inline constexpr QRgb toolbarGround = 0xa628113f;  // 0.65 of #28113F
+
+// Text on the ground; the third only for what may be overlooked.
+inline constexpr QRgb groundText = 0xffffffff;
+inline constexpr QRgb groundTextSecondary = 0xffcec8e6;
+inline constexpr QRgb groundTextTertiary = 0xffa8a3be;
+
+// The card.
+inline constexpr QRgb cardGround = 0xffffffff;
+inline constexpr QRgb cardTitle = 0xff333333;
+inline constexpr QRgb cardNotes = 0xff5c5769;
+inline constexpr QRgb cardPlaceholder = 0xffa8a8a8;
+inline constexpr QRgb cardLink = 0xff6247a8;
+inline constexpr QRgb cardFooter = 0xff7a739a;
+inline constexpr QRgb cardDivider = 0x2effffff;     // white, 0.18
+inline constexpr QRgb cardFooterEdge = 0x1f2f2a45;  // where the footer's shadow is deepest
+inline constexpr QRgb roundButtonGround = 0xfff1f1f1;
+inline constexpr double footerIconAlpha = 0.92;
+
+inline constexpr double cardRadius = 5;
+inline constexpr double cardFooterRadius = 10;
+inline constexpr double roundButtonRadius = 18;
+inline constexpr double cardShadowAlpha = 0.35;
+inline constexpr double cardShadowOffset = 6;
+inline constexpr double cardShadowBlur = 6;
+inline constexpr double cardGlowAlpha = 0.10;  // the wide, faint shadow that makes the card float
+inline constexpr double cardGlowBlur = 24;
+inline constexpr double cardTiltDegrees = 3;  // at the most, while it is pushed aside
+
+// How late a date is: as stated for dots and glows, and dark enough to be read as small text on white.
+inline constexpr QRgb latenessAhead = 0xff99c16a;
+inline constexpr QRgb latenessToday = 0xfffce57d;
+inline constexpr QRgb latenessYesterday = 0xffff955b;
+inline constexpr QRgb latenessOlder = 0xffe03b3b;
+inline constexpr QRgb latenessAheadText = 0xff4d7a26;
+inline constexpr QRgb latenessTodayText = 0xff8a6a0a;
+inline constexpr QRgb latenessYesterdayText = 0xffb4521a;
+inline constexpr QRgb latenessOlderText = 0xffc02c2c;
+inline constexpr QRgb latenessNoneText = 0xff736c8c;
+
+// States of everything that can be pressed.
+inline constexpr double hoverLighten = 0.06;
+inline constexpr double pressedDarken = 0.08;
+inline constexpr double disabledAlpha = 0.40;
+inline constexpr QRgb focusRing = 0xffb7a8d9;
+inline constexpr double focusRingWidth = 2;
+inline constexpr double focusRingGap = 1;
+
+// Lines of text, as multiples of the font's size.
+inline constexpr double titleLineHeight = 1.2;
+inline constexpr double notesLineHeight = 1.45;
+inline constexpr double capsKerning = 2;
+
+inline constexpr int minimumHitSize = 32;
+inline constexpr int minimumTouchSize = 44;
+
+// Motion.
+inline constexpr milliseconds renderDuration{250};
+inline constexpr milliseconds skipDuration{250};
+inline constexpr milliseconds flyOutDuration{350};
+inline constexpr milliseconds restoreDuration{350};
+inline constexpr milliseconds renderDelay{50};
+inline constexpr milliseconds shakePass{70};
+inline constexpr milliseconds reducedFade{80};  // what is left of a render where nothing may move
+// A gesture of a device without phases ends when it has rested for this long. Longer feels sticky, shorter cuts slow turns in two.
+inline constexpr milliseconds wheelRest{150};
+inline constexpr std::chrono::microseconds frame{16667};
+
+}  // namespace zun::tokens
