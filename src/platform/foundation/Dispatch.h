@@ -1,7 +1,8 @@
 #pragma once
 
-// The one source of queues, timers, delays and threads. Two implementations: SystemDispatch (a pool of threads; the main queue is
-// whatever loop the program has) and SimulatedDispatch (one thread, virtual time, an order drawn from a seed).
+// The one source of queues, timers, delays and threads. Two implementations: SystemDispatch (a pool of threads; the
+// main queue is whatever loop the program has) and SimulatedDispatch (one thread, virtual time, an order drawn from a
+// seed).
 
 #include <chrono>
 #include <functional>
@@ -15,8 +16,8 @@ using Block = std::function<void()>;
 // The platform's numbers for its quality of service classes.
 enum class QualityOfService { Background = 9, Utility = 17, Default = 21, UserInitiated = 25 };
 
-// A place where blocks run. A serial queue runs one block at a time in the order of submission; a concurrent one makes no promise.
-// Destroying the last reference lets blocks already submitted run to their end.
+// A place where blocks run. A serial queue runs one block at a time in the order of submission; a concurrent one makes
+// no promise. Destroying the last reference lets blocks already submitted run to their end.
 class DispatchQueue {
   public:
     virtual ~DispatchQueue() = default;
@@ -37,8 +38,9 @@ class Dispatch {
     [[nodiscard]] virtual DispatchQueuePtr concurrent(QualityOfService quality) = 0;
     // Time that never jumps, for delays and measuring.
     [[nodiscard]] virtual std::chrono::microseconds uptime() const = 0;
-    // Blocks the calling thread until the condition holds; the condition is tested again after each notify(). The simulated form
-    // runs its queues meanwhile. Must not be called inside a block of a queue that the condition waits for.
+    // Blocks the calling thread until the condition holds; the condition is tested again after each notify(). The
+    // simulated form runs its queues meanwhile. Must not be called inside a block of a queue that the condition waits
+    // for.
     virtual void waitUntil(const std::function<bool()>& condition) = 0;
     virtual void notify() = 0;
 };

@@ -1,6 +1,7 @@
 #pragma once
 
-// Observing single keys of an object. Changes are told after they have happened, on the changing thread, with no lock held.
+// Observing single keys of an object. Changes are told after they have happened, on the changing thread, with no lock
+// held.
 
 #include <atomic>
 #include <functional>
@@ -24,7 +25,7 @@ class KeyValueObservable {
     // A copy starts without observers.
     KeyValueObservable(const KeyValueObservable&) {}
     KeyValueObservable& operator=(const KeyValueObservable&) { return *this; }
-    ~KeyValueObservable() = default;
+    ~KeyValueObservable();
 
     void didChangeValueForKey(std::string_view key);
     // True if anyone listens; lets a setter skip the work of comparing.
@@ -32,8 +33,10 @@ class KeyValueObservable {
 
   private:
     struct Observers;
-    std::shared_ptr<Observers> observers();
-    std::atomic<std::shared_ptr<Observers>> _observers;
+    using Shared = std::shared_ptr<Observers>;
+    Shared observers();
+    // Made by the first observer, so that the many objects that nobody observes carry one null pointer.
+    std::atomic<Shared*> _observers{nullptr};
 };
 
 }  // namespace zun

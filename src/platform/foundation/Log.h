@@ -3,6 +3,7 @@
 // The platform's log: plain lines on standard error, no levels. A line is written whole, whatever thread it comes from.
 
 #include <functional>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -19,7 +20,7 @@ class ScopedLogSink {
     ScopedLogSink& operator=(const ScopedLogSink&) = delete;
 
   private:
-    std::function<void(std::string_view)> _previous;
+    std::shared_ptr<const std::function<void(std::string_view)>> _previous;
 };
 
 }  // namespace zun

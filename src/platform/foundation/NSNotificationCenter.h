@@ -1,7 +1,8 @@
 #pragma once
 
-// Notifications by name. Posting is synchronous: observers run on the posting thread before post() returns. Safe from any thread;
-// no lock is held while observers run. An observer that goes away during a posting may still be called once by it.
+// Notifications by name. Posting is synchronous: observers run on the posting thread before post() returns. Safe from
+// any thread; no lock is held while observers run. An observer that goes away during a posting may still be called once
+// by it.
 
 #include <any>
 #include <functional>
