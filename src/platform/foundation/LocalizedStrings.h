@@ -1,8 +1,10 @@
 #pragma once
 
 // Texts by key. Each language is an ICU resource bundle that is linked into the program; a key missing in a language falls back to
-// English, never to the language of the process. Safe from any thread; a look-up takes well under a microsecond after the first.
+// English, never to the language of the process. Immutable, so safe from any thread; a look-up takes well under a microsecond and
+// never touches a file.
 
+#include <initializer_list>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -12,7 +14,8 @@ namespace zun {
 
 class LocalizedStrings {
   public:
-    // Picks the best language that there is a table for, by the order of the preferred languages.
+    // Picks the best language that there is a table for, by the order of the preferred languages ("de-AT" is served by "de").
+    // English if there is none for any of them.
     explicit LocalizedStrings(const std::vector<std::string>& preferredLanguages);
     ~LocalizedStrings();
     LocalizedStrings(const LocalizedStrings&) = delete;
@@ -25,8 +28,9 @@ class LocalizedStrings {
     // The language in use ("de"), and all there are.
     [[nodiscard]] const std::string& language() const { return _language; }
     [[nodiscard]] static std::vector<std::string> availableLanguages();
-    // Every key of the language's main table, sorted, without fallback.
+    // Every key of the language's main table, sorted, without fallback; or of a table of its own inside it.
     [[nodiscard]] std::vector<std::string> keys() const;
+    [[nodiscard]] std::vector<std::string> keys(std::string_view table) const;
 
   private:
     struct Bundles;
@@ -34,8 +38,8 @@ class LocalizedStrings {
     std::unique_ptr<Bundles> _bundles;
 };
 
-// Fills the placeholders of a text: %@ and %1$@ take texts, %lu, %ld and %d numbers given as text, %% is a per cent sign. A
-// placeholder without an argument stays as it stands.
+// Fills the placeholders of a text: %@ takes texts; %lu, %ld and %d take numbers given as text; %2$@ and the like name their
+// argument; %% is a per cent sign. A placeholder without an argument stays as it stands, as does any other text after "%".
 [[nodiscard]] std::string stringWithFormat(std::string_view format, std::initializer_list<std::string_view> arguments);
 
 }  // namespace zun
