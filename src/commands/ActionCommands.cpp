@@ -1,0 +1,78 @@
+#include <fmt/format.h>
+
+#include "commands/Commands.h"
+#include "platform/foundation/ISO8601.h"
+
+namespace zun {
+namespace {
+
+// Prints the record as the store has it after everything that was started is durable.
+int printSettled(CommandContext& context, const std::string& reminderID) {
+    context.manager.waitUntilSettled();
+    const auto reminder = context.fetch(reminderID);
+    if (!reminder) return context.fail(fmt::format("The reminder {} could not be written.", reminderID));
+    context.printRecord(*reminder);
+    return ExitStatus::done;
+}
+
+}  // namespace
+
+int completeCommand(CommandContext& context, const std::string& reminderID) {
+    const auto reminder = context.find(reminderID);
+    if (!reminder) return ExitStatus::notPossible;
+    if (reminder->completed_date()) return context.fail("The reminder is completed already.");
+    std::string completedID = reminderID;
+    context.manager.completeReminder(reminder, [&](const ReminderPtr& completed) {
+        completedID = completed->reminderID().value_or(reminderID);
+    });
+    return printSettled(context, completedID);
+}
+
+int uncompleteCommand(CommandContext& context, const std::string& reminderID) {
+    const auto reminder = context.find(reminderID);
+    if (!reminder) return ExitStatus::notPossible;
+    if (!reminder->completed_date()) return context.fail("The reminder is not completed.");
+    const bool isCopy = reminder->repeat_type() != RepeatType::none;
+    context.manager.undoCompletionForReminder(reminder);
+    return printSettled(context, isCopy ? reminderID.substr(0, reminderID.find('+')) : reminderID);
+}
+
+int snoozeCommand(CommandContext& context, const std::string& reminderID, const std::optional<std::string>& until) {
+    OptionalDate date;
+    if (until && !(date = dateFromISO8601(*until, *context.environment.timeZone()))) {
+        return context.fail(fmt::format("\"{}\" is not a date.", *until));
+    }
+    const auto reminder = context.find(reminderID);
+    if (!reminder) return ExitStatus::notPossible;
+    if (reminder->completed_date()) return context.fail("The reminder is completed.");
+    context.manager.snoozeReminder(reminder, date);
+    return printSettled(context, reminderID);
+}
+
+int unsnoozeCommand(CommandContext& context, const std::string& reminderID) {
+    const auto reminder = context.find(reminderID);
+    if (!reminder) return ExitStatus::notPossible;
+    if (!reminder->onGetIsSnoozed()) return context.fail("The reminder is not snoozed.");
+    context.manager.undoSnoozeForReminder(reminder);
+    return printSettled(context, reminderID);
+}
+
+int skipCommand(CommandContext& context) {
+    auto deck = context.manager.fetchAllActiveRemindersWithDefaultSort(true);
+    if (deck.size() < 2) return context.fail("There is no other card to skip to.");
+    std::rotate(deck.begin(), deck.begin() + 1, deck.end());
+    const auto skippedID = deck.back()->reminderID().value_or("");
+    context.manager.bulkSortAndUpdate(deck, ShouldSyncWithiCloud::Yes);
+    return printSettled(context, skippedID);
+}
+
+int deleteCommand(CommandContext& context, const std::string& reminderID) {
+    const auto reminder = context.find(reminderID);
+    if (!reminder) return ExitStatus::notPossible;
+    context.manager.deleteReminder(reminder, ShouldSyncWithiCloud::Yes);
+    context.manager.waitUntilSettled();
+    context.printRecord(*reminder);
+    return ExitStatus::done;
+}
+
+}  // namespace zun

@@ -1,0 +1,38 @@
+#include "commands/CommandContext.h"
+
+#include <fmt/format.h>
+
+#include <boost/json/serialize.hpp>
+
+#include "text/RecordJSON.h"
+
+namespace zun {
+
+int CommandContext::fail(std::string_view sentence, int status) {
+    err += fmt::format("zunctl: {}\n", sentence);
+    return status;
+}
+
+void CommandContext::print(std::string_view line) {
+    out += line;
+    out += '\n';
+}
+
+void CommandContext::printJSON(const boost::json::value& value) { print(boost::json::serialize(value)); }
+
+void CommandContext::printRecord(const ZNReminderObject& reminder) {
+    if (json) return printJSON(jsonFromRecord(reminder.attributes()));
+    print(fmt::format("{}  {}", reminder.reminderID().value_or(""), helper.subtitleStringForReminder(reminder)));
+    print(helper.reminderAsString(reminder));
+}
+
+ReminderPtr CommandContext::fetch(const std::string& reminderID) { return manager.fetchReminderWithReminderID(reminderID); }
+
+ReminderPtr CommandContext::find(const std::string& reminderID) {
+    auto reminder = fetch(reminderID);
+    if (reminder && !reminder->shouldDeleteRemote().value_or(false)) return reminder;
+    fail(fmt::format("There is no reminder {}.", reminderID));
+    return nullptr;
+}
+
+}  // namespace zun
