@@ -4,9 +4,9 @@
 // in which they were submitted. Made on that thread once the application object stands; blocks that are still waiting when that object
 // is destroyed are dropped. Any thread may submit.
 
-#include <QPointer>
-
 #include "platform/foundation/Dispatch.h"
+
+class QObject;
 
 namespace zun {
 

@@ -8,6 +8,9 @@
 
 namespace zun {
 
+// Lets assistive technology see our widgets; done by the first of them.
+void installAccessibility();
+
 class ZNView : public QWidget {
     Q_OBJECT
   public:
