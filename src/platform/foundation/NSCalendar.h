@@ -1,8 +1,10 @@
 #pragma once
 
-// The calendar arithmetic that the logic calls: proleptic Gregorian, over one time zone, with ICU underneath. A value class,
-// cheap to make: the ICU calendar is cached per thread, zone and locale. Wall-clock times that a gap skips come out later by the
-// gap's length ("02:30" reads 03:30); of repeated ones the first is meant, unless an operation says otherwise.
+// The calendar arithmetic that the logic calls: proleptic Gregorian, over one time zone. ICU counts in wall-clock time,
+// and the zone alone turns that into instants, so one rule holds for every operation: a wall-clock time that a gap
+// skips comes out later by the gap's length ("02:30" reads 03:30), and of repeated ones the first is meant, unless an
+// operation says otherwise. A value class, cheap to make: ICU's calendar is cached per thread and locale. Fractions of
+// a second are kept, save where an operation sets the second. Results beyond what NSDate can say come out at its ends.
 
 #include <memory>
 #include <optional>
@@ -18,9 +20,9 @@ enum class NSCalendarUnit { None, Year, Month, WeekOfYear, Day, Hour, Minute, Se
 
 // How a search treats a wall-clock time that does not exist on a day.
 enum class NSCalendarOptions {
-    MatchNextTime,                                 // the first existing time after it
-    MatchNextTimePreservingSmallerUnits,           // later by the gap's length
-    MatchPreviousTimePreservingSmallerUnits,       // earlier by the gap's length
+    MatchNextTime,                            // the first existing time after it
+    MatchNextTimePreservingSmallerUnits,      // later by the gap's length
+    MatchPreviousTimePreservingSmallerUnits,  // earlier by the gap's length
 };
 
 // Fields that are absent take no part in a search or an addition.
@@ -39,20 +41,26 @@ class NSCalendar {
     [[nodiscard]] int firstWeekday() const { return _firstWeekday; }
     [[nodiscard]] const NSTimeZone& timeZone() const { return *_zone; }
 
-    // All fields of the date, filled.
+    // All fields of the date, filled. Weeks follow firstWeekday() and the locale's minimum of days in the first week.
     [[nodiscard]] NSDateComponents components(NSDate date) const;
     // 1 Sunday to 7 Saturday.
     [[nodiscard]] int weekday(NSDate date) const;
-    // The instant of these wall-clock fields; absent ones count as the first of their kind.
+    // The instant of these wall-clock fields; absent ones count as the first of their kind. A week of year decides only
+    // where month and day are absent. Fields beyond their range carry over: 32 January is 1 February.
     [[nodiscard]] NSDate dateFromComponents(const NSDateComponents& components) const;
 
-    // Plain calendar addition; a month or year step clamps to the last day of a shorter month.
+    // Plain calendar addition; a month or year step clamps to the last day of a shorter month. Days and longer units
+    // are added in wall-clock time, shorter ones as elapsed time; nothing added gives the date itself, also inside a
+    // repeated hour.
     [[nodiscard]] NSDate dateByAddingUnit(NSCalendarUnit unit, int value, NSDate date) const;
     // Adds year, month, week of year, day, then hour, minute and second as elapsed time.
     [[nodiscard]] NSDate dateByAddingComponents(const NSDateComponents& components, NSDate date) const;
 
-    // The first date strictly after `date` whose weekday (if given), hour, minute and second match.
-    [[nodiscard]] NSDate nextDateAfterDate(NSDate date, const NSDateComponents& matching, NSCalendarOptions options) const;
+    // The first date strictly after `date` whose weekday (if given), hour, minute and second match. Absent ones of the
+    // three count as 0, other fields take no part. A time that a gap skips on its day is matched as the option says,
+    // even if that falls on the day before or after.
+    [[nodiscard]] NSDate nextDateAfterDate(NSDate date, const NSDateComponents& matching,
+                                           NSCalendarOptions options) const;
     [[nodiscard]] NSDate dateBySettingHour(int hour, int minute, int second, NSDate ofDate) const;
     [[nodiscard]] NSDate startOfDayForDate(NSDate date) const;
 
@@ -63,7 +71,8 @@ class NSCalendar {
     // The start of the first weekend that begins after the date, by the locale's rule; empty if the locale has none.
     [[nodiscard]] OptionalDate nextWeekendStartDateAfterDate(NSDate date) const;
 
-    // Whole days (calendar days of 24 wall-clock hours) and remaining hours from one date to the other; negative backwards.
+    // Whole days (calendar days of 24 wall-clock hours) and remaining hours from one date to the other; negative
+    // backwards.
     struct DayHourDifference {
         long days;
         long hours;
