@@ -1,7 +1,7 @@
 #pragma once
 
-// The user's choices in memory: read from ZNUserDefaults once at creation, changed by the settings screen, written back by save().
-// The layout mode is not persisted; the window sets it. Observable by property name. Any thread.
+// The user's choices in memory: read from ZNUserDefaults once at creation, changed by the settings screen, written back
+// by save(). The layout mode is not persisted; the window sets it. Observable by property name. Any thread.
 
 #include <cstdint>
 #include <mutex>
@@ -57,7 +57,8 @@ class ZNSettingsObject final : public KeyValueObservable {
 
     // Writes the first-run values; the properties of this object stay as they are.
     void setDefaults();
-    // Writes what differs from what is stored.
+    // Writes what was changed here since it was last read, and takes over the rest, which another process may have
+    // changed.
     void save();
     // Takes over what another process has stored; a property changed here and not saved keeps its value.
     void reload();
@@ -68,6 +69,7 @@ class ZNSettingsObject final : public KeyValueObservable {
     template <typename T>
     void set(T Choices::*member, T value, std::string_view key);
     [[nodiscard]] Choices stored() const;
+    void takeOverStored();
 
     ZNUserDefaults& _defaults;
     LoginItem* _loginItem;

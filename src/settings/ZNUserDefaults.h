@@ -1,6 +1,7 @@
 #pragma once
 
-// The persisted keys, one getter and one setter each, over one suite. Each setter is durable when it returns; any thread.
+// The persisted keys, one getter and one setter each, over one suite. Each setter is durable when it returns; any
+// thread.
 
 #include <cstdint>
 #include <filesystem>
@@ -16,17 +17,28 @@ class ZNUserDefaults {
   public:
     static constexpr std::string_view suiteName = "Q4ZUNL8BSX.group.com.zunlabs.Zunreminder";
 
-    explicit ZNUserDefaults(const std::filesystem::path& configurationFolder) : _suite(configurationFolder, suiteName) {}
+    explicit ZNUserDefaults(const std::filesystem::path& configurationFolder)
+        : _suite(configurationFolder, suiteName) {}
 
-#define ZN_BOOLEAN(getter, setter, key)                                    \
-    [[nodiscard]] bool getter() const { return _suite.boolForKey(key); }   \
-    void setter(bool value) { _suite.setValue(key, value); }
-#define ZN_UNSIGNED(getter, setter, key)                                                       \
-    [[nodiscard]] std::uint64_t getter() const { return _suite.unsignedForKey(key); }          \
-    void setter(std::uint64_t value) { _suite.setValue(key, static_cast<std::int64_t>(value)); }
-#define ZN_OBJECT(type, read, getter, setter, key)                                        \
-    [[nodiscard]] std::optional<type> getter() const { return _suite.read(key); }         \
-    void setter(std::optional<type> value) {                                              \
+#define ZN_BOOLEAN(getter, setter, key) \
+    [[nodiscard]] bool getter() const { \
+        return _suite.boolForKey(key);  \
+    }                                   \
+    void setter(bool value) {           \
+        _suite.setValue(key, value);    \
+    }
+#define ZN_UNSIGNED(getter, setter, key)                        \
+    [[nodiscard]] std::uint64_t getter() const {                \
+        return _suite.unsignedForKey(key);                      \
+    }                                                           \
+    void setter(std::uint64_t value) {                          \
+        _suite.setValue(key, static_cast<std::int64_t>(value)); \
+    }
+#define ZN_OBJECT(type, read, getter, setter, key)                                                            \
+    [[nodiscard]] std::optional<type> getter() const {                                                        \
+        return _suite.read(key);                                                                              \
+    }                                                                                                         \
+    void setter(std::optional<type> value) {                                                                  \
         _suite.setValue(key, value ? std::optional<NSUserDefaults::Value>(*std::move(value)) : std::nullopt); \
     }
 
@@ -60,8 +72,12 @@ class ZNUserDefaults {
 #undef ZN_OBJECT
 
     // The file behind the keys, for watchers; reload() sees other processes' changes.
-    [[nodiscard]] const std::filesystem::path& file() const { return _suite.file(); }
-    bool reload() { return _suite.reload(); }
+    [[nodiscard]] const std::filesystem::path& file() const {
+        return _suite.file();
+    }
+    bool reload() {
+        return _suite.reload();
+    }
 
   private:
     NSUserDefaults _suite;
