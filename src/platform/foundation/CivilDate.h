@@ -3,7 +3,10 @@
 // Days of the proleptic Gregorian calendar by number, for arithmetic that must be quick. std::chrono's years end at
 // 32767, short of what NSDate can say.
 
+#include <chrono>
 #include <cstdint>
+
+#include "platform/foundation/NSTimeZone.h"
 
 namespace zun {
 
@@ -51,6 +54,16 @@ struct CivilDate {
 // 1 Sunday to 7 Saturday.
 [[nodiscard]] constexpr int weekdayOfDay(std::int64_t dayNumber) {
     return static_cast<int>(dayNumber + 4 - floorDivide(dayNumber + 4, 7) * 7) + 1;
+}
+
+// That time on that day; the ends of what can be said where it lies beyond.
+[[nodiscard]] constexpr LocalTime wallTime(std::int64_t dayNumber, std::chrono::microseconds timeOfDay) {
+    std::int64_t result = 0;
+    if (!__builtin_mul_overflow(dayNumber, std::int64_t{86'400'000'000}, &result) &&
+        !__builtin_add_overflow(result, timeOfDay.count(), &result)) {
+        return LocalTime{std::chrono::microseconds{result}};
+    }
+    return dayNumber < 0 ? LocalTime::min() : LocalTime::max();
 }
 
 }  // namespace zun

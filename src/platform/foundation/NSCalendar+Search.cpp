@@ -10,15 +10,18 @@ namespace {
 using std::chrono::days;
 using std::chrono::floor;
 using std::chrono::hours;
-using std::chrono::local_days;
 using std::chrono::milliseconds;
 using std::chrono::minutes;
 using std::chrono::seconds;
 
 using SkippedTime = NSTimeZone::SkippedTime;
 
+std::int64_t dayOf(LocalTime wall) {
+    return floor<days>(wall).time_since_epoch().count();
+}
+
 // The days that NSDate can say wholly, in every zone.
-constexpr auto lastDay = floor<days>(LocalTime::max()) - days{2};
+constexpr std::int64_t lastDay = floor<days>(LocalTime::max()).time_since_epoch().count() - 2;
 
 SkippedTime skippedTime(NSCalendarOptions options) {
     switch (options) {
@@ -36,14 +39,10 @@ seconds timeOfDay(int hour, int minute, int second) {
     return hours{std::clamp(hour, 0, 23)} + minutes{std::clamp(minute, 0, 59)} + seconds{std::clamp(second, 0, 59)};
 }
 
-int weekdayOfDay(local_days day) {
-    return zun::weekdayOfDay(day.time_since_epoch().count());
-}
-
 }  // namespace
 
 int NSCalendar::weekday(NSDate date) const {
-    return weekdayOfDay(floor<days>(_zone->localTime(date)));
+    return weekdayOfDay(dayOf(_zone->localTime(date)));
 }
 
 NSDate NSCalendar::nextDateAfterDate(NSDate date, const NSDateComponents& matching, NSCalendarOptions options) const {
@@ -51,29 +50,29 @@ NSDate NSCalendar::nextDateAfterDate(NSDate date, const NSDateComponents& matchi
     const int weekday = matching.weekday.value_or(0);
     const bool anyDay = weekday < 1 || weekday > 7;
     // From the day before: a time that is moved later out of a gap may cross midnight.
-    for (auto day = floor<days>(_zone->localTime(date)) - days{1}; day <= lastDay; day += days{1}) {
+    for (auto day = dayOf(_zone->localTime(date)) - 1; day <= lastDay; ++day) {
         if (!anyDay && weekdayOfDay(day) != weekday) continue;
-        const auto match = _zone->instant(day + time, skippedTime(options));
+        const auto match = _zone->instant(wallTime(day, time), skippedTime(options));
         if (match > date) return match;
     }
     return NSDate::max();
 }
 
 NSDate NSCalendar::dateBySettingHour(int hour, int minute, int second, NSDate ofDate) const {
-    return _zone->instant(floor<days>(_zone->localTime(ofDate)) + timeOfDay(hour, minute, second));
+    return _zone->instant(wallTime(dayOf(_zone->localTime(ofDate)), timeOfDay(hour, minute, second)));
 }
 
 NSDate NSCalendar::startOfDayForDate(NSDate date) const {
-    return _zone->instant(floor<days>(_zone->localTime(date)), SkippedTime::EndOfGap);
+    return _zone->instant(wallTime(dayOf(_zone->localTime(date)), seconds{0}), SkippedTime::EndOfGap);
 }
 
 OptionalDate NSCalendar::nextWeekendStartDateAfterDate(NSDate date) const {
     auto& calendar = ICUCalendar::forLocale(_localeIdentifier, _firstWeekday);
-    const auto today = floor<days>(_zone->localTime(date));
-    for (auto day = today; day <= std::min(today + days{7}, lastDay); day += days{1}) {
+    const auto today = dayOf(_zone->localTime(date));
+    for (auto day = today; day <= std::min(today + 7, lastDay); ++day) {
         const auto onset = calendar.weekendOnset(weekdayOfDay(day));
         if (!onset) continue;
-        const auto start = _zone->instant(day + milliseconds{*onset}, SkippedTime::EndOfGap);
+        const auto start = _zone->instant(wallTime(day, milliseconds{*onset}), SkippedTime::EndOfGap);
         if (start > date) return start;
     }
     return std::nullopt;

@@ -27,7 +27,8 @@ enum class NSCalendarOptions {
 
 // Fields that are absent take no part in a search or an addition.
 struct NSDateComponents {
-    std::optional<int> era, year, month, day, weekOfYear, yearForWeekOfYear, hour, minute, second, weekday;
+    std::optional<int> era{}, year{}, month{}, day{}, weekOfYear{}, yearForWeekOfYear{}, hour{}, minute{}, second{},
+        weekday{};
 };
 
 class NSCalendar {

@@ -1,0 +1,28 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+
+#include "platform/foundation/NSDate.h"
+#include "platform/foundation/NSTimeZone.h"
+
+namespace zun {
+
+// An instant, and what calendar and clock show at it in a zone.
+struct WallMoment {
+    NSDate date;
+    std::int64_t day;  // since 1970-01-01
+    std::chrono::microseconds timeOfDay;
+
+    [[nodiscard]] static WallMoment of(NSDate date, const NSTimeZone& zone) {
+        const auto wall = zone.localTime(date);
+        const auto day = std::chrono::floor<std::chrono::days>(wall);
+        return {date, day.time_since_epoch().count(), wall.time_since_epoch() - day.time_since_epoch()};
+    }
+
+    [[nodiscard]] std::chrono::seconds secondOfDay() const {
+        return std::chrono::floor<std::chrono::seconds>(timeOfDay);
+    }
+};
+
+}  // namespace zun
