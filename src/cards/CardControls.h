@@ -45,13 +45,11 @@ class CardControls {
   private:
     void followLinks(const CardFace& face);
 
-    Pictures& _pictures;
     ZNView& _card;
     ZNButton* _editButton;
     ZNSpokenText* _date;
     ZNSpokenText* _title;
     ZNSpokenText* _notes;
-    QString _dateName, _titleName, _notesName;
     ZNButton* _sharingButton;
     ZNButton* _checklistButton;
     ZNCardButtonFooter* _footer;

@@ -19,7 +19,7 @@ class CardSkin {
     [[nodiscard]] static QRectF reachOf(const QRectF& card) { return card.adjusted(-reach, -reach, reach, reach); }
 
     // Paints a card: the panel and, inside it, the picture, centred and cut to the panel's width. Positions are rounded to device
-    // pixels. The picture may be null.
+    // pixels. The picture may be null; a footer height of 0 makes a plain panel.
     void paint(QPainter& painter, const QRectF& card, double footerHeight, const QPixmap& picture, double scale);
     // The same as one picture of its own with the shadow, for drawing it turned.
     [[nodiscard]] QPixmap whole(QSizeF card, double footerHeight, const QPixmap& picture, double scale);

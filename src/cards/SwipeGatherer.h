@@ -10,14 +10,10 @@
 // Owned by the view that it reports to. Main thread.
 
 #include <QPointF>
-#include <functional>
 
 #include "cards/SwipeRecognizer.h"
 #include "platform/foundation/Dispatch.h"
 
-class QEventPoint;
-class QMouseEvent;
-class QTouchEvent;
 class QWheelEvent;
 
 namespace zun {
@@ -30,6 +26,8 @@ class SwipeSink {
     virtual ~SwipeSink() = default;
     virtual void swipeChanged(QPointF delta, DirectionInvertedFromDevice inverted, SwipePower power) = 0;
     virtual void swipeEnded(SwipePower power) = 0;
+    // It was a click and no swipe.
+    virtual void swipeAbandoned() = 0;
 };
 
 class SwipeGatherer {
@@ -44,14 +42,16 @@ class SwipeGatherer {
     void press(QPointF globalPosition);
     bool drag(QPointF globalPosition);
     bool release(QPointF globalPosition);
+    [[nodiscard]] bool isPressed() const { return _gesture == Gesture::Drag; }
 
     // Forgets the gesture under way; what still comes of it is ignored until it ends.
     void cancel();
 
   private:
-    enum class Gesture { None, Phases, Steps, Drag, Cancelled };
+    enum class Gesture { None, Phases, Steps, Drag, CancelledPhases, CancelledSteps };
 
-    void step(QPointF points, const QWheelEvent& event);
+    void step(const QWheelEvent& event);
+    void restSteps();
     void endSteps();
     [[nodiscard]] DirectionInvertedFromDevice direction(const QWheelEvent& event) const;
 

@@ -10,6 +10,7 @@
 #include <QString>
 #include <QUrl>
 #include <memory>
+#include <string_view>
 #include <vector>
 
 class QPainter;
@@ -26,7 +27,7 @@ struct TextStyle {
     double lineHeight = 1.2;  // of the font's size
     double kerning = 0;
     int lineLimit = 0;       // 0 for none
-    double heightLimit = 0;  // 0 for none; whole lines that begin below it are not laid out
+    double heightLimit = 0;  // 0 for none; lines that begin below it are not laid out
     bool findsLinks = false;
     QColor linkColor;
 };
@@ -51,7 +52,8 @@ class TextBlock {
     void paint(QPainter& painter, QPointF topLeft) const;
 
   private:
-    std::shared_ptr<QTextLayout> _layout;
+    std::shared_ptr<const TextStyle> _style;
+    std::vector<std::shared_ptr<QTextLayout>> _layouts;  // one a paragraph
     std::vector<Link> _links;
     double _height = 0;
     bool _isCut = false;

@@ -11,8 +11,9 @@
 // Owned by its parent widget. Main thread; deferred blocks do nothing once the stack has gone.
 
 #include <QMargins>
+#include <QPixmap>
 #include <QPointer>
-#include <QRegion>
+#include <map>
 #include <memory>
 #include <vector>
 
@@ -22,9 +23,13 @@
 #include "cards/ZNStackViewDelegate.h"
 #include "toolkit/ZNView.h"
 
+class QMouseEvent;
+class QTouchEvent;
+
 namespace zun {
 
 class CardSkin;
+class ZNButton;
 class ZNStackViewItem;
 
 class ZNStackView final : public ZNView, private SwipeSink {
@@ -62,32 +67,50 @@ class ZNStackView final : public ZNView, private SwipeSink {
     bool eventFilter(QObject* watched, QEvent* event) override;
 
   private:
-    friend class ZNStackViewItem;
     enum class Skipped { No, Yes };
 
     void swipeChanged(QPointF delta, DirectionInvertedFromDevice inverted, SwipePower power) override;
     void swipeEnded(SwipePower power) override;
+    void swipeAbandoned() override;
     [[nodiscard]] bool swipesAllowed() const;
 
+    // Answers whether it was dropped.
+    enum class Rendered { Yes, Dropped };
     void addViews();
-    void renderStack(bool animated, Skipped skipped, Block completion);
-    void placeItem(int index, int shown, Skipped skipped, const StackGeometry& geometry, ZNAnimationGroup& group);
+    Rendered renderStack(bool animated, Skipped skipped, Block completion);
+    void placeItem(int index, int shown, bool animated, Skipped skipped, const StackGeometry& geometry, ZNAnimationGroup& group);
     void finishRender(Skipped skipped, const Block& completion);
     void animateTopStackItemWithVerticalOffset(double offset, Block completion);
     void restoreTopCard();
-    void updateCardAtIndex(int index, double percentage);
-    void throwTopItem();
-    void setShouldRespondToActions(bool should);
+    [[nodiscard]] ZNStackViewItem& throwTopItem();
+    void allowActions(bool allowed);
+    [[nodiscard]] bool movesThings() const { return _context.animations.animations() != Animations::Reduced; }
 
     [[nodiscard]] QRectF stackBounds() const;
-    [[nodiscard]] ZNStackViewItem* topItem() const;
-    void placeWidgets();
+    [[nodiscard]] ZNStackViewItem* topItem() const { return _stackViews.empty() ? nullptr : _stackViews.front(); }
+    [[nodiscard]] QRectF shownRect(const ZNStackViewItem& item) const;
+    void placeTopWidget();
+    void watchControls(ZNStackViewItem& item);
+
+    // What of an item is on the screen.
+    struct Painted {
+        QRectF card;
+        double alpha = 0;
+        double tilt = 0;
+        int z = 0;
+        bool operator==(const Painted&) const = default;
+    };
+    [[nodiscard]] Painted appearance(const ZNStackViewItem& item) const;
+    [[nodiscard]] static QRect touched(const Painted& painted);
     void repaintMoved();
+    void repaintItem(ZNStackViewItem& item);
+    void paintItem(QPainter& painter, ZNStackViewItem& item, const Painted& painted, double scale);
+    void paintGlows(QPainter& painter, const ZNStackViewItem& item, double scale);
     [[nodiscard]] std::vector<ZNStackViewItem*> itemsBackToFront() const;
-    bool mouseEvent(QObject* watched, QEvent* event);
-    bool touchEvent(QEvent* event);
-    // The block, silent once the stack has gone.
-    [[nodiscard]] Block guarded(Block block);
+    void renderPicturesSoon();
+
+    bool filterMouse(QWidget& watched, QMouseEvent& event);
+    bool touchEvent(QTouchEvent& event);
 
     CardContext _context;
     ZNStackViewDelegate* _delegate = nullptr;
@@ -98,8 +121,20 @@ class ZNStackView final : public ZNView, private SwipeSink {
     QMargins _overflow;
     bool _animating = false;
     bool _shouldRespondToActions = true;
-    QPointer<QWidget> _pressed;
-    QRegion _painted;  // where cards were painted last
+    unsigned _actions = 0;           // counts what an older restore must not undo
+    bool _renderWasDropped = false;  // by a resize while an animated render ran
+    bool _rendersSoon = false;
+    int _focusedControl = -1;
+    QPointer<ZNButton> _pressed;
+    bool _mouseDrags = false;
+    std::map<const ZNStackViewItem*, Painted> _painted;
+    // The one card that leans, shadow and all.
+    struct Leaning {
+        const ZNStackViewItem* item = nullptr;
+        qint64 picture = 0;
+        QPixmap pixmap;
+    };
+    Leaning _leaning;
     std::vector<Observation> _observations;
 };
 

@@ -62,33 +62,35 @@ class ZNStackViewItem final : public ZNView {
     [[nodiscard]] const CardFace& face() const { return _face; }
     // The content at a scale, rendered if need be.
     [[nodiscard]] const QPixmap& picture(double scale);
+    [[nodiscard]] bool hasPicture() const { return !_picture.isNull(); }
     // Gives the memory of the picture back; the next paint renders again.
     void dropPicture();
     // The snooze button, for a menu or a popover beside it; null before the item was the top card.
-    [[nodiscard]] QWidget* snoozeButton() const;
+    [[nodiscard]] ZNButton* snoozeButton() const;
     [[nodiscard]] CardControls* controls() const { return _controls.get(); }
 
-  protected:
-    void resizeEvent(QResizeEvent* event) override;
+  signals:
+    // The picture, a glow or the words are others now.
+    void appearanceChanged();
+    void controlsMade();
 
   private:
     void addObservers();
     void removeObservers();
     void updateFields();
+    void makeControls();
     void setStatus(double& status, double percentage);
-    void contentChanged();
 
     CardContext _context;
     ZNStackViewItemDelegate* _delegate;
     ReminderPtr _reminder;
     CardFace _face;
+    QSizeF _faceSize;
     QPixmap _picture;
     std::unique_ptr<CardControls> _controls;
     double _completeStatus = 0;
     double _skipStatus = 0;
     double _snoozeStatus = 0;
-    bool _enabled = false;
-    bool _accessible = false;
     Observation _reminderObservation;
     Observation _settingsObservation;
 };

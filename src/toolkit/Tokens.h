@@ -14,6 +14,7 @@ inline constexpr QRgb groundTop = 0xff6c5f95;
 inline constexpr QRgb groundMiddle = 0xff4b3d74;
 inline constexpr QRgb groundBottom = 0xff35274f;
 inline constexpr QRgb toolbarGround = 0xa628113f;  // 0.65 of #28113F
+inline constexpr QRgb toolbarRule = 0x14ffffff;
 
 // Text on the ground; the third only for what may be overlooked.
 inline constexpr QRgb groundText = 0xffffffff;

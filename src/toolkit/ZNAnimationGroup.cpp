@@ -55,7 +55,7 @@ struct ZNAnimationTimeline::Core : std::enable_shared_from_this<ZNAnimationTimel
     void enqueue(microseconds delay, Block block) {
         events.emplace(now() + scaled(delay), std::move(block));
         if (animations == Animations::Off) {
-            if (!running) runEvents();
+            if (!running && together == 0) runEvents();
         } else {
             arm();
         }
@@ -129,6 +129,7 @@ struct ZNAnimationTimeline::Core : std::enable_shared_from_this<ZNAnimationTimel
     std::uint64_t nextId = 1;
     std::optional<microseconds> armedFor;
     bool running = false;
+    int together = 0;  // how many calls of that name are under way
     microseconds blockTime{0};
 };
 
@@ -168,6 +169,14 @@ void ZNAnimationTimeline::runGroup(microseconds duration, Easing easing, const C
 }
 
 void ZNAnimationTimeline::after(microseconds delay, Block block) { _core->enqueue(delay, std::move(block)); }
+
+void ZNAnimationTimeline::together(const Block& block) {
+    const auto core = _core;
+    ++core->together;
+    block();
+    --core->together;
+    if (core->animations == Animations::Off && !core->running && core->together == 0) core->runEvents();
+}
 
 Observation ZNAnimationTimeline::observeFrames(std::function<void()> handler) {
     const std::uint64_t id = _core->nextId++;

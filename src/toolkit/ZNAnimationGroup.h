@@ -90,6 +90,8 @@ class ZNAnimationTimeline {
     void runGroup(std::chrono::microseconds duration, Easing easing, const Changes& changes, Block completion = {});
     // Runs the block on the same time line after the delay.
     void after(std::chrono::microseconds delay, Block block);
+    // Runs the block now; what it starts begins at one moment. With animations off, all of that ends in its order after the block.
+    void together(const Block& block);
     // Called after each frame in which a value may have moved, about 60 times a second while any does.
     [[nodiscard]] Observation observeFrames(std::function<void()> handler);
     [[nodiscard]] bool isMoving() const;

@@ -1,0 +1,180 @@
+#include "cards/CardSkin.h"
+
+#include <QImage>
+#include <QLinearGradient>
+#include <QPainter>
+#include <QPainterPath>
+#include <algorithm>
+#include <cmath>
+#include <vector>
+
+#include "cards/StackGeometry.h"
+#include "toolkit/Tokens.h"
+
+namespace zun {
+
+namespace {
+
+// How far from its edge a card's corners and the picture of its content stay apart.
+constexpr double corner = 12;
+
+// The part of a card at its bottom that does not stretch.
+double fixedBelow(double footerHeight) { return footerHeight > 0 ? CardMeasures::footerShadowHeight + footerHeight : corner; }
+
+double snapped(double value, double scale) { return std::round(value * scale) / scale; }
+
+QPainterPath outline(const QRectF& card, double footerHeight) {
+    const double top = tokens::cardRadius;
+    const double bottom = footerHeight > 0 ? tokens::cardFooterRadius : tokens::cardRadius;
+    QPainterPath path(QPointF(card.left() + top, card.top()));
+    path.lineTo(card.right() - top, card.top());
+    path.arcTo(card.right() - 2 * top, card.top(), 2 * top, 2 * top, 90, -90);
+    path.arcTo(card.right() - 2 * bottom, card.bottom() - 2 * bottom, 2 * bottom, 2 * bottom, 0, -90);
+    path.arcTo(card.left(), card.bottom() - 2 * bottom, 2 * bottom, 2 * bottom, 270, -90);
+    path.arcTo(card.left(), card.top(), 2 * top, 2 * top, 180, -90);
+    path.closeSubpath();
+    return path;
+}
+
+// One pass of a box filter over a line of a picture of single bytes.
+void blurLine(const uchar* in, uchar* out, int count, qsizetype stride, int radius) {
+    const int window = 2 * radius + 1;
+    int sum = 0;
+    for (int i = -radius; i <= radius; ++i) sum += in[std::clamp(i, 0, count - 1) * stride];
+    for (int i = 0; i < count; ++i) {
+        out[i * stride] = static_cast<uchar>((sum + window / 2) / window);
+        sum += in[std::min(i + radius + 1, count - 1) * stride] - in[std::max(i - radius, 0) * stride];
+    }
+}
+
+// Three boxes are as good as a bell. The blur is twice the bell's deviation, as drawing programs count it.
+void blur(QImage& mask, double blurPixels) {
+    const int radius = std::max(1, static_cast<int>(std::lround(blurPixels / 2)));
+    QImage other(mask.size(), mask.format());
+    for (int pass = 0; pass < 3; ++pass) {
+        for (int y = 0; y < mask.height(); ++y) blurLine(mask.constScanLine(y), other.scanLine(y), mask.width(), 1, radius);
+        const uchar* in = other.constBits();
+        uchar* out = mask.bits();
+        for (int x = 0; x < mask.width(); ++x) blurLine(in + x, out + x, mask.height(), mask.bytesPerLine(), radius);
+    }
+}
+
+void paintShadow(QPainter& painter, const QSize& pixels, const QPainterPath& shape, double blurPoints, double alpha, double scale) {
+    QImage mask(pixels, QImage::Format_Alpha8);
+    mask.fill(0);
+    QPainter maskPainter(&mask);
+    maskPainter.scale(scale, scale);
+    maskPainter.setRenderHint(QPainter::Antialiasing);
+    maskPainter.fillPath(shape, Qt::black);
+    maskPainter.end();
+    blur(mask, blurPoints * scale);
+    QImage shadow(pixels, QImage::Format_ARGB32_Premultiplied);
+    for (int y = 0; y < pixels.height(); ++y) {
+        const uchar* in = mask.constScanLine(y);
+        auto* out = reinterpret_cast<QRgb*>(shadow.scanLine(y));
+        for (int x = 0; x < pixels.width(); ++x) out[x] = qRgba(0, 0, 0, static_cast<int>(std::lround(in[x] * alpha)));
+    }
+    shadow.setDevicePixelRatio(scale);
+    painter.drawImage(QPointF(0, 0), shadow);
+}
+
+// One fill with a step in it, so that the rounded corners below blend footer and shadow only.
+QBrush groundOf(const QRectF& card, double footerHeight) {
+    const QColor white = QColor::fromRgba(tokens::cardGround);
+    if (footerHeight <= 0) return white;
+    const auto shaded = [](double share) {
+        const QColor edge = QColor::fromRgba(tokens::cardFooterEdge);
+        const auto mix = [&](int value) { return static_cast<int>(std::lround(255 + (value - 255) * edge.alphaF() * share)); };
+        return QColor(mix(edge.red()), mix(edge.green()), mix(edge.blue()));
+    };
+    const double step = (card.height() - footerHeight) / card.height();
+    const double shadowStart = step - CardMeasures::footerShadowHeight / card.height();
+    QLinearGradient ground(0, card.top(), 0, card.bottom());
+    ground.setColorAt(0, white);
+    ground.setColorAt(shadowStart, white);
+    ground.setColorAt((shadowStart + step) / 2, shaded(0.25));
+    ground.setColorAt(step, shaded(1));
+    ground.setColorAt(step + 1e-9, QColor::fromRgba(tokens::cardFooter));
+    ground.setColorAt(1, QColor::fromRgba(tokens::cardFooter));
+    return ground;
+}
+
+}  // namespace
+
+void CardSkin::prepare(double footerHeight, double scale) {
+    if (footerHeight == _footerHeight && scale == _scale) return;
+    _footerHeight = footerHeight;
+    _scale = scale;
+    // Large enough for the shadow to be straight where it is stretched.
+    const double side = 2 * (reach + corner) + 2;
+    const double below = fixedBelow(footerHeight);
+    const QRectF card(reach, reach, side, 2 * reach + below);
+    const QSize pixels = (QSizeF(card.width() + 2 * reach, card.height() + 2 * reach) * scale).toSize();
+    QImage image(pixels, QImage::Format_ARGB32_Premultiplied);
+    image.setDevicePixelRatio(scale);
+    image.fill(Qt::transparent);
+    QPainter painter(&image);
+    const QPainterPath shape = outline(card.translated(0, tokens::cardShadowOffset), footerHeight);
+    paintShadow(painter, pixels, shape, tokens::cardGlowBlur, tokens::cardGlowAlpha, scale);
+    paintShadow(painter, pixels, shape, tokens::cardShadowBlur, tokens::cardShadowAlpha, scale);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.fillPath(outline(card, footerHeight), groundOf(card, footerHeight));
+    painter.end();
+    _pieces = QPixmap::fromImage(image);
+}
+
+void CardSkin::paint(QPainter& painter, const QRectF& card, double footerHeight, const QPixmap& picture, double scale) {
+    prepare(footerHeight, scale);
+    const double left = snapped(card.left(), scale);
+    const double top = snapped(card.top(), scale);
+    const double right = snapped(card.right(), scale);
+    const double bottom = snapped(card.bottom(), scale);
+    const double edge = reach + corner;
+    const double below = fixedBelow(footerHeight) + reach;
+    const QSizeF pieces = _pieces.deviceIndependentSize();
+    const auto piece = [&](const QRectF& target, const QRectF& source) {
+        painter.drawPixmap(target, _pieces,
+                           QRectF(source.topLeft() * scale, QSizeF(source.width() * scale, source.height() * scale)));
+    };
+
+    const double upperEnd = top + corner;
+    const double lowerStart = bottom + reach - below;
+    const double stretch = 1 / scale;  // one device pixel from the middle
+    const double middleY = edge + reach / 2.0;
+    const double middleX = pieces.width() / 2;
+    for (const bool isRight : {false, true}) {
+        const double x = isRight ? right - corner : left - reach;
+        const double sourceX = isRight ? pieces.width() - edge : 0;
+        piece({x, top - reach, edge, edge}, {sourceX, 0, edge, edge});
+        piece({x, upperEnd, edge, lowerStart - upperEnd}, {sourceX, middleY, edge, stretch});
+        piece({x, lowerStart, edge, below}, {sourceX, pieces.height() - below, edge, below});
+    }
+    const double innerLeft = left + corner;
+    const double innerWidth = right - corner - innerLeft;
+    piece({innerLeft, top - reach, innerWidth, reach}, {middleX, 0, stretch, reach});
+    piece({innerLeft, bottom, innerWidth, reach}, {middleX, pieces.height() - reach, stretch, reach});
+
+    const QSizeF size = picture.deviceIndependentSize();
+    const double cut = snapped((size.width() - (right - left)) / 2, scale) + corner;
+    if (picture.isNull() || cut < 0 || size.height() < bottom - top) {
+        const QRectF upper(innerLeft, top, innerWidth, lowerStart - top);
+        painter.fillRect(upper, QColor::fromRgba(tokens::cardGround));
+        piece({innerLeft, lowerStart, innerWidth, below - reach}, {middleX, pieces.height() - below, stretch, below - reach});
+        if (picture.isNull()) return;
+    }
+    const QRectF shown(innerLeft, top, innerWidth, bottom - top);
+    painter.drawPixmap(shown, picture,
+                       QRectF(cut * scale, 0, innerWidth * scale, (bottom - top) * scale));
+}
+
+QPixmap CardSkin::whole(QSizeF card, double footerHeight, const QPixmap& picture, double scale) {
+    const QRectF place(QPointF(reach, reach), card);
+    QPixmap result((QSizeF(card.width() + 2 * reach, card.height() + 2 * reach) * scale).toSize());
+    result.setDevicePixelRatio(scale);
+    result.fill(Qt::transparent);
+    QPainter painter(&result);
+    paint(painter, place, footerHeight, picture, scale);
+    return result;
+}
+
+}  // namespace zun

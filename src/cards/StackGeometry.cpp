@@ -1,0 +1,93 @@
+#include "cards/StackGeometry.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace zun {
+
+namespace {
+
+// From this width on there is room for the calendar beside the cards.
+constexpr double wideWidth = 820;
+
+double ceilSingle(double value) { return std::ceil(static_cast<float>(value)); }
+double floorSingle(double value) { return std::floor(static_cast<float>(value)); }
+
+}  // namespace
+
+QSizeF StackGeometry::cardSize() const {
+    const double available = ceilSingle(_metrics.windowWidth == 0 ? 300.8 : (_metrics.windowWidth - 80) * 0.94);
+    const double wantedHeight = _metrics.bounds.height() == 0 ? 360 : _metrics.bounds.height() * 0.8;
+    const double height = std::min<double>(wantedHeight, isLarge() ? 800 : 520);
+    double width = std::min<double>(available, isLarge() ? 576 : 400);
+    if (isLarge()) width = std::min(width, ceilSingle(0.74 * height));
+    return {ceilSingle(std::max(260.0, width)), ceilSingle(std::max(340.0, height))};
+}
+
+double StackGeometry::cardXOffset() const {
+    const double width = _metrics.bounds.width();
+    if (width < wideWidth) return 0;
+    const double gap = floorSingle(0.025 * width);
+    const bool isMediumLarge = isLarge() && _metrics.windowWidth >= 1200 && _metrics.windowWidth < 1400;
+    const double ratio = isMediumLarge ? 0.28 : _metrics.windowWidth < 1400 ? 0.35 : 0.22;
+    const double calendar = std::min(std::max(220.0, ceilSingle(ratio * width)), 400.0);
+    return ceilSingle(ceilSingle((std::min(gap, 60.0) + calendar) * 0.5) + 10);
+}
+
+double StackGeometry::verticalStep() const { return isLarge() ? floorSingle(_metrics.bounds.height() * 0.01) : 10; }
+
+double StackGeometry::widthStep() const { return isLarge() ? floorSingle(_metrics.bounds.width() * 0.015) : 12; }
+
+double StackGeometry::horizontalOffset() const { return _metrics.superviewWidth >= wideWidth ? -cardXOffset() : 0; }
+
+double StackGeometry::width(int index) const { return ceilSingle(cardSize().width() - index * widthStep()); }
+
+double StackGeometry::alphaMovingUp(double index, double percentage) {
+    const double start = alpha(index);
+    const double end = alpha(index - 1);
+    return start + (end - start) * percentage;
+}
+
+double StackGeometry::skipTarget(SkipLeft skipLeft, double horizontalOffset) const {
+    const double rest = -cardXOffset();
+    const bool goesLeft = skipLeft == SkipLeft::Yes || horizontalOffset - rest < 0;
+    return rest + (goesLeft ? -skipDistance : skipDistance);
+}
+
+CardMeasures cardMeasures(std::uint64_t windowLayoutMode, double windowWidth) {
+    switch (windowLayoutMode) {
+        case 0: return {26, 120, 25, 50};
+        case 1: return {36, 130, 30, 50};
+        case 2: return {42, 160, 35, 60};
+        case 3:
+            if (windowWidth < 1200) return {42, 180, 40, 64};
+            if (windowWidth < 1400) return {46, 200, 40, 70};
+            return {51, 240, 45, 76};
+        default: return {36, 120, 30, 50};
+    }
+}
+
+int titleLineLimit(double cardHeight, HasNotes hasNotes) {
+    return (cardHeight < 460 ? 3 : 4) + (hasNotes == HasNotes::Yes ? 0 : 1);
+}
+
+double titleHeight(double textHeight, double templateHeight) { return std::max(1.0, std::min(textHeight, templateHeight)); }
+
+double cardTextWidth(double cardWidth, double windowWidth, std::uint64_t windowLayoutMode) {
+    constexpr double insets = 72;
+    if (cardWidth > 0) return cardWidth - insets;
+    const double available = ceilSingle((windowWidth - 80) * 0.94);
+    return ceilSingle(std::min<double>(available, windowLayoutMode == 3 ? 576 : 400) - 20) - insets;
+}
+
+bool notesFit(const TextHeights& heights, double cardHeight, double footerHeight) {
+    return heights.notes <= 0 ||
+           heights.notes <= ceilSingle(cardHeight - 56 - heights.title - heights.date - footerHeight);
+}
+
+double bannerAlpha(const TextHeights& heights, double cardHeight, double footerHeight, double bannerHeight) {
+    const double textBottom = ceilSingle(heights.date + heights.title + heights.notes + 56);
+    return textBottom > cardHeight - footerHeight - 0.7 * bannerHeight ? 0.1 : 1;
+}
+
+}  // namespace zun

@@ -1,0 +1,143 @@
+// How devices reach the stack: the mouse through the controls of the top card, which see it first, wheels and fingers directly.
+
+#include <QMouseEvent>
+#include <QTouchEvent>
+#include <QWheelEvent>
+#include <utility>
+
+#include "cards/CardControls.h"
+#include "cards/ZNStackView.h"
+#include "cards/ZNStackViewItem.h"
+
+namespace zun {
+
+bool ZNStackView::swipesAllowed() const {
+    return _shouldRespondToActions && _delegate != nullptr && _delegate->shouldRespondToScrollAndGestures() &&
+           _delegate->numberOfItemsInStack() > 0 && !_stackViews.empty();
+}
+
+void ZNStackView::swipeChanged(QPointF delta, DirectionInvertedFromDevice inverted, SwipePower power) {
+    if (!swipesAllowed()) return;
+    ZNStackViewItem& top = *topItem();
+    const QPointF rest(top.restX, StackGeometry::startingYOffset);
+    // A card on its way back is taken up where it is seen.
+    if (!_recognizer.isVisible()) _recognizer.startFrom(QPointF(top.centerX.shown(), top.centerY.shown()) - rest);
+    const auto progress = _recognizer.changed(delta, inverted, power);
+    if (!progress) return;
+    top.centerX.jump(rest.x() + progress->displacement.x());
+    top.centerY.jump(rest.y() + progress->displacement.y());
+    for (const int index : {1, 2}) {
+        _stackViews[static_cast<std::size_t>(index)]->cardAlpha.jump(StackGeometry::alphaMovingUp(index, progress->fade));
+    }
+    top.setSkipStatusWithPercentage(progress->skip);
+    top.setSnoozeStatusWithPercentage(progress->snooze);
+    top.setCompleteStatusWithPercentage(progress->complete);
+    repaintMoved();
+}
+
+void ZNStackView::swipeEnded(SwipePower power) {
+    if (!swipesAllowed()) return _recognizer.cancel();
+    ZNStackViewItemDelegate* delegate = topItem()->delegate();
+    switch (_recognizer.ended(_delegate->numberOfItemsInStack(), power)) {
+        case SwipeDecision::Restore: return restoreTopCard();
+        case SwipeDecision::Skip: return delegate->shouldSkipTopCard();
+        case SwipeDecision::Complete: return delegate->shouldCompleteTopCard();
+        case SwipeDecision::Snooze: return delegate->shouldSnoozeTopCard();
+    }
+}
+
+void ZNStackView::swipeAbandoned() { _recognizer.cancel(); }
+
+void ZNStackView::wheelEvent(QWheelEvent* event) {
+    _gatherer.wheel(*event);
+    event->accept();
+}
+
+void ZNStackView::watchControls(ZNStackViewItem& item) {
+    item.installEventFilter(this);
+    for (ZNButton* button : item.controls()->buttons()) button->installEventFilter(this);
+}
+
+bool ZNStackView::eventFilter(QObject* watched, QEvent* event) {
+    switch (event->type()) {
+        case QEvent::MouseButtonPress:
+        case QEvent::MouseButtonDblClick:
+        case QEvent::MouseMove:
+        case QEvent::MouseButtonRelease:
+            return filterMouse(*static_cast<QWidget*>(watched), *static_cast<QMouseEvent*>(event));
+        default: return false;
+    }
+}
+
+bool ZNStackView::filterMouse(QWidget& watched, QMouseEvent& event) {
+    // Touches that nobody took come again as a mouse; the stack has seen them.
+    if (event.source() != Qt::MouseEventNotSynthesized) return true;
+    const bool isControl = &watched != topItem();
+    const QPointF position = event.globalPosition();
+    if (event.type() == QEvent::MouseMove) {
+        if (!_gatherer.drag(position)) return !isControl;
+        if (auto* button = qobject_cast<ZNButton*>(&watched)) button->setDown(false);
+        return std::exchange(_mouseDrags, true) || true;
+    }
+    if (event.button() != Qt::LeftButton) return false;
+    if (event.type() == QEvent::MouseButtonRelease) {
+        const bool wasDrag = _gatherer.release(position);
+        const bool wasDragging = std::exchange(_mouseDrags, false) || wasDrag;
+        if (auto* button = qobject_cast<ZNButton*>(&watched); button && wasDragging) button->setDown(false);
+        return wasDragging || !isControl;
+    }
+    _mouseDrags = false;
+    if (swipesAllowed()) _gatherer.press(position);
+    // What no control takes belongs to the card all the same, not to the ground below it.
+    return !isControl;
+}
+
+bool ZNStackView::event(QEvent* event) {
+    switch (event->type()) {
+        case QEvent::TouchBegin:
+        case QEvent::TouchUpdate:
+        case QEvent::TouchEnd:
+        case QEvent::TouchCancel: return touchEvent(*static_cast<QTouchEvent*>(event));
+        default: return ZNView::event(event);
+    }
+}
+
+bool ZNStackView::touchEvent(QTouchEvent& event) {
+    const bool isOver = event.type() == QEvent::TouchCancel;
+    if (event.points().isEmpty() && !isOver) return false;
+    ZNStackViewItem* top = topItem();
+    if (event.type() == QEvent::TouchBegin) {
+        const QPoint position = event.points().front().position().toPoint();
+        if (top == nullptr || !top->isVisible() || !top->geometry().contains(position)) {
+            event.ignore();
+            return false;
+        }
+        event.accept();
+        _pressed = qobject_cast<ZNButton*>(childAt(position));
+        if (_pressed) _pressed->setDown(true);
+        _gatherer.press(event.points().front().globalPosition());
+        return true;
+    }
+    event.accept();
+    if (isOver) {
+        if (_pressed) _pressed->setDown(false);
+        _pressed = nullptr;
+        swipeEnded(SwipePower::Full);
+        _gatherer.cancel();
+        return true;
+    }
+    const QPointF position = event.points().front().globalPosition();
+    const bool isDrag = event.type() == QEvent::TouchEnd ? _gatherer.release(position) : _gatherer.drag(position);
+    if (isDrag && _pressed) {
+        _pressed->setDown(false);
+        _pressed = nullptr;
+    }
+    if (event.type() == QEvent::TouchEnd && _pressed) {
+        ZNButton* button = std::exchange(_pressed, nullptr);
+        button->setDown(false);
+        button->click();
+    }
+    return true;
+}
+
+}  // namespace zun
