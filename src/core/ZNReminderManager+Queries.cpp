@@ -1,0 +1,196 @@
+#include <fmt/format.h>
+
+#include <cstdlib>
+#include <iterator>
+#include <utility>
+
+#include "ZunDataModel/ZNArrayDataSource.h"
+#include "core/ZNReminderManager.h"
+#include "platform/foundation/Log.h"
+
+namespace zun {
+namespace {
+
+using namespace std::chrono_literals;
+using Arguments = std::vector<NSPredicate::Argument>;
+
+const std::vector<NSSortDescriptor>& byFireDate() {
+    static const std::vector<NSSortDescriptor> sort = {{"fire_date", false}};
+    return sort;
+}
+
+const std::vector<NSSortDescriptor>& byDueDate() {
+    static const std::vector<NSSortDescriptor> sort = {{"due_date", false}};
+    return sort;
+}
+
+const std::vector<NSSortDescriptor>& byCompletedDate() {
+    static const std::vector<NSSortDescriptor> sort = {{"completed_date", false}};
+    return sort;
+}
+
+// A null predicate would mean every record, so a format with a slip in it must not pass for one.
+NSPredicate predicate(std::string_view format, Arguments arguments) {
+    auto parsed = NSPredicate::predicateWithFormat(format, std::move(arguments));
+    if (!parsed) {
+        NSLog(fmt::format("Not a predicate: {}", format));
+        std::abort();
+    }
+    return *std::move(parsed);
+}
+
+constexpr std::string_view notificationsFormat =
+    "locationLatitude = 0 AND locationLongitude = 0 AND fire_date >= %@ AND start_date != nil AND completed_date = nil "
+    "AND shouldSuppressNotifications == %@ AND (shouldDeleteRemote = %@ OR shouldDeleteRemote = nil)";
+
+}  // namespace
+
+ZNReminderManager::Reminders ZNReminderManager::fetch(std::string_view format, Arguments arguments,
+                                                      const std::vector<NSSortDescriptor>& sort) const {
+    return _with.database
+        .fetchRemindersForPredicate(predicate(format, std::move(arguments)), sort, ReturnAsReminderObject::Yes)
+        .reminders;
+}
+
+std::size_t ZNReminderManager::count(std::string_view format, Arguments arguments) const {
+    return _with.database
+        .fetchRemindersForPredicate(predicate(format, std::move(arguments)), {}, ReturnAsReminderObject::No)
+        .count;
+}
+
+ZNReminderManager::Reminders ZNReminderManager::fetchAllReminders() const {
+    return fetch("reminderID != nil", {});
+}
+
+ZNReminderManager::Reminders ZNReminderManager::fetchAllCompletedReminders() const {
+    return fetch("completed_date != nil AND (shouldDeleteRemote = %@ OR shouldDeleteRemote = nil)", {false},
+                 byCompletedDate());
+}
+
+ZNReminderManager::Reminders ZNReminderManager::fetchAllRemindersWithDates() const {
+    return fetch(
+        "locationLatitude = 0 AND locationLongitude = 0 AND fire_date >= %@ AND completed_date = nil "
+        "AND (shouldDeleteRemote = %@ OR shouldDeleteRemote = nil)",
+        {_with.environment.now(), false}, byFireDate());
+}
+
+ZNReminderManager::Reminders ZNReminderManager::fetchAllRemindersWithLocations() const {
+    return fetch(
+        "locationLatitude != 0 AND locationLongitude != 0 AND completed_date = nil "
+        "AND (shouldDeleteRemote = %@ OR shouldDeleteRemote = nil)",
+        {false});
+}
+
+ZNReminderManager::Reminders ZNReminderManager::fetchAllActiveRemindersWithLocations() const {
+    return fetch(
+        "locationLatitude != 0 AND locationLongitude != 0 AND completed_date = nil "
+        "AND (fire_date = nil OR fire_date <= %@) AND (shouldDeleteRemote = %@ OR shouldDeleteRemote = nil)",
+        {_with.environment.now(), false});
+}
+
+ZNReminderManager::Reminders ZNReminderManager::fetchAllRemindersNotSentToServer() const {
+    return fetch("didPersistToiCloud = %@", {false});
+}
+
+ZNReminderManager::Reminders ZNReminderManager::fetchAllSharedReminders() const {
+    return fetch("shareURL != nil", {});
+}
+
+ZNReminderManager::Reminders ZNReminderManager::fetchAllRemindersToDelete() const {
+    return fetch("shouldDeleteRemote = %@", {true});
+}
+
+ZNReminderManager::Reminders ZNReminderManager::fetchAllRemindersWithLocalChanges() const {
+    return fetch("hasLocalChanges = %@ AND (shouldDeleteRemote = %@ OR shouldDeleteRemote = nil)", {true, false});
+}
+
+ZNReminderManager::Reminders ZNReminderManager::fetchAllFutureReminders() const {
+    return fetch(
+        "locationLatitude = 0 AND locationLongitude = 0 AND fire_date > %@ AND completed_date = nil "
+        "AND (shouldDeleteRemote = %@ OR shouldDeleteRemote = nil)",
+        {_with.environment.now(), false}, byDueDate());
+}
+
+ZNReminderManager::Reminders ZNReminderManager::fetchAllRemindersWithNotificationsOnOrAfterDate(
+    NSDate date, IncludeSuppressed includeSuppressed) const {
+    return fetch(notificationsFormat, {date, includeSuppressed == IncludeSuppressed::Yes, false});
+}
+
+ZNReminderManager::Reminders ZNReminderManager::fetchAllRemindersWithNotificationsOnOrBeforeDate(
+    NSDate date, IncludeSuppressed includeSuppressed) const {
+    return fetch(notificationsFormat, {date, includeSuppressed == IncludeSuppressed::Yes, false});
+}
+
+ReminderPtr ZNReminderManager::fetchReminderWithReminderID(const std::optional<std::string>& reminderID) const {
+    const auto found =
+        fetch("(reminderID == %@)", {reminderID ? NSPredicate::Argument(*reminderID) : NSPredicate::Argument(nullptr)});
+    return found.empty() ? nullptr : found.front();
+}
+
+FetchResult ZNReminderManager::fetchAllRemindersWithPredicate(const std::optional<NSPredicate>& predicate,
+                                                              const std::vector<NSSortDescriptor>& withSortDescriptors,
+                                                              ReturnAsReminderObject returnAsReminderObjects) const {
+    return _with.database.fetchRemindersForPredicate(predicate, withSortDescriptors, returnAsReminderObjects);
+}
+
+ZNReminderManager::Reminders ZNReminderManager::activeRemindersWithSort(
+    const std::vector<NSSortDescriptor>& sort) const {
+    return ZNArrayDataSource::sortedArray(
+        fetch("locationLatitude = 0 AND locationLongitude = 0 AND (fire_date <= %@ OR fire_date = nil) "
+              "AND completed_date = nil AND (shouldDeleteRemote = %@ OR shouldDeleteRemote = nil)",
+              {_with.environment.now(), false}, sort));
+}
+
+ZNReminderManager::Reminders ZNReminderManager::fetchAllActiveRemindersWithDefaultSort(bool defaultSort) const {
+    return activeRemindersWithSort(defaultSort ? byFireDate() : byDueDate());
+}
+
+ZNReminderManager::Reminders ZNReminderManager::fetchAllIncompleteReminders() const {
+    auto all = fetchAllActiveRemindersWithDefaultSort(true);
+    for (auto part : {fetchAllRemindersWithLocations(), fetchAllFutureReminders()}) {
+        all.insert(all.end(), std::make_move_iterator(part.begin()), std::make_move_iterator(part.end()));
+    }
+    return all;
+}
+
+OptionalDate ZNReminderManager::nextFireDateAfter(NSDate date) const {
+    // The next one is mostly near. Looking into widening spans keeps a full store from being loaded for one date.
+    constexpr std::string_view format =
+        "locationLatitude = 0 AND locationLongitude = 0 AND fire_date > %@ AND fire_date <= %@ AND completed_date = "
+        "nil "
+        "AND (shouldDeleteRemote = %@ OR shouldDeleteRemote = nil)";
+    static const std::vector<NSSortDescriptor> soonestFirst = {{"fire_date", true}};
+    NSDate from = date;
+    for (const std::chrono::microseconds span : {1h, 24h, 30 * 24h, 365 * 24h}) {
+        const auto to = date > NSDate::max() - span ? NSDate::max() : date + span;
+        const auto found = fetch(format, {from, to, false}, soonestFirst);
+        if (!found.empty()) return found.front()->fire_date();
+        from = to;
+    }
+    const auto found = fetch(format, {from, NSDate::max(), false}, soonestFirst);
+    return found.empty() ? std::nullopt : found.front()->fire_date();
+}
+
+std::size_t ZNReminderManager::numberOfActiveReminders() const {
+    return count(
+        "locationLatitude = 0 AND locationLongitude = 0 AND fire_date <= %@ AND completed_date = nil "
+        "AND start_date != nil AND (shouldDeleteRemote = %@ OR shouldDeleteRemote = nil)",
+        {_with.environment.now(), false});
+}
+
+std::size_t ZNReminderManager::numberOfTotalReminders() const {
+    return count("reminderID != nil", {});
+}
+
+std::size_t ZNReminderManager::numberOfActiveRemindersForHourBeforeFireDate(NSDate fireDate) const {
+    return count(
+        "(locationLatitude = 0 AND locationLongitude = 0 AND fire_date <= %@ AND fire_date >= %@ "
+        "AND fire_date != nil) AND completed_date = nil AND (shouldDeleteRemote = %@ OR shouldDeleteRemote = nil)",
+        {fireDate, fireDate - 1h, false});
+}
+
+std::size_t ZNReminderManager::numberOfActiveRemindersWithLocations() const {
+    return fetchAllActiveRemindersWithLocations().size();
+}
+
+}  // namespace zun

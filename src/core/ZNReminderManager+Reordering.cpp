@@ -1,0 +1,54 @@
+#include <utility>
+
+#include "core/Reordering.h"
+#include "core/ZNReminderManager.h"
+
+namespace zun {
+namespace {
+
+void upload(ReminderCloudPushes& cloud, ZNReminderManager::Reminders reminders, ShouldRetry shouldRetry) {
+    if (reminders.empty()) return;
+    cloud.bulkUpdateRemindersOnCloudKit(std::move(reminders), shouldRetry, ShouldDelete::No,
+                                        ShouldUpdatePersistenceStatus::No, {}, {});
+}
+
+}  // namespace
+
+void ZNReminderManager::bulkSortAndUpdate(const Reminders& reminders, ShouldSyncWithiCloud shouldSyncWithiCloud) {
+    // Rank 0 stays free to mean unranked.
+    auto rank = static_cast<std::int64_t>(reminders.size());
+    for (const auto& reminder : reminders)
+        reminder->setRank(rank--);
+    const auto dateModified = shouldSyncWithiCloud == ShouldSyncWithiCloud::Yes ? ShouldUpdateDateModified::Yes
+                                                                                : ShouldUpdateDateModified::No;
+    _writes->database().bulkUpdateReminders(reminders, dateModified, SaveIfNotFound::No,
+                                            [this, shouldSyncWithiCloud](const Reminders& stored) {
+                                                if (shouldPushBulk(shouldSyncWithiCloud)) holdBackReordering(stored);
+                                            });
+}
+
+void ZNReminderManager::holdBackReordering(Reminders reminders) {
+    {
+        const std::lock_guard lock(_reordering->mutex);
+        _reordering->pending = std::move(reminders);
+    }
+    onMainThread(_with.dispatch,
+                 [guard = std::weak_ptr(_reordering), main = _with.dispatch.main(), &cloud = _with.cloud] {
+                     const auto reordering = guard.lock();
+                     if (!reordering) return;
+                     reordering->timer = NSTimer(main, reorderDelay, false, [guard, &cloud] {
+                         if (const auto due = guard.lock()) upload(cloud, due->take(), ShouldRetry::Yes);
+                     });
+                 });
+}
+
+void ZNReminderManager::willBecomeInactive() {
+    upload(_with.cloud, _reordering->take(), ShouldRetry::No);
+    onMainThread(_with.dispatch, [guard = std::weak_ptr(_reordering)] {
+        const auto reordering = guard.lock();
+        // A reordering that has come in meanwhile will replace the timer by its own.
+        if (reordering && !reordering->isPending()) reordering->timer.invalidate();
+    });
+}
+
+}  // namespace zun

@@ -1,0 +1,188 @@
+#pragma once
+
+// The one gate through which the application changes reminders. Each save, update or delete goes to the store, brings
+// the reminder's alerts in line and, where the settings and the caller's flag ask for it, is pushed to the cloud. It
+// also owns every query, so that all predicates and sort orders live in one place.
+//
+// Any thread. Writes return before the store has finished and report no error: a write that the store refuses is told
+// to the store's failure handler and has no further effect; a push that fails leaves a mark on the record for the next
+// sync (didPersistToiCloud NO, hasLocalChanges YES or shouldDeleteRemote YES). Fetches block for the time of the query.
+// Everything towards the alerts runs on one serial queue, in the order of the changes. The collaborators outlive the
+// manager; its destructor waits until it is settled.
+
+#include <atomic>
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "ZunDataModel/ZNDatabase.h"
+#include "core/ReminderAlerts.h"
+#include "core/ReminderCloudPushes.h"
+#include "dates/RepeatEngine.h"
+#include "settings/ZNSettingsObject.h"
+
+namespace zun {
+
+enum class ShouldSyncWithiCloud { No, Yes };
+// Equality with the record's `shouldSuppressNotifications`: Yes finds only the suppressed ones.
+enum class IncludeSuppressed { No, Yes };
+
+class ZNReminderManager {
+  public:
+    using Reminders = std::vector<ReminderPtr>;
+    using ReminderBlock = std::function<void(const ReminderPtr&)>;
+
+    struct Collaborators {
+        ZNDatabase& database;
+        ZNSettingsObject& settings;
+        Dispatch& dispatch;
+        NSNotificationCenter& notifications;
+        const Environment& environment;
+        ReminderCloudPushes& cloud;
+        ReminderAlerts& alerts;
+    };
+
+    explicit ZNReminderManager(Collaborators collaborators);
+    ~ZNReminderManager();
+    ZNReminderManager(const ZNReminderManager&) = delete;
+    ZNReminderManager& operator=(const ZNReminderManager&) = delete;
+
+    // Single writes. They reach the cloud if the flag is Yes and either sync is on or the reminder is shared.
+    void saveReminder(const ReminderPtr& reminder, ShouldSyncWithiCloud shouldSyncWithiCloud);
+    void updateReminder(const ReminderPtr& reminder, ShouldUpdateDateModified shouldupdateDateModified,
+                        ShouldSyncWithiCloud shouldSyncWithiCloud);
+    void deleteReminder(const ReminderPtr& reminder, ShouldSyncWithiCloud shouldSyncWithiCloud);
+
+    // Bulk writes, one commit each. They reach the cloud if the flag is Yes and sync is on, shared or not. The block,
+    // if any, runs on the store's queue once the change is durable. A bulk update leaves the alerts alone.
+    void bulkUpdateReminders(Reminders reminders, ShouldSyncWithiCloud shouldSyncWithiCloud,
+                             std::function<void()> withCompletion = {});
+    void bulkDeleteReminders(Reminders reminders, ShouldSyncWithiCloud shouldSyncWithiCloud,
+                             std::function<void()> withCompletion = {});
+    // Adds or replaces records as they stand, marks included, and schedules their alerts. Nothing goes to the cloud.
+    void importReminders(Reminders reminders);
+
+    // Ranks n, n - 1, ... 1. The upload waits until no other reordering has followed for reorderDelay, and takes only
+    // the last.
+    void bulkSortAndUpdate(const Reminders& reminders, ShouldSyncWithiCloud shouldSyncWithiCloud);
+    static constexpr std::chrono::seconds reorderDelay{4};
+    // Uploads at once a reordering that is still held back. The program is about to lose the user's attention, or to
+    // end.
+    void willBecomeInactive();
+
+    // Completes the reminder, or for a repeating one leaves a completed copy and moves the series on (deletes it where
+    // it has ended). The block gets, before this returns, the record that undoCompletionForReminder() must later be
+    // given.
+    void completeReminder(const ReminderPtr& reminder, const ReminderBlock& withCompletion = {});
+    // A series is written before or together with the removal of its copy, so that no moment exists without either.
+    void undoCompletionForReminder(const ReminderPtr& reminder);
+    // Without a date, the next date is by the snooze setting; a location reminder keeps its dates. Always true.
+    bool snoozeReminder(const ReminderPtr& reminder, OptionalDate withDate = std::nullopt);
+    void undoSnoozeForReminder(const ReminderPtr& reminder);
+    // The date's time of day on the next day that is not today, or the morning hour of tomorrow without a date.
+    [[nodiscard]] NSDate advanceToNextDayWithDueDate(OptionalDate dueDate) const;
+    // A week from today, at the date's time of day or at the start of the day.
+    [[nodiscard]] NSDate advanceToNextWeekWithDueDate(OptionalDate dueDate) const;
+    // The snooze setting as a duration.
+    [[nodiscard]] std::chrono::duration<double> snoozeDuration() const;
+
+    // The next occurrence after the present one or after now, whichever is later. Absent where the series has ended.
+    [[nodiscard]] OptionalDate findNextDueDateWithReminder(const ZNReminderObject& reminder) const;
+    // The latest occurrence before the due date, or not after now. Where the rule gives none, the `due_date` as it is.
+    [[nodiscard]] OptionalDate findEarliestDueDateBeforeTodayWithReminder(const ZNReminderObject& reminder) const;
+    [[nodiscard]] bool isReminderInvalidDueToEndDate(const ZNReminderObject& reminder) const;
+    [[nodiscard]] NSDate currentDateToUseForReminder(const ZNReminderObject& reminder) const;
+    // Every "[x]" becomes "[ ]".
+    [[nodiscard]] static std::optional<std::string> resetChecklist(std::optional<std::string> checklist);
+    // The true occurrences of the reminder's rule strictly between the two moments, at most `maximumCount`.
+    [[nodiscard]] std::vector<NSDate> occurrencesOfReminder(const ZNReminderObject& reminder, NSDate from, NSDate to,
+                                                            std::size_t maximumCount) const;
+
+    // Queries. "Active" is what is on the cards; tombstones are seen only where it says so.
+    [[nodiscard]] Reminders fetchAllReminders() const;  // everything, tombstones included
+    [[nodiscard]] Reminders fetchAllCompletedReminders() const;
+    [[nodiscard]] Reminders fetchAllRemindersWithDates() const;  // due now or later
+    [[nodiscard]] Reminders fetchAllRemindersWithLocations() const;
+    [[nodiscard]] Reminders fetchAllActiveRemindersWithLocations() const;
+    [[nodiscard]] Reminders fetchAllRemindersNotSentToServer() const;  // may be tombstones
+    [[nodiscard]] Reminders fetchAllSharedReminders() const;           // may be tombstones
+    [[nodiscard]] Reminders fetchAllRemindersToDelete() const;         // only tombstones
+    [[nodiscard]] Reminders fetchAllRemindersWithLocalChanges() const;
+    [[nodiscard]] Reminders fetchAllFutureReminders() const;
+    [[nodiscard]] Reminders fetchAllRemindersWithNotificationsOnOrAfterDate(NSDate date,
+                                                                            IncludeSuppressed includeSuppressed) const;
+    // Finds the same records as the one above.
+    [[nodiscard]] Reminders fetchAllRemindersWithNotificationsOnOrBeforeDate(NSDate date,
+                                                                             IncludeSuppressed includeSuppressed) const;
+    // Null if there is none; may be a tombstone.
+    [[nodiscard]] ReminderPtr fetchReminderWithReminderID(const std::optional<std::string>& reminderID) const;
+    [[nodiscard]] FetchResult fetchAllRemindersWithPredicate(const std::optional<NSPredicate>& predicate,
+                                                             const std::vector<NSSortDescriptor>& withSortDescriptors,
+                                                             ReturnAsReminderObject returnAsReminderObjects) const;
+    // In the order of the cards. With the default sort, unranked cards stand by falling fire date, else by falling due
+    // date.
+    [[nodiscard]] Reminders fetchAllActiveRemindersWithDefaultSort(bool defaultSort) const;
+    // The active ones, then those at places, then those to come.
+    [[nodiscard]] Reminders fetchAllIncompleteReminders() const;
+    // When the next reminder becomes active.
+    [[nodiscard]] OptionalDate nextFireDateAfter(NSDate date) const;
+    [[nodiscard]] std::size_t numberOfActiveReminders() const;  // dated ones only: what the badge shows
+    [[nodiscard]] std::size_t numberOfTotalReminders() const;
+    [[nodiscard]] std::size_t numberOfActiveRemindersForHourBeforeFireDate(NSDate fireDate) const;
+    [[nodiscard]] std::size_t numberOfActiveRemindersWithLocations() const;
+
+    // Removes what sync may have doubled.
+    void deDupeDatabase();
+    // Deletes what was completed 30 days ago or earlier, if the settings say so.
+    void removeCompletedRemindersIfEnabled();
+    // Wipes the store and nothing else: alerts and cloud are left as they are.
+    void clearCoreData();
+    void updateBadgeIcon();
+
+    // Blocks until the store, the steps that follow its writes and the alerts have caught up with all that was asked
+    // before. Pushes under way are not waited for. Not inside a block of the store or of the alerts.
+    void waitUntilSettled();
+
+  private:
+    // Every write goes through here, so that waiting sees those that other writes' steps submit. Blocks of the cloud
+    // hold it, and may run after the manager has gone.
+    struct Writes {
+        ZNDatabase& store;
+        std::atomic<std::uint64_t> submitted{0};
+        ZNDatabase& database() {
+            ++submitted;
+            return store;
+        }
+    };
+    struct Reordering;
+
+    [[nodiscard]] bool shouldPush(const ReminderPtr& reminder, ShouldSyncWithiCloud shouldSyncWithiCloud) const;
+    [[nodiscard]] bool shouldPushBulk(ShouldSyncWithiCloud shouldSyncWithiCloud) const;
+    void scheduleNotificationsForReminder(const ReminderPtr& reminder);
+    void removeLocalNotificationsForReminder(const ReminderPtr& reminder);
+    void pushSave(const ReminderPtr& reminder);
+    void pushUpdate(const ReminderPtr& reminder, ShouldUpdateDateModified shouldupdateDateModified);
+    void pushDelete(const ReminderPtr& reminder);
+    void holdBackReordering(Reminders reminders);
+    void replaceCopyWithSeries(const ReminderPtr& copy, const ReminderPtr& series, const std::function<void()>& push);
+    void moveDates(const ReminderPtr& reminder, OptionalDate dueDate, const ZNReminderObject& adjustedBy) const;
+    void update(const ReminderPtr& reminder);
+    [[nodiscard]] Reminders activeRemindersWithSort(const std::vector<NSSortDescriptor>& sort) const;
+    [[nodiscard]] Reminders fetch(std::string_view format, std::vector<NSPredicate::Argument> arguments,
+                                  const std::vector<NSSortDescriptor>& sort = {}) const;
+    [[nodiscard]] std::size_t count(std::string_view format, std::vector<NSPredicate::Argument> arguments) const;
+
+    const Collaborators _with;
+    const RepeatEngine _engine;
+    const DispatchQueuePtr _notificationQueue;
+    const std::shared_ptr<Writes> _writes;
+    const std::shared_ptr<Reordering> _reordering;
+};
+
+}  // namespace zun

@@ -1,0 +1,290 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <functional>
+#include <string>
+#include <thread>
+
+#include "core/ManagerWorld.h"
+#include "core/NoAlerts.h"
+#include "core/NoCloud.h"
+#include "core/NotificationNames.h"
+#include "platform/foundation/Log.h"
+#include "platform/foundation/SystemDispatch.h"
+
+namespace zun {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+using testing::UnorderedElementsAre;
+
+using Act = std::function<void(ZNReminderManager&, const ReminderPtr&, ShouldSyncWithiCloud)>;
+
+const std::vector<std::pair<std::string, Act>>& writes() {
+    static const std::vector<std::pair<std::string, Act>> all = {
+        {"save", [](auto& manager, auto& reminder, auto sync) { manager.saveReminder(reminder, sync); }},
+        {"update", [](auto& manager, auto& reminder,
+                      auto sync) { manager.updateReminder(reminder, ShouldUpdateDateModified::No, sync); }},
+        {"delete", [](auto& manager, auto& reminder, auto sync) { manager.deleteReminder(reminder, sync); }},
+        {"bulk update",
+         [](auto& manager, auto& reminder, auto sync) { manager.bulkUpdateReminders({reminder}, sync); }},
+        {"bulk delete",
+         [](auto& manager, auto& reminder, auto sync) { manager.bulkDeleteReminders({reminder}, sync); }},
+    };
+    return all;
+}
+
+TEST(Writing, ReachesTheCloudByFlagSettingAndShare) {
+    for (const auto& [verb, act] : writes()) {
+        for (int bits = 0; bits < 8; ++bits) {
+            const bool flag = bits & 1, wanted = bits & 2, shared = bits & 4;
+            SCOPED_TRACE(testing::Message() << verb << " flag " << flag << " sync " << wanted << " shared " << shared);
+            ManagerWorld world;
+            auto attributes = world.dated("r", "2026-01-20T09:00");
+            if (shared) attributes.shareURL = "https://share.example/1";
+            const auto reminder =
+                verb == "save" ? std::make_shared<ZNReminderObject>(attributes) : world.store(attributes);
+            world.settings.setShouldUseCloudKit(wanted);
+            act(world.manager, reminder, flag ? ShouldSyncWithiCloud::Yes : ShouldSyncWithiCloud::No);
+            world.settle();
+
+            // Bulk operations leave the shared records of a user without sync alone.
+            const bool isBulk = verb.starts_with("bulk");
+            const bool expected = flag && (wanted || (shared && !isBulk));
+            const auto line = verb + (verb == "delete" ? " r" : " r retry");
+            EXPECT_EQ(world.cloud.takeLines(), expected ? std::vector{line} : std::vector<std::string>());
+            EXPECT_EQ(world.stored("r") != nullptr, !verb.ends_with("delete"));
+        }
+    }
+}
+
+TEST(Writing, LeavesAMarkForTheNextSyncWhereAPushFails) {
+    struct Case {
+        std::string verb;
+        FakeCloud::Answer answer;
+        bool didPersist, hasLocalChanges;
+        std::optional<bool> shouldDeleteRemote;
+        bool isStored = true;
+    };
+    using enum FakeCloud::Answer;
+    for (const auto& expected : {
+             Case{"save", Success, true, false, {}},
+             Case{"save", Error, false, false, {}},
+             Case{"update", Success, false, false, {}},
+             Case{"update", Error, false, true, {}},
+             Case{"delete", Success, false, false, {}, false},
+             Case{"delete", Error, false, false, true},
+             Case{"bulk update", Success, false, false, {}},
+             Case{"bulk update", Error, false, true, {}},
+             Case{"bulk delete", Success, false, false, {}, false},
+             Case{"bulk delete", Error, false, false, true},
+         }) {
+        SCOPED_TRACE(testing::Message() << expected.verb << " answer " << static_cast<int>(expected.answer));
+        ManagerWorld world;
+        world.settings.setShouldUseCloudKit(true);
+        world.cloud.setAnswer(expected.answer);
+        const auto attributes = world.dated("r", "2026-01-20T09:00");
+        const auto reminder =
+            expected.verb == "save" ? std::make_shared<ZNReminderObject>(attributes) : world.store(attributes);
+        for (const auto& [verb, act] : writes()) {
+            if (verb == expected.verb) act(world.manager, reminder, ShouldSyncWithiCloud::Yes);
+        }
+        world.manager.waitUntilSettled();
+
+        const auto stored = world.stored("r");
+        ASSERT_EQ(stored != nullptr, expected.isStored);
+        if (!stored) continue;
+        EXPECT_EQ(stored->didPersistToiCloud(), expected.didPersist);
+        EXPECT_EQ(stored->hasLocalChanges(), expected.hasLocalChanges);
+        EXPECT_EQ(stored->shouldDeleteRemote(), expected.shouldDeleteRemote);
+        // Bulk updates pass the sync flag on as the date flag; the marks stamp nothing.
+        EXPECT_EQ(stored->modified_date().has_value(), expected.verb == "bulk update");
+    }
+}
+
+TEST(Writing, KeepsTheAlertsInLineOnAQueueOfTheirOwnInTheOrderOfTheChanges) {
+    for (std::uint64_t seed = 0; seed < 20; ++seed) {
+        ManagerWorld world(seed);
+        std::vector<ReminderPtr> reminders;
+        for (const auto* id : {"a", "b", "c"}) {
+            reminders.push_back(std::make_shared<ZNReminderObject>(world.dated(id, "2026-01-20T09:00")));
+            world.manager.saveReminder(reminders.back(), ShouldSyncWithiCloud::No);
+        }
+        world.settle();
+        EXPECT_THAT(world.alerts.takeLines(), ElementsAre("schedule a", "schedule b", "schedule c"));
+
+        world.manager.bulkUpdateReminders(reminders, ShouldSyncWithiCloud::Yes);
+        world.settle();
+        EXPECT_THAT(world.alerts.takeLines(), IsEmpty());
+
+        bool blockCameFirst = false;
+        world.manager.bulkDeleteReminders({reminders[0], reminders[1]}, ShouldSyncWithiCloud::No,
+                                          [&] { blockCameFirst = world.alerts.takeLines().empty(); });
+        world.settle();
+        EXPECT_TRUE(blockCameFirst);
+        EXPECT_THAT(world.alerts.takeLines(), ElementsAre("remove a", "remove b"));
+
+        world.manager.deleteReminder(reminders[2], ShouldSyncWithiCloud::No);
+        world.settle();
+        EXPECT_THAT(world.alerts.takeLines(), ElementsAre("remove c"));
+    }
+}
+
+TEST(Writing, AFreshReminderHasItsIdentifierAtOnceAndAnUpdateOfAStrangerWritesNothing) {
+    ManagerWorld world;
+    const auto fresh = std::make_shared<ZNReminderObject>();
+    world.manager.saveReminder(fresh, ShouldSyncWithiCloud::Yes);
+    EXPECT_EQ(fresh->reminderID(), "id-1");
+    const auto stranger = std::make_shared<ZNReminderObject>(world.dated("stranger", "2026-01-20T09:00"));
+    world.manager.updateReminder(stranger, ShouldUpdateDateModified::Yes, ShouldSyncWithiCloud::Yes);
+    world.settle();
+    EXPECT_THAT(world.storedIDs(), ElementsAre("id-1"));
+}
+
+TEST(Writing, AStoreThatRefusesLetsNothingFollow) {
+    SimulatedDispatch dispatch(3);
+    const TestEnvironment environment;
+    const TemporaryFolder folder;
+    // A file where the folder should be: nothing can be stored, whoever runs the test.
+    std::ofstream(folder.path() / "data") << "in the way";
+    std::vector<std::string> log;
+    const ScopedLogSink sink([&](std::string_view line) { log.emplace_back(line); });
+    NSNotificationCenter notifications;
+    ZNDatabase database(folder.path() / "data", {dispatch, notifications, environment});
+    ZNUserDefaults defaults(folder.path() / "configuration");
+    ZNSettingsObject settings(defaults, nullptr, nullptr);
+    settings.setShouldUseCloudKit(true);
+    int refusals = 0;
+    database.setFailureHandler([&](const StoreError&) { ++refusals; });
+    FakeCloud cloud;
+    FakeAlerts alerts;
+    ZNReminderManager manager({database, settings, dispatch, notifications, environment, cloud, alerts});
+
+    const auto reminder = std::make_shared<ZNReminderObject>();
+    manager.saveReminder(reminder, ShouldSyncWithiCloud::Yes);
+    manager.bulkSortAndUpdate({reminder}, ShouldSyncWithiCloud::Yes);
+    manager.waitUntilSettled();
+    dispatch.advance(std::chrono::minutes(1));
+    EXPECT_EQ(refusals, 2);
+    EXPECT_THAT(cloud.takeLines(), IsEmpty());
+    EXPECT_THAT(alerts.takeLines(), IsEmpty());
+    EXPECT_THAT(manager.fetchAllReminders(), IsEmpty());
+    EXPECT_FALSE(log.empty());
+}
+
+TEST(Writing, ImportKeepsEveryAttributeReplacesAndSchedules) {
+    ManagerWorld world;
+    world.settings.setShouldUseCloudKit(true);
+    world.store(world.dated("known", "2026-01-20T09:00"));
+    auto known = world.dated("known", "2027-01-01T00:00");
+    known.hasLocalChanges = true;
+    known.modified_date = world.at("2020-02-02T02:02:02.000002Z");
+    auto fresh = world.dated("fresh", "0001-01-01T00:00");
+    fresh.rank = -5;
+    fresh.shouldDeleteRemote = false;
+    world.manager.importReminders(
+        {std::make_shared<ZNReminderObject>(known), std::make_shared<ZNReminderObject>(fresh)});
+    world.settle();
+    EXPECT_EQ(world.stored("known")->attributes(), known);
+    EXPECT_EQ(world.stored("fresh")->attributes(), fresh);
+    EXPECT_THAT(world.alerts.takeLines(), UnorderedElementsAre("schedule known", "schedule fresh"));
+    EXPECT_THAT(world.cloud.takeLines(), IsEmpty());
+}
+
+// The one story over real threads: what waiting promises, and food for the thread sanitizer.
+TEST(Writing, ManyThreadsWriteAndWaitingSeesAllOfIt) {
+    SystemDispatch dispatch(std::make_shared<LoopQueue>());
+    const TestEnvironment environment;
+    const TemporaryFolder folder;
+    NSNotificationCenter notifications;
+    ZNDatabase database(folder.path(), {dispatch, notifications, environment});
+    ZNUserDefaults defaults(folder.path());
+    ZNSettingsObject settings(defaults, nullptr, nullptr);
+    settings.setShouldUseCloudKit(true);
+    NoCloud cloud;
+    FakeAlerts alerts;
+    constexpr int threadCount = 4;
+    constexpr int perThread = 10;
+    {
+        ZNReminderManager manager({database, settings, dispatch, notifications, environment, cloud, alerts});
+        std::vector<std::thread> threads;
+        for (int t = 0; t < threadCount; ++t) {
+            threads.emplace_back([&, t] {
+                for (int i = 0; i < perThread; ++i) {
+                    const auto reminder = std::make_shared<ZNReminderObject>();
+                    reminder->setTitle(std::to_string(t));
+                    manager.saveReminder(reminder, ShouldSyncWithiCloud::Yes);
+                    manager.snoozeReminder(reminder, environment.now());
+                    manager.bulkSortAndUpdate({reminder}, ShouldSyncWithiCloud::Yes);
+                    if (i % 2) manager.completeReminder(reminder);
+                }
+            });
+        }
+        for (auto& thread : threads)
+            thread.join();
+        manager.waitUntilSettled();
+        EXPECT_EQ(manager.numberOfTotalReminders(), std::size_t{threadCount * perThread});
+        EXPECT_EQ(manager.fetchAllCompletedReminders().size(), std::size_t{threadCount * perThread / 2});
+        EXPECT_EQ(manager.fetchAllRemindersWithLocalChanges().size(), std::size_t{threadCount * perThread});
+        EXPECT_EQ(alerts.takeLines().size(), std::size_t{threadCount * perThread * 5 / 2});
+        manager.willBecomeInactive();
+        manager.saveReminder(std::make_shared<ZNReminderObject>(), ShouldSyncWithiCloud::Yes);
+    }
+    EXPECT_EQ(alerts.takeLines().size(), 1u) << "a manager that goes lets its last write come to its end";
+}
+
+TEST(Housekeeping, RemovesWhatWasCompletedThirtyDaysAgoUnlessTurnedOff) {
+    ManagerWorld world(1, "2026-03-01T10:00:00Z");
+    const auto completed = [&](const char* id, std::string_view date) {
+        auto attributes = world.dated(id, "2026-01-01T09:00");
+        attributes.completed_date = world.at(date);
+        return attributes;
+    };
+    world.store(completed("exactly", "2026-01-30T10:00:00Z"));
+    world.store(completed("a second later", "2026-01-30T10:00:01Z"));
+    world.store(completed("series+2026-01-01T09:00:00.000Z", "2025-06-01T10:00:00Z"));
+    auto tombstone = completed("tombstone", "2025-06-01T10:00:00Z");
+    tombstone.shouldDeleteRemote = true;
+    world.store(tombstone);
+    world.store(world.dated("open", "2020-01-01T09:00"));
+    world.settings.setShouldUseCloudKit(true);
+
+    world.settings.setShouldDeleteCompleted(false);
+    world.manager.removeCompletedRemindersIfEnabled();
+    world.settle();
+    EXPECT_EQ(world.storedIDs().size(), 5u);
+
+    world.settings.setShouldDeleteCompleted(true);
+    world.manager.removeCompletedRemindersIfEnabled();
+    world.settle();
+    EXPECT_THAT(world.storedIDs(), UnorderedElementsAre("a second later", "open"));
+    EXPECT_THAT(world.cloud.takeLines(),
+                UnorderedElementsAre("delete exactly", "delete tombstone", "delete series+2026-01-01T09:00:00.000Z"));
+    EXPECT_EQ(world.alerts.takeLines().size(), 3u);
+}
+
+TEST(Housekeeping, RemovesDoublesWipesAndAsksForTheBadge) {
+    ManagerWorld world;
+    std::vector<std::string> posted;
+    const auto note = [&](const NSNotification& notification) { posted.emplace_back(notification.name); };
+    const auto deDuped = world.notifications.addObserver(ZNDatabaseDeDupedNotification, note);
+    const auto badge = world.notifications.addObserver("com.zunlabs.ZNUpdateBadgeNotification", note);
+    world.store(world.dated("single", "2026-01-20T09:00"));
+    world.manager.deDupeDatabase();
+    world.settle();
+    EXPECT_THAT(posted, IsEmpty());
+
+    world.manager.updateBadgeIcon();
+    EXPECT_THAT(posted, ElementsAre(ZNUpdateBadgeNotification));
+
+    world.manager.clearCoreData();
+    world.settle();
+    EXPECT_THAT(world.storedIDs(), IsEmpty());
+    EXPECT_THAT(world.alerts.takeLines(), IsEmpty());
+    EXPECT_THAT(world.cloud.takeLines(), IsEmpty());
+}
+
+}  // namespace
+}  // namespace zun
