@@ -82,8 +82,9 @@ std::string DateLabels::timeAgoSinceDate(NSDate date, NSDate sinceDate) const {
     const auto [from, to] = std::minmax({std::clamp(date, first, last), std::clamp(sinceDate, first, last)});
     const auto elapsed = duration_cast<seconds>(to - from);
     const auto zone = _environment.timeZone();
-    const auto distance = elapsed < 24h ? elapsedDistance(elapsed)
-                                        : calendarDistance(floor<days>(zone->localTime(from)), floor<days>(zone->localTime(to)));
+    const auto distance = elapsed < 24h
+                              ? elapsedDistance(elapsed)
+                              : calendarDistance(floor<days>(zone->localTime(from)), floor<days>(zone->localTime(to)));
     if (distance.count < 2) return _strings.string(distance.single, "DateTools");
     const auto key = timeAgoKey(distance.unit, distance.count, _strings.language());
     return stringWithFormat(_strings.string(key, "DateTools"), {std::to_string(distance.count)});

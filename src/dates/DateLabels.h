@@ -1,7 +1,7 @@
 #pragma once
 
-// What a date is called in relation to another, usually to now: "tomorrow at 9:00", "3 hours ago", and the colour of its lateness.
-// Any thread; some microseconds a call; nothing fails.
+// What a date is called in relation to another, usually to now: "tomorrow at 9:00", "3 hours ago", and the colour of
+// its lateness. Any thread; some microseconds a call; nothing fails.
 
 #include <cstdint>
 #include <optional>
@@ -33,8 +33,8 @@ class DateLabels {
     //   otherwise     the date and the time without a year
     [[nodiscard]] std::string dateAsRelativeString(NSDate date) const;
     [[nodiscard]] std::string dateAsRelativeStringWithOriginDate(NSDate date, NSDate originDate) const;
-    // The distance between two dates in its largest whole unit, whichever comes first: hours and smaller under 24 hours, else whole
-    // calendar days and larger. "2 weeks ago"; a count below 2 reads "last week".
+    // The distance between two dates in its largest whole unit, whichever comes first: hours and smaller under 24
+    // hours, else whole calendar days and larger. "2 weeks ago"; a count below 2 reads "last week".
     [[nodiscard]] std::string timeAgoSinceDate(NSDate date, NSDate sinceDate) const;
     // "Tomorrow", "Later today", else the weekday.
     [[nodiscard]] std::string weekdayStringWithRelativeIfAppropriate(NSDate date) const;
@@ -51,18 +51,24 @@ class DateLabels {
     // Month and year.
     [[nodiscard]] std::string monthString(NSDate date) const { return _formatter.monthAndYearStringForDate(date); }
     [[nodiscard]] std::string dayString(NSDate date) const { return _formatter.dayStringForDate(date); }
-    [[nodiscard]] std::string dayStringAsWeekday(NSDate date) const { return _formatter.dayStringAsWeekdayForDate(date); }
-    [[nodiscard]] std::string weekDayMediumString(NSDate date) const { return _formatter.dayStringAsWeekdayForDate(date); }
+    [[nodiscard]] std::string dayStringAsWeekday(NSDate date) const {
+        return _formatter.dayStringAsWeekdayForDate(date);
+    }
+    [[nodiscard]] std::string weekDayMediumString(NSDate date) const {
+        return _formatter.dayStringAsWeekdayForDate(date);
+    }
     [[nodiscard]] std::string dayStringAsLongWeekday(NSDate date) const {
         return _formatter.dayStringAsLongWeekdayForDate(date);
     }
     [[nodiscard]] std::vector<std::string> weekdayStrings() const { return _formatter.weekdayStrings(); }
 
-    // "#rrggbb": green ahead of now, yellow under a full day late, orange under two, red from there on; empty for an absent date.
+    // "#rrggbb": green ahead of now, yellow under a full day late, orange under two, red from there on; empty for an
+    // absent date.
     [[nodiscard]] std::optional<std::string_view> colorForDate(OptionalDate date) const;
 
-    // The key of the elapsed-time table for a unit in the plural ("years"): languages with two plurals mark the unit with "_" after
-    // 2 to 4 and with "__" after 1, judged by the last digits, so that "21" and "22" find words of their own.
+    // The key of the elapsed-time table for a unit in the plural ("years"): languages with two plurals mark the unit
+    // with "_" after 2 to 4 and with "__" after 1, judged by the last digits, so that "21" and "22" find words of their
+    // own.
     [[nodiscard]] static std::string timeAgoKey(std::string_view unit, std::int64_t count, std::string_view language);
 
   private:

@@ -23,8 +23,8 @@ icu::UnicodeString utf16(std::string_view text) {
     return icu::UnicodeString::fromUTF8({text.data(), static_cast<int32_t>(text.size())});
 }
 
-// What one thread keeps for one locale. The formatters run on a clock without a zone: they are given wall time as if it were UTC,
-// because the zone's rules are the system's and ICU's own may be older.
+// What one thread keeps for one locale. The formatters run on a clock without a zone: they are given wall time as if it
+// were UTC, because the zone's rules are the system's and ICU's own may be older.
 class ThreadFormats {
   public:
     static ThreadFormats& forLocale(const std::string& identifier) {
@@ -71,7 +71,8 @@ class ThreadFormats {
         int32_t count = 0;
         const auto* names = symbols.getWeekdays(count, context, width);
         std::vector<std::string> result;
-        for (int32_t weekday = UCAL_SUNDAY; weekday < count; ++weekday) result.push_back(utf8(names[weekday]));
+        for (int32_t weekday = UCAL_SUNDAY; weekday < count; ++weekday)
+            result.push_back(utf8(names[weekday]));
         return result;
     }
 

@@ -1,10 +1,11 @@
 #pragma once
 
-// Dates as words, in the formats that the string table sets and the order that the user's region uses. Field names and digits are
-// those of the locale of formats, whatever the language of the texts. The year is always the Gregorian one.
+// Dates as words, in the formats that the string table sets and the order that the user's region uses. Field names and
+// digits are those of the locale of formats, whatever the language of the texts. The year is always the Gregorian one.
 //
-// Any thread: the ICU formatters stay with the thread that made them and are made again when the locale changes. Some microseconds a
-// call, a fifth of a millisecond for the first of a thread. Nothing fails: a pattern that ICU cannot read gives an empty text.
+// Any thread: the ICU formatters stay with the thread that made them and are made again when the locale changes. Some
+// microseconds a call, a fifth of a millisecond for the first of a thread. Nothing fails: a pattern that ICU cannot
+// read gives an empty text.
 
 #include <string>
 #include <string_view>

@@ -1,7 +1,7 @@
 #pragma once
 
-// The moments that the interface offers and the few questions it asks of a date, all on the user's calendar as it stands now.
-// Any thread; nothing blocks or fails.
+// The moments that the interface offers and the few questions it asks of a date, all on the user's calendar as it
+// stands now. Any thread; nothing blocks or fails.
 
 #include <cstdint>
 
