@@ -52,11 +52,15 @@ void forEachLine(std::string_view text, Block block) {
     }
 }
 
-bool contains(std::string_view text, std::string_view part) { return text.find(part) != std::string_view::npos; }
+bool contains(std::string_view text, std::string_view part) {
+    return text.find(part) != std::string_view::npos;
+}
 
 }  // namespace
 
-std::string_view trimmedOfLineEnds(std::string_view text) { return trimmed(text, isLineEnd); }
+std::string_view trimmedOfLineEnds(std::string_view text) {
+    return trimmed(text, isLineEnd);
+}
 
 std::vector<ChecklistItem> checklistItems(std::string_view checklist) {
     std::vector<ChecklistItem> items;
@@ -66,7 +70,8 @@ std::vector<ChecklistItem> checklistItems(std::string_view checklist) {
         const auto size = static_cast<int64_t>(line.size());
         int64_t textBegin = 0;
         int characters = 0;
-        for (; characters < 3 && textBegin < size; ++characters) U8_FWD_1(bytes, textBegin, size);
+        for (; characters < 3 && textBegin < size; ++characters)
+            U8_FWD_1(bytes, textBegin, size);
         if (characters < 3) textBegin = 0;
         items.push_back({line.starts_with(doneMarker), std::string(line.substr(static_cast<std::size_t>(textBegin)))});
     });
@@ -81,8 +86,9 @@ std::string removeExraneousNewLinesAndWhiteSpace(std::string_view text) {
     return result;
 }
 
-std::string stringWithChecklistFormatting(std::string_view line, ShouldUseMarkdownFormatting shouldUseMarkdownFormatting,
-                                          IsChecked isChecked, ShouldAppendLineBreak shouldAppendLineBreak) {
+std::string stringWithChecklistFormatting(std::string_view line,
+                                          ShouldUseMarkdownFormatting shouldUseMarkdownFormatting, IsChecked isChecked,
+                                          ShouldAppendLineBreak shouldAppendLineBreak) {
     std::string text(trimmedOfLineEnds(line));
     boost::replace_all(text, "\n", " ");
     const std::string marker(isChecked == IsChecked::Yes ? doneMarker : openMarker);

@@ -19,14 +19,14 @@ constexpr std::string_view emojisEnding = "_Emojis";
 
 // The order decides between equals.
 constexpr std::array<Topic, TopicDetection::topicCount> topics{{
-    {"Mail", "mailImage.jpg"},          {"Trash", "trashImage.jpg"},        {"LunchAndDinner", "dinnerImage.jpg"},
-    {"Cleaning", "cleaningImage.jpg"},  {"Coffee", "coffeeImage.jpg"},      {"HappyHour", "happyHourImage.jpg"},
-    {"Haircut", "haircutImage.jpg"},    {"Party", "partyImage.jpg"},        {"Meeting", "meetingImage.jpg"},
-    {"Errand", "groceryImage.jpg"},     {"Shopping", "shoppingImage.jpg"},  {"Laundry", "laundryImage.jpg"},
-    {"Gym", "gymImage.jpg"},            {"Call", "callImage.jpg"},          {"Texting", "textImage.jpg"},
-    {"Medical", "medicalImage.jpg"},    {"Leisure", "readingImage.jpg"},    {"Pet", "petsImage.jpg"},
-    {"Recipe", "recipeImage.jpg"},      {"Outdoor", "outdoors.jpg"},        {"Travel", "travelImage.jpg"},
-    {"Maintenance", "fixImage.jpg"},    {"Media", "mediaImage.jpg"},
+    {"Mail", "mailImage.jpg"},         {"Trash", "trashImage.jpg"},       {"LunchAndDinner", "dinnerImage.jpg"},
+    {"Cleaning", "cleaningImage.jpg"}, {"Coffee", "coffeeImage.jpg"},     {"HappyHour", "happyHourImage.jpg"},
+    {"Haircut", "haircutImage.jpg"},   {"Party", "partyImage.jpg"},       {"Meeting", "meetingImage.jpg"},
+    {"Errand", "groceryImage.jpg"},    {"Shopping", "shoppingImage.jpg"}, {"Laundry", "laundryImage.jpg"},
+    {"Gym", "gymImage.jpg"},           {"Call", "callImage.jpg"},         {"Texting", "textImage.jpg"},
+    {"Medical", "medicalImage.jpg"},   {"Leisure", "readingImage.jpg"},   {"Pet", "petsImage.jpg"},
+    {"Recipe", "recipeImage.jpg"},     {"Outdoor", "outdoors.jpg"},       {"Travel", "travelImage.jpg"},
+    {"Maintenance", "fixImage.jpg"},   {"Media", "mediaImage.jpg"},
 }};
 
 bool isCharacterBasedLanguage(const Environment& environment) {
@@ -38,7 +38,8 @@ bool isCharacterBasedLanguage(const Environment& environment) {
 icu::UnicodeString lookedAt(std::string_view title) {
     constexpr auto units = static_cast<int32_t>(TopicDetection::charactersLookedAt);
     constexpr std::size_t mostBytesOfUnit = 4;
-    const auto size = static_cast<int32_t>(std::min(title.size(), mostBytesOfUnit * TopicDetection::charactersLookedAt));
+    const auto size =
+        static_cast<int32_t>(std::min(title.size(), mostBytesOfUnit * TopicDetection::charactersLookedAt));
     auto text = icu::UnicodeString::fromUTF8({title.data(), size});
     text.truncate(units);
     return text;
@@ -85,7 +86,8 @@ class TopicDetection::Patterns {
         std::array<std::unique_ptr<icu::RegexMatcher>, topicCount> rows;
     };
 
-    void prepare(Matchers& matchers, std::string_view keyEnding, const char* before, const char* after, uint32_t flags) {
+    void prepare(Matchers& matchers, std::string_view keyEnding, const char* before, const char* after,
+                 uint32_t flags) {
         if (matchers.areCompiled) return;
         matchers.areCompiled = true;
         for (std::size_t row = 0; row < topicCount; ++row) {
@@ -102,7 +104,8 @@ class TopicDetection::Patterns {
         matcher->reset(title);
         UErrorCode status = U_ZERO_ERROR;
         std::size_t count = 0;
-        while (count < most && matcher->find(status) && U_SUCCESS(status)) ++count;
+        while (count < most && matcher->find(status) && U_SUCCESS(status))
+            ++count;
         return count;
     }
 
@@ -138,10 +141,11 @@ std::string_view TopicDetection::pictureNameForTopic(std::size_t topic, std::str
     return high ? "defaultImage2.jpg" : "defaultImage1.jpg";
 }
 
-std::string_view TopicDetection::pictureNameForReminder(const ZNReminderObject& reminder) const {
+std::string TopicDetection::pictureNameForReminder(const ZNReminderObject& reminder) const {
     const auto attributes = reminder.attributes();
-    return pictureNameForTopic(topicForTitle(attributes.title), attributes.reminderID.value_or(""),
-                               attributes.start_date ? HasStartDate::Yes : HasStartDate::No);
+    const auto name = pictureNameForTopic(topicForTitle(attributes.title), attributes.reminderID.value_or(""),
+                                          attributes.start_date ? HasStartDate::Yes : HasStartDate::No);
+    return std::string(name);
 }
 
 }  // namespace zun

@@ -1,15 +1,17 @@
 #pragma once
 
-// Which of 23 everyday topics a reminder is about, by its title, and so which picture it gets. The words come from the string table:
-// per topic one alternation of emojis and one of keywords, both regular expressions, matched without regard to case.
+// Which of 23 everyday topics a reminder is about, by its title, and so which picture it gets. The words come from the
+// string table: per topic one alternation of emojis and one of keywords, both regular expressions, matched without
+// regard to case.
 //
 //   an emoji    the first topic in the table's order whose emojis occur; beats every word
-//   keywords    the topic with the most matches, the earlier one among equals; whole words, except where the user's first language
+//   keywords    the topic with the most matches, the earlier one among equals; whole words, except where the user's
+//   first language
 //               is written without blanks
 //   neither     no topic: one of four default pictures, always the same for a reminder
 //
-// Any thread. The first title takes two or three milliseconds to compile the patterns, later ones a fifth of one; only the first
-// `charactersLookedAt` of a title are read, so that none takes more than some milliseconds.
+// Any thread. The first title takes two or three milliseconds to compile the patterns, later ones a fifth of one; only
+// the first `charactersLookedAt` of a title are read, so that none takes more than some milliseconds.
 
 #include <cstddef>
 #include <memory>
@@ -38,11 +40,11 @@ class TopicDetection {
     // 1 to topicCount, or 0 for none. A topic whose entry is no valid pattern matches nothing.
     [[nodiscard]] std::size_t topicForTitle(std::string_view title) const;
 
-    // The picture of a topic; for 0 and anything above topicCount the default picture of the reminder: a function of the first two
-    // characters of its identifier and of whether it has a start date.
+    // The picture of a topic; for 0 and anything above topicCount the default picture of the reminder: a function of
+    // the first two characters of its identifier and of whether it has a start date.
     [[nodiscard]] static std::string_view pictureNameForTopic(std::size_t topic, std::string_view reminderID,
                                                               HasStartDate hasStartDate);
-    [[nodiscard]] std::string_view pictureNameForReminder(const ZNReminderObject& reminder) const;
+    [[nodiscard]] std::string pictureNameForReminder(const ZNReminderObject& reminder) const;
 
   private:
     class Patterns;

@@ -19,17 +19,22 @@ constexpr std::string_view replacementCharacter = "\uFFFD";
 constexpr std::int64_t longestInterval = 999;
 constexpr std::int64_t defaultRadius = 300;
 
-constexpr URLIntakeError noURLError{
-    .localizedFailureReason = "There was an error creating a URL from the given string",
-    .localizedRecoverySuggestion = "Please make sure your URL is valid"};
+constexpr URLIntakeError noURLError{.localizedFailureReason = "There was an error creating a URL from the given string",
+                                    .localizedRecoverySuggestion = "Please make sure your URL is valid"};
 constexpr URLIntakeError noTitleError{
     .localizedFailureReason = "There was an error parsing the URL",
     .localizedRecoverySuggestion = "Please check your URL parameter names and syntax"};
 
 // Everything about letters and digits here is ASCII, whatever the locale of the process.
-bool isDigit(char c) { return c >= '0' && c <= '9'; }
-char lower(char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c; }
-int hexValue(char c) { return isDigit(c) ? c - '0' : (lower(c) >= 'a' && lower(c) <= 'f' ? lower(c) - 'a' + 10 : -1); }
+bool isDigit(char c) {
+    return c >= '0' && c <= '9';
+}
+char lower(char c) {
+    return c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c;
+}
+int hexValue(char c) {
+    return isDigit(c) ? c - '0' : (lower(c) >= 'a' && lower(c) <= 'f' ? lower(c) - 'a' + 10 : -1);
+}
 
 bool isPercentEscape(std::string_view text, std::size_t at) {
     return at + 2 < text.size() && text[at] == '%' && hexValue(text[at + 1]) >= 0 && hexValue(text[at + 2]) >= 0;
@@ -38,7 +43,8 @@ bool isPercentEscape(std::string_view text, std::size_t at) {
 bool isURL(std::string_view text) {
     if (text.size() > maximumURLSize || text.size() < schemeAndSlashes.size()) return false;
     const auto scheme = text.substr(0, schemeAndSlashes.size());
-    if (!std::equal(scheme.begin(), scheme.end(), schemeAndSlashes.begin(), [](char a, char b) { return lower(a) == b; })) {
+    if (!std::equal(scheme.begin(), scheme.end(), schemeAndSlashes.begin(),
+                    [](char a, char b) { return lower(a) == b; })) {
         return false;
     }
     for (std::size_t at = 0; at < text.size(); ++at) {
@@ -49,7 +55,9 @@ bool isURL(std::string_view text) {
     return true;
 }
 
-std::string_view hostAndRest(std::string_view url) { return url.substr(std::min(url.size(), schemeAndSlashes.size())); }
+std::string_view hostAndRest(std::string_view url) {
+    return url.substr(std::min(url.size(), schemeAndSlashes.size()));
+}
 
 std::string_view hostOf(std::string_view url) {
     const auto rest = hostAndRest(url);
@@ -102,7 +110,8 @@ std::uint64_t unsignedValue(std::string_view text, std::int64_t most = std::nume
     const bool isNegative = text.starts_with('-');
     if (isNegative || text.starts_with('+')) text.remove_prefix(1);
     std::int64_t value = 0;
-    const auto [end, error] = std::from_chars(text.data(), text.data() + std::min(text.size(), text.find_first_of("-+")), value);
+    const auto [end, error] =
+        std::from_chars(text.data(), text.data() + std::min(text.size(), text.find_first_of("-+")), value);
     if (error == std::errc::result_out_of_range) value = std::numeric_limits<std::int64_t>::max();
     return isNegative ? 0 : static_cast<std::uint64_t>(std::min(value, most));
 }
@@ -122,8 +131,12 @@ class Parameters {
   public:
     explicit Parameters(std::string_view url) : _url(url) {}
 
-    [[nodiscard]] std::optional<std::string> text(std::string_view name) const { return stringForQueryParam(name, _url); }
-    [[nodiscard]] OptionalDate date(std::string_view name) const { return dateFromInternetFormat(text(name).value_or("")); }
+    [[nodiscard]] std::optional<std::string> text(std::string_view name) const {
+        return stringForQueryParam(name, _url);
+    }
+    [[nodiscard]] OptionalDate date(std::string_view name) const {
+        return dateFromInternetFormat(text(name).value_or(""));
+    }
     [[nodiscard]] std::uint64_t integer(std::string_view name, std::int64_t whenAbsent = 0) const {
         const auto value = text(name);
         return value ? unsignedValue(*value) : static_cast<std::uint64_t>(whenAbsent);
@@ -218,7 +231,8 @@ std::optional<DayOrdinals> dayOrdinalsFromString(std::string_view string) {
         const auto comma = string.find(',');
         const auto ordinal = unsignedValue(string.substr(0, comma));
         const auto day = static_cast<int>(std::min(ordinal, daysOfWeek + 1));
-        if (ordinal >= 1 && ordinal <= daysOfWeek && std::find(ordinals.begin(), ordinals.end(), day) == ordinals.end()) {
+        if (ordinal >= 1 && ordinal <= daysOfWeek &&
+            std::find(ordinals.begin(), ordinals.end(), day) == ordinals.end()) {
             ordinals.push_back(day);
         }
         string = comma == std::string_view::npos ? std::string_view() : string.substr(comma + 1);

@@ -3,17 +3,20 @@
 // Reminders from URLs: zun.create://<title>?<name>=<value>&<name>=<value>...
 //
 // Read from the raw text by these rules:
-//   - No URL at all is a text with another scheme (compared without case) or without "//" after it, one that holds a blank, a control
+//   - No URL at all is a text with another scheme (compared without case) or without "//" after it, one that holds a
+//   blank, a control
 //     character or a "%" without two hexadecimal digits behind it, and one above maximumURLSize.
-//   - The title runs up to the first "/", "?" or "#". "@" and ":" in it mean nothing special. A path is passed over, and the query
+//   - The title runs up to the first "/", "?" or "#". "@" and ":" in it mean nothing special. A path is passed over,
+//   and the query
 //     ends at "#".
 //   - Percent encoding gives UTF-8; what is no UTF-8, and a NUL, reads as U+FFFD. "+" stays a plus.
-//   - Integers read like strtoll: leading blanks, a sign, digits, the rest is ignored; no digits are 0. Negative ones count as 0.
-//     Intervals stop at 999, an unknown repeat_type or earlyReminderType is 0, an ordinal outside 1 to 7 or one that was there
-//     before is dropped. Coordinates that are no number or lie outside the globe count as absent.
+//   - Integers read like strtoll: leading blanks, a sign, digits, the rest is ignored; no digits are 0. Negative ones
+//   count as 0.
+//     Intervals stop at 999, an unknown repeat_type or earlyReminderType is 0, an ordinal outside 1 to 7 or one that
+//     was there before is dropped. Coordinates that are no number or lie outside the globe count as absent.
 //
-// Pure functions, any thread; a title of a megabyte takes some milliseconds. Touches no store: what becomes of the reminder is up to
-// the block.
+// Pure functions, any thread; a title of a megabyte takes some milliseconds. Touches no store: what becomes of the
+// reminder is up to the block.
 
 #include <functional>
 #include <optional>
@@ -36,13 +39,16 @@ struct URLIntakeError {
 };
 
 // Gets the wish for the editor and the reminder, or no reminder and the error.
-using URLIntakeBlock = std::function<void(bool shouldShowEditor, const ReminderPtr& reminder, const URLIntakeError* error)>;
+using URLIntakeBlock =
+    std::function<void(bool shouldShowEditor, const ReminderPtr& reminder, const URLIntakeError* error)>;
 
-// Calls the block before it returns: once, or twice for a text that is no URL, first for that and then for the missing title.
+// Calls the block before it returns: once, or twice for a text that is no URL, first for that and then for the missing
+// title.
 void reminderFromURL(std::string_view url, const URLIntakeBlock& withCompletion);
 
-// The decoded value of one parameter; empty if it is missing or has no value. "?name=" is looked for before "&name=", and with
-// several of the form found the last one counts. A backslash and an "n" in the checklist ("c") become a line break.
+// The decoded value of one parameter; empty if it is missing or has no value. "?name=" is looked for before "&name=",
+// and with several of the form found the last one counts. A backslash and an "n" in the checklist ("c") become a line
+// break.
 [[nodiscard]] std::optional<std::string> stringForQueryParam(std::string_view name, std::string_view withURL);
 
 // "2,4" as weekdays; empty without any.

@@ -64,29 +64,42 @@ std::optional<std::string> ZNReminderHelper::formattedChecklistString(
     std::string text;
     for (const auto& item : checklistItems(*checklist)) {
         if (!text.empty()) text += '\n';
-        text.append(markdown ? "- " : "").append(item.isDone ? "[x]" : "[ ]").append(markdown ? " " : "").append(item.text);
+        text.append(markdown ? "- " : "")
+            .append(item.isDone ? "[x]" : "[ ]")
+            .append(markdown ? " " : "")
+            .append(item.text);
     }
     return text;
 }
 
 std::string ZNReminderHelper::stringForRepeatType(std::uint64_t type) const {
     switch (type) {
-        case RepeatType::daily: return _strings.string("Repeat_Daily");
-        case RepeatType::weekly: return _strings.string("Repeat_Weekly");
-        case RepeatType::monthly: return _strings.string("Repeat_Monthly");
-        case RepeatType::yearly: return _strings.string("Repeat_Yearly");
-        default: return _strings.string("Repeat_None");
+        case RepeatType::daily:
+            return _strings.string("Repeat_Daily");
+        case RepeatType::weekly:
+            return _strings.string("Repeat_Weekly");
+        case RepeatType::monthly:
+            return _strings.string("Repeat_Monthly");
+        case RepeatType::yearly:
+            return _strings.string("Repeat_Yearly");
+        default:
+            return _strings.string("Repeat_None");
     }
 }
 
 std::string ZNReminderHelper::stringForRepeatType(std::uint64_t type, std::uint64_t withCustomInterval) const {
     const bool plural = withCustomInterval >= 2;
     switch (type) {
-        case RepeatType::daily: return _strings.string(plural ? "Days_Plural" : "Days_Singular");
-        case RepeatType::weekly: return _strings.string(plural ? "Weeks_Plural" : "Weeks_Singular");
-        case RepeatType::monthly: return _strings.string(plural ? "Months_Plural" : "Months_Singular");
-        case RepeatType::yearly: return _strings.string(plural ? "Years_Plural" : "Years_Singular");
-        default: return {};
+        case RepeatType::daily:
+            return _strings.string(plural ? "Days_Plural" : "Days_Singular");
+        case RepeatType::weekly:
+            return _strings.string(plural ? "Weeks_Plural" : "Weeks_Singular");
+        case RepeatType::monthly:
+            return _strings.string(plural ? "Months_Plural" : "Months_Singular");
+        case RepeatType::yearly:
+            return _strings.string(plural ? "Years_Plural" : "Years_Singular");
+        default:
+            return {};
     }
 }
 

@@ -1,7 +1,7 @@
 #pragma once
 
-// A reminder as the short lines of list, calendar and card, and as plain text for the pasteboard. Free of side effects; any thread,
-// since each call works on one consistent picture of the reminder.
+// A reminder as the short lines of list, calendar and card, and as plain text for the pasteboard. Free of side effects;
+// any thread, since each call works on one consistent picture of the reminder.
 
 #include <cstdint>
 #include <optional>
@@ -24,7 +24,8 @@ class ZNReminderHelper {
 
     // Where it will show up (a place), else dateStringForReminder.
     [[nodiscard]] std::string subtitleStringForReminder(const ZNReminderObject& reminder) const;
-    // The first that holds: when a snooze ends, when it was completed, when an open-ended one was created, when it is due.
+    // The first that holds: when a snooze ends, when it was completed, when an open-ended one was created, when it is
+    // due.
     [[nodiscard]] std::string dateStringForReminder(const ZNReminderObject& reminder) const;
     // Title, due date, place, notes, checklist, repeat and end date, each on lines of its own, absent ones left out.
     [[nodiscard]] std::string reminderAsString(const ZNReminderObject& reminder) const;

@@ -1,8 +1,8 @@
 #pragma once
 
-// Texts by key. Each language is an ICU resource bundle that is linked into the program; a key missing in a language falls back to
-// English, never to the language of the process. Immutable, so safe from any thread; a look-up takes well under a microsecond and
-// never touches a file.
+// Texts by key. Each language is an ICU resource bundle that is linked into the program; a key missing in a language
+// falls back to English, never to the language of the process. Immutable, so safe from any thread; a look-up takes well
+// under a microsecond and never touches a file.
 
 #include <initializer_list>
 #include <memory>
@@ -14,8 +14,8 @@ namespace zun {
 
 class LocalizedStrings {
   public:
-    // Picks the best language that there is a table for, by the order of the preferred languages ("de-AT" is served by "de").
-    // English if there is none for any of them.
+    // Picks the best language that there is a table for, by the order of the preferred languages ("de-AT" is served by
+    // "de"). English if there is none for any of them.
     explicit LocalizedStrings(const std::vector<std::string>& preferredLanguages);
     ~LocalizedStrings();
     LocalizedStrings(const LocalizedStrings&) = delete;
@@ -38,8 +38,9 @@ class LocalizedStrings {
     std::unique_ptr<Bundles> _bundles;
 };
 
-// Fills the placeholders of a text: %@ takes texts; %lu, %ld and %d take numbers given as text; %2$@ and the like name their
-// argument; %% is a per cent sign. A placeholder without an argument stays as it stands, as does any other text after "%".
+// Fills the placeholders of a text: %@ takes texts; %lu, %ld and %d take numbers given as text; %2$@ and the like name
+// their argument; %% is a per cent sign. A placeholder without an argument stays as it stands, as does any other text
+// after "%".
 [[nodiscard]] std::string stringWithFormat(std::string_view format, std::initializer_list<std::string_view> arguments);
 
 }  // namespace zun
