@@ -1,7 +1,8 @@
 #pragma once
 
-// The one list of a record's attributes. Names are exact and the same everywhere: C++, SQL column, predicate key, JSON key,
-// cloud record key. ReminderAttributes is the plain value; ZNReminderObject gives it identity, guards and observers.
+// The one list of a record's attributes. Names are exact and the same everywhere: C++, SQL column, predicate key, JSON
+// key, cloud record key. ReminderAttributes is the plain value; ZNReminderObject gives it identity, guards and
+// observers.
 
 #include <array>
 #include <cstddef>

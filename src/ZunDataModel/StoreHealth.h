@@ -9,12 +9,12 @@
 namespace zun {
 
 enum class StoreErrorCode {
-    CannotOpen,     // folder missing and not makeable, no permission
-    ReadOnly,       // can be read, not written
+    CannotOpen,  // folder missing and not makeable, no permission
+    ReadOnly,    // can be read, not written
     DiskFull,
-    Damaged,        // set aside; what could be read was salvaged
-    NewerVersion,   // written by a newer program: opened for reading only
-    Busy,           // another process held the store for longer than the wait
+    Damaged,       // set aside; what could be read was salvaged
+    NewerVersion,  // written by a newer program: opened for reading only
+    Busy,          // another process held the store for longer than the wait
     Other,
 };
 

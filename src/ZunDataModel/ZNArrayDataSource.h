@@ -25,11 +25,12 @@ class ZNArrayDataSource {
     [[nodiscard]] std::size_t indexOfObjectWithID(std::string_view reminderID) const;
     void removeReminderById(std::string_view reminderID);
 
-    // Unranked reminders that have fired, in the order given; then ranked ones by falling `rank`; then all others by rising
-    // `created_date`. Stable.
+    // Unranked reminders that have fired, in the order given; then ranked ones by falling `rank`; then all others by
+    // rising `created_date`. Stable.
     [[nodiscard]] static std::vector<ReminderPtr> sortedArray(std::vector<ReminderPtr> reminders);
     // Where the reminder would stand if it were added to the array, or -1.
-    [[nodiscard]] static std::ptrdiff_t indexForReminder(const ReminderPtr& reminder, const std::vector<ReminderPtr>& inArray);
+    [[nodiscard]] static std::ptrdiff_t indexForReminder(const ReminderPtr& reminder,
+                                                         const std::vector<ReminderPtr>& inArray);
 
   private:
     std::vector<Row> _reminders;

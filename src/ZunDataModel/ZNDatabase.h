@@ -1,16 +1,18 @@
 #pragma once
 
-// The one store of reminders: SQLite in WAL mode. Every operation may be called from any thread. Writes run in order on the store's
-// own serial queue and call their block there after the change is durable (synchronous=FULL); a write that fails calls the failure
-// handler instead of its block and changes nothing. Fetches run on the caller's thread over a small pool of read connections and see
-// every write whose block has run. The store opens on construction; it posts the four change notifications, for other processes'
-// changes too once watchForChanges() was called.
+// The one store of reminders: SQLite in WAL mode. Every operation may be called from any thread. Writes run in order on
+// the store's own serial queue and call their block there after the change is durable (synchronous=FULL); a write that
+// fails calls the failure handler instead of its block and changes nothing. Fetches run on the caller's thread over a
+// small pool of read connections and see every write whose block has run. The store opens on construction; it posts the
+// four change notifications, for other processes' changes too once watchForChanges() was called.
 
 #include <filesystem>
 #include <functional>
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <unordered_set>
 #include <vector>
 
 #include "ZunDataModel/StoreHealth.h"
@@ -23,8 +25,10 @@
 namespace zun {
 
 inline constexpr std::string_view ZNReminderObjectAddedNotification = "com.zunlabs.ZNReminderObjectAddedNotification";
-inline constexpr std::string_view ZNReminderObjectUpdatedNotification = "com.zunlabs.ZNReminderObjectUpdatedNotification";
-inline constexpr std::string_view ZNReminderObjectRemovedNotification = "com.zunlabs.ZNReminderObjectRemovedNotification";
+inline constexpr std::string_view ZNReminderObjectUpdatedNotification =
+    "com.zunlabs.ZNReminderObjectUpdatedNotification";
+inline constexpr std::string_view ZNReminderObjectRemovedNotification =
+    "com.zunlabs.ZNReminderObjectRemovedNotification";
 inline constexpr std::string_view ZNDatabaseDeDupedNotification = "com.zunlabs.ZNDatabaseDeDupedNotification";
 
 enum class ShouldUpdateDateModified { No, Yes };
@@ -48,8 +52,8 @@ class ZNDatabase {
         const Environment& environment;
     };
 
-    // `folder` is made if it is missing. Throws nothing: a store that cannot be opened or written answers every write through
-    // onFailure and every fetch with what can be read; health() says why.
+    // `folder` is made if it is missing. Throws nothing: a store that cannot be opened or written answers every write
+    // through onFailure and every fetch with what can be read; health() says why.
     ZNDatabase(const std::filesystem::path& folder, Collaborators collaborators);
     ~ZNDatabase();
     ZNDatabase(const ZNDatabase&) = delete;
@@ -67,13 +71,18 @@ class ZNDatabase {
     void bulkDeleteReminders(std::vector<ReminderPtr> reminders, RemindersBlock withCompletionBlock = {});
     // Adds or replaces by `reminderID`, all in one commit; for import. Keeps every attribute as given.
     void replaceReminders(std::vector<ReminderPtr> reminders, RemindersBlock withCompletionBlock = {});
-    // Writes `series` (adding or replacing it) and removes `copy` in one commit, so that no moment exists without either.
-    void replaceCopyWithSeries(const ReminderPtr& copy, const ReminderPtr& series, ReminderBlock withCompletionBlock = {});
+    // Writes `series` (adding or replacing it) and removes `copy` in one commit, so that no moment exists without
+    // either.
+    void replaceCopyWithSeries(const ReminderPtr& copy, const ReminderPtr& series,
+                               ReminderBlock withCompletionBlock = {});
 
     // A null predicate takes every record. Empty, with a log line, for a predicate that names unknown attributes.
     [[nodiscard]] FetchResult fetchRemindersForPredicate(const std::optional<NSPredicate>& predicate,
                                                          const std::vector<NSSortDescriptor>& withSortDescriptors,
                                                          ReturnAsReminderObject returnAsReminderObject) const;
+    // Of all records whose title contains the text, blind to case, accents, width and kana. For search: does not read
+    // the records.
+    [[nodiscard]] std::unordered_set<std::string> reminderIDsWithTitleContaining(std::string_view text) const;
     // Leaves the record with the newest `modified_date`.
     void deDupReminderWithID(const std::string& reminderID);
     // Deletes everything, after a dated backup.

@@ -1,8 +1,8 @@
 #pragma once
 
-// One reminder, or one completed occurrence of a series. An object with identity: shared by pointer, each property read and written
-// under the object's own lock, observable by key. Not tied to a thread. A change in memory is stored only when the object is given
-// to the manager or the store, which hand out independent copies.
+// One reminder, or one completed occurrence of a series. An object with identity: shared by pointer, each property read
+// and written under the object's own lock, observable by key. Not tied to a thread. A change in memory is stored only
+// when the object is given to the manager or the store, which hand out independent copies.
 
 #include <memory>
 #include <mutex>
@@ -19,7 +19,8 @@ using ReminderPtr = std::shared_ptr<ZNReminderObject>;
 
 // The values of `repeat_type`.
 namespace RepeatType {
-inline constexpr std::uint64_t none = 0, daily = 1, weekly = 2, monthly = 3, yearly = 4, customUnrefined = 5, atLocation = 6;
+inline constexpr std::uint64_t none = 0, daily = 1, weekly = 2, monthly = 3, yearly = 4, customUnrefined = 5,
+                               atLocation = 6;
 }
 
 class ZNReminderObject final : public KeyValueObservable {
@@ -34,11 +35,15 @@ class ZNReminderObject final : public KeyValueObservable {
     // Replaces all attributes and tells observers of each that differs.
     void setAttributes(ReminderAttributes attributes);
 
-// One reader and one writer for each attribute: title() and setTitle(), start_date() and ... The date setters that the rest of the
-// system calls are the onSet forms below.
-#define ZN_PROPERTY(type, name, setter)                                   \
-    [[nodiscard]] type name() const { return get(&ReminderAttributes::name); } \
-    void setter(type value) { set(&ReminderAttributes::name, std::move(value), #name); }
+// One reader and one writer for each attribute: title() and setTitle(), start_date() and ... The date setters that the
+// rest of the system calls are the onSet forms below.
+#define ZN_PROPERTY(type, name, setter)                          \
+    [[nodiscard]] type name() const {                            \
+        return get(&ReminderAttributes::name);                   \
+    }                                                            \
+    void setter(type value) {                                    \
+        set(&ReminderAttributes::name, std::move(value), #name); \
+    }
 
     ZN_PROPERTY(std::optional<std::string>, reminderID, setReminderID)
     ZN_PROPERTY(std::string, title, setTitle)
@@ -75,8 +80,8 @@ class ZNReminderObject final : public KeyValueObservable {
 
     // The current occurrence: `due_date`, or `start_date` where only that is there.
     [[nodiscard]] OptionalDate onGetDueDate() const;
-    // True if `fire_date` is later than the due date moved by the early reminder and differs from the due date itself, or if there
-    // is a `fire_date` and no due date at all.
+    // True if `fire_date` is later than the due date moved by the early reminder and differs from the due date itself,
+    // or if there is a `fire_date` and no due date at all.
     [[nodiscard]] bool onGetIsSnoozed() const;
     // Both coordinates differ from 0.
     [[nodiscard]] bool isLocationBased() const;
@@ -85,8 +90,8 @@ class ZNReminderObject final : public KeyValueObservable {
     [[nodiscard]] bool isFutureReminder(NSDate now) const;
     // The date moved earlier by `earlyReminderInterval` units of `earlyReminderType`; an absent date stays absent.
     [[nodiscard]] OptionalDate dateAdjustedForEarlyReminderType(OptionalDate date) const;
-    // Clears start, due, fire and end date, repeat, early reminder and location; keeps text, identity, flags and marks, and a
-    // `repeat_type` of 6 on a record that has no place yet.
+    // Clears start, due, fire and end date, repeat, early reminder and location; keeps text, identity, flags and marks,
+    // and a `repeat_type` of 6 on a record that has no place yet.
     void reset();
 
   private:

@@ -1,0 +1,91 @@
+#include "ZunDataModel/ZNArrayDataSource.h"
+
+#include <algorithm>
+#include <iterator>
+#include <limits>
+#include <unordered_set>
+#include <utility>
+
+namespace zun {
+
+namespace {
+
+const ReminderPtr* reminderOf(const ZNArrayDataSource::Row& row) {
+    return std::get_if<ReminderPtr>(&row);
+}
+
+bool hasID(const ZNArrayDataSource::Row& row, std::string_view reminderID) {
+    const ReminderPtr* reminder = reminderOf(row);
+    return reminder && *reminder && (*reminder)->reminderID() == reminderID;
+}
+
+// What the order depends on, read once for each reminder: a property is read under a lock.
+struct Place {
+    ReminderPtr reminder;
+    std::int64_t rank;
+    OptionalDate created;
+};
+
+}  // namespace
+
+void ZNArrayDataSource::onSetReminders(std::vector<Row> reminders) {
+    std::unordered_set<std::string> seen;
+    std::erase_if(reminders, [&](const Row& row) {
+        const ReminderPtr* reminder = reminderOf(row);
+        if (!reminder) return false;
+        if (!*reminder) return true;
+        // A reminder that was never added has no identifier to be seen twice by.
+        auto reminderID = (*reminder)->reminderID();
+        return reminderID && !seen.insert(*std::move(reminderID)).second;
+    });
+    _reminders = std::move(reminders);
+}
+
+ReminderPtr ZNArrayDataSource::reminderWithID(std::string_view reminderID) const {
+    const std::size_t index = indexOfObjectWithID(reminderID);
+    return index < _reminders.size() ? std::get<ReminderPtr>(_reminders[index]) : nullptr;
+}
+
+std::size_t ZNArrayDataSource::indexOfObjectWithID(std::string_view reminderID) const {
+    const auto found = std::ranges::find_if(_reminders, [&](const Row& row) { return hasID(row, reminderID); });
+    if (found == _reminders.end()) return std::numeric_limits<std::size_t>::max();
+    return static_cast<std::size_t>(found - _reminders.begin());
+}
+
+void ZNArrayDataSource::removeReminderById(std::string_view reminderID) {
+    std::erase_if(_reminders, [&](const Row& row) { return hasID(row, reminderID); });
+}
+
+std::vector<ReminderPtr> ZNArrayDataSource::sortedArray(std::vector<ReminderPtr> reminders) {
+    std::vector<Place> fired;
+    std::vector<Place> ranked;
+    std::vector<Place> rest;
+    for (ReminderPtr& reminder : reminders) {
+        if (!reminder) continue;
+        const std::int64_t rank = reminder->rank();
+        Place place{reminder, rank, reminder->created_date()};
+        auto& group = rank > 0 ? ranked : rank == 0 && reminder->fire_date() ? fired : rest;
+        group.push_back(std::move(place));
+    }
+    std::ranges::stable_sort(ranked, std::ranges::greater{}, &Place::rank);
+    // Sorting all by rank first decides between equal creation dates here.
+    std::ranges::stable_sort(rest, std::ranges::greater{}, &Place::rank);
+    std::ranges::stable_sort(rest, std::ranges::less{}, &Place::created);
+
+    reminders.clear();
+    for (auto* group : {&fired, &ranked, &rest})
+        std::ranges::transform(*group, std::back_inserter(reminders),
+                               [](Place& place) { return std::move(place.reminder); });
+    return reminders;
+}
+
+std::ptrdiff_t ZNArrayDataSource::indexForReminder(const ReminderPtr& reminder,
+                                                   const std::vector<ReminderPtr>& inArray) {
+    auto with = inArray;
+    with.push_back(reminder);
+    const auto sorted = sortedArray(std::move(with));
+    const auto found = std::ranges::find(sorted, reminder);
+    return found == sorted.end() ? -1 : found - sorted.begin();
+}
+
+}  // namespace zun

@@ -1,0 +1,103 @@
+#include "ZunDataModel/store/RecordQueries.h"
+
+#include <algorithm>
+
+#include "ZunDataModel/SearchFolding.h"
+#include "ZunDataModel/store/RecordMapping.h"
+#include "ZunDataModel/store/StoreFailure.h"
+
+namespace zun {
+
+namespace {
+
+void requireAttribute(std::string_view name) {
+    const auto& known = reminderAttributes();
+    if (std::ranges::find(known, name, &AttributeDescription::name) == known.end())
+        throw StoreFailure(
+            {StoreErrorCode::Other, "A query names the attribute \"" + std::string(name) + "\", which no record has."});
+}
+
+void requireKnown(const std::optional<NSPredicate>& predicate) {
+    if (!predicate) return;
+    for (const std::string& attribute : predicate->attributes())
+        requireAttribute(attribute);
+}
+
+void appendCondition(std::string& sql, const std::optional<NSPredicate>& predicate) {
+    if (!predicate) return;
+    sql += " WHERE ";
+    sql += predicate->sql();
+}
+
+void bindArguments(PreparedStatement& statement, const std::optional<NSPredicate>& predicate) {
+    if (!predicate) return;
+    int index = 0;
+    for (const NSPredicate::Argument& argument : predicate->boundArguments()) {
+        ++index;
+        if (const auto* date = std::get_if<NSDate>(&argument)) statement.bind(index, *date);
+        if (const auto* text = std::get_if<std::string>(&argument)) statement.bind(index, std::string_view(*text));
+        if (const auto* whole = std::get_if<std::int64_t>(&argument)) statement.bind(index, *whole);
+        if (const auto* real = std::get_if<double>(&argument)) statement.bind(index, *real);
+    }
+}
+
+// Reused from query to query, so that looking up a prepared statement allocates nothing.
+std::string& queryText(std::string_view beginning) {
+    thread_local std::string text;
+    text = beginning;
+    return text;
+}
+
+}  // namespace
+
+std::vector<ReminderPtr> fetchRecords(StoreConnection& connection, const std::optional<NSPredicate>& predicate,
+                                      const std::vector<NSSortDescriptor>& sort) {
+    requireKnown(predicate);
+    static const std::string selection = "SELECT " + recordColumns() + " FROM reminders";
+    std::string& sql = queryText(selection);
+    appendCondition(sql, predicate);
+    for (const NSSortDescriptor& descriptor : sort) {
+        requireAttribute(descriptor.key);
+        sql += &descriptor == &sort.front() ? " ORDER BY " : ", ";
+        sql += descriptor.key;
+        sql += descriptor.ascending ? " ASC" : " DESC";
+    }
+    // Equal keys come in a fixed order, so that a refetch does not shuffle them.
+    if (!sort.empty()) sql += sort.back().ascending ? ", rowid ASC" : ", rowid DESC";
+
+    std::vector<ReminderPtr> reminders;
+    const StatementUse query(connection.statement(sql));
+    bindArguments(*query, predicate);
+    while (query->step())
+        reminders.push_back(std::make_shared<ZNReminderObject>(readRecord(*query)));
+    return reminders;
+}
+
+std::size_t countRecords(StoreConnection& connection, const std::optional<NSPredicate>& predicate) {
+    requireKnown(predicate);
+    std::string& sql = queryText("SELECT count(*) FROM reminders");
+    appendCondition(sql, predicate);
+    const StatementUse query(connection.statement(sql));
+    bindArguments(*query, predicate);
+    return query->step() ? static_cast<std::size_t>(query->integer(0)) : 0;
+}
+
+ReminderPtr fetchRecord(StoreConnection& connection, std::string_view reminderID) {
+    static const std::string selection =
+        "SELECT " + recordColumns() + " FROM reminders WHERE reminderID = ? ORDER BY rowid LIMIT 1";
+    const StatementUse query(connection.statement(selection));
+    query->bind(1, reminderID);
+    return query->step() ? std::make_shared<ZNReminderObject>(readRecord(*query)) : nullptr;
+}
+
+std::unordered_set<std::string> identifiersByTitle(StoreConnection& connection, std::string_view containing) {
+    const std::string folded = foldedForSearch(containing);
+    std::unordered_set<std::string> identifiers;
+    const StatementUse query(connection.statement("SELECT reminderID FROM reminders WHERE instr(title_folded, ?) > 0"));
+    query->bind(1, std::string_view(folded));
+    while (query->step())
+        identifiers.insert(query->text(0));
+    return identifiers;
+}
+
+}  // namespace zun

@@ -1,0 +1,26 @@
+#pragma once
+
+// Reading records through one connection. Throws SQLite::Exception for what the file does, StoreFailure for a query
+// that names attributes which no record has.
+
+#include <optional>
+#include <string_view>
+#include <unordered_set>
+#include <vector>
+
+#include "ZunDataModel/ZNReminderObject.h"
+#include "ZunDataModel/store/StoreConnection.h"
+#include "platform/foundation/NSPredicate.h"
+
+namespace zun {
+
+[[nodiscard]] std::vector<ReminderPtr> fetchRecords(StoreConnection& connection,
+                                                    const std::optional<NSPredicate>& predicate,
+                                                    const std::vector<NSSortDescriptor>& sort);
+[[nodiscard]] std::size_t countRecords(StoreConnection& connection, const std::optional<NSPredicate>& predicate);
+// Null if there is none.
+[[nodiscard]] ReminderPtr fetchRecord(StoreConnection& connection, std::string_view reminderID);
+[[nodiscard]] std::unordered_set<std::string> identifiersByTitle(StoreConnection& connection,
+                                                                 std::string_view containing);
+
+}  // namespace zun

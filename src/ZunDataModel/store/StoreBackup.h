@@ -1,0 +1,21 @@
+#pragma once
+
+// Dated copies of the whole store, made before a step that cannot be taken back. Throws SQLite::Exception or
+// std::system_error; then no backup with a final name has appeared and the step must not be taken.
+
+#include <filesystem>
+#include <string_view>
+#include <vector>
+
+#include "ZunDataModel/store/StoreConnection.h"
+#include "ZunDataModel/store/StoreFiles.h"
+
+namespace zun {
+
+// Durable on return. Drops the oldest backups beyond the number kept.
+void backUp(StoreConnection& connection, const StoreFiles& files, NSDate now, std::string_view reason);
+
+// Newest first; complete ones only.
+[[nodiscard]] std::vector<std::filesystem::path> listBackups(const StoreFiles& files);
+
+}  // namespace zun
