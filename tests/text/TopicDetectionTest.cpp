@@ -37,6 +37,7 @@ TEST(TopicDetection, CountsWordsAndPutsEmojisFirst) {
         {"lunch, coffee, lunch", meal},
         {"milkmaids", none},  // whole words only
         {"(milk)", errand},
+        {"買milk", errand},        // a word begins where the script changes
         {"lunch ☕", coffee},       // an emoji of a later row beats the word
         {"☕ then 🗑", trash},  // the earliest emoji row, wherever it stands
         {std::string("☕").insert(0, "\xff\xfe"), coffee},
