@@ -22,9 +22,8 @@ int completeCommand(CommandContext& context, const std::string& reminderID) {
     if (!reminder) return ExitStatus::notPossible;
     if (reminder->completed_date()) return context.fail("The reminder is completed already.");
     std::string completedID = reminderID;
-    context.manager.completeReminder(reminder, [&](const ReminderPtr& completed) {
-        completedID = completed->reminderID().value_or(reminderID);
-    });
+    context.manager.completeReminder(
+        reminder, [&](const ReminderPtr& completed) { completedID = completed->reminderID().value_or(reminderID); });
     return printSettled(context, completedID);
 }
 

@@ -18,7 +18,9 @@ void CommandContext::print(std::string_view line) {
     out += '\n';
 }
 
-void CommandContext::printJSON(const boost::json::value& value) { print(boost::json::serialize(value)); }
+void CommandContext::printJSON(const boost::json::value& value) {
+    print(boost::json::serialize(value));
+}
 
 void CommandContext::printRecord(const ZNReminderObject& reminder) {
     if (json) return printJSON(jsonFromRecord(reminder.attributes()));
@@ -26,7 +28,9 @@ void CommandContext::printRecord(const ZNReminderObject& reminder) {
     print(helper.reminderAsString(reminder));
 }
 
-ReminderPtr CommandContext::fetch(const std::string& reminderID) { return manager.fetchReminderWithReminderID(reminderID); }
+ReminderPtr CommandContext::fetch(const std::string& reminderID) {
+    return manager.fetchReminderWithReminderID(reminderID);
+}
 
 ReminderPtr CommandContext::find(const std::string& reminderID) {
     auto reminder = fetch(reminderID);

@@ -34,8 +34,8 @@ struct CommandContext {
     std::function<bool(const std::string& url)> openInApplication;
     bool json = false;
 
-    std::string out;  // what goes to standard output once the command is done
-    std::string err;  // sentences for standard error
+    std::string out{};  // what goes to standard output once the command is done
+    std::string err{};  // sentences for standard error
 
     int fail(std::string_view sentence, int status = ExitStatus::notPossible);
     void print(std::string_view line);

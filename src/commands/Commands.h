@@ -1,7 +1,7 @@
 #pragma once
 
-// The commands of zunctl, one function each. They write their answer into the context and give the exit status. What they started is
-// durable only after settle().
+// The commands of zunctl, one function each. They write their answer into the context and give the exit status. What
+// they started is durable only after settle().
 
 #include <iosfwd>
 #include <string>
@@ -21,7 +21,8 @@ int listCommand(CommandContext& context, ListKind kind, const std::string& searc
 int showCommand(CommandContext& context, const std::string& reminderID);
 int copyCommand(CommandContext& context, const std::string& reminderID);
 int countCommand(CommandContext& context);
-int occurrencesCommand(CommandContext& context, const std::string& reminderID, const std::string& from, const std::string& to);
+int occurrencesCommand(CommandContext& context, const std::string& reminderID, const std::string& from,
+                       const std::string& to);
 
 int completeCommand(CommandContext& context, const std::string& reminderID);
 int uncompleteCommand(CommandContext& context, const std::string& reminderID);

@@ -56,7 +56,8 @@ int openCommand(CommandContext& context, const std::string& url) {
         } else if (context.openInApplication(url)) {
             status = ExitStatus::done;
         } else {
-            context.fail("Zun is not running, and the link asks for its editor. Start Zun, or add silent=0 to the link.");
+            context.fail(
+                "Zun is not running, and the link asks for its editor. Start Zun, or add silent=0 to the link.");
         }
     });
     return status;

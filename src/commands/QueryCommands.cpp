@@ -2,7 +2,7 @@
 
 #include <boost/json/array.hpp>
 
-#include "ZunDataModel/FoldedText.h"
+#include "ZunDataModel/SearchFolding.h"
 #include "commands/Commands.h"
 #include "core/ListSections.h"
 #include "platform/foundation/ISO8601.h"
@@ -25,7 +25,9 @@ std::vector<ReminderPtr> filtered(std::vector<ReminderPtr> reminders, const std:
     return reminders;
 }
 
-std::vector<Row> rowsOf(const std::vector<ReminderPtr>& reminders) { return {reminders.begin(), reminders.end()}; }
+std::vector<Row> rowsOf(const std::vector<ReminderPtr>& reminders) {
+    return {reminders.begin(), reminders.end()};
+}
 
 std::vector<Row> rowsForList(CommandContext& context, ListKind kind, const std::string& search) {
     switch (kind) {
@@ -38,9 +40,8 @@ std::vector<Row> rowsForList(CommandContext& context, ListKind kind, const std::
             return rowsOf(filtered(context.manager.fetchAllCompletedReminders(), search));
         case ListKind::All: {
             auto reminders = filtered(context.manager.fetchAllReminders(), search);
-            std::sort(reminders.begin(), reminders.end(), [](const ReminderPtr& a, const ReminderPtr& b) {
-                return a->reminderID() < b->reminderID();
-            });
+            std::sort(reminders.begin(), reminders.end(),
+                      [](const ReminderPtr& a, const ReminderPtr& b) { return a->reminderID() < b->reminderID(); });
             return rowsOf(reminders);
         }
     }
@@ -51,9 +52,11 @@ std::vector<Row> rowsForList(CommandContext& context, ListKind kind, const std::
 std::string oneLine(std::string_view title) {
     constexpr std::size_t longest = 200;
     std::string line;
-    for (const char c : title.substr(0, longest)) line += static_cast<unsigned char>(c) < 0x20 || c == 0x7f ? ' ' : c;
+    for (const char c : title.substr(0, longest))
+        line += static_cast<unsigned char>(c) < 0x20 || c == 0x7f ? ' ' : c;
     if (title.size() > longest) {
-        while (!line.empty() && (static_cast<unsigned char>(line.back()) & 0xc0u) == 0x80u) line.pop_back();
+        while (!line.empty() && (static_cast<unsigned char>(line.back()) & 0xc0u) == 0x80u)
+            line.pop_back();
         if (!line.empty() && (static_cast<unsigned char>(line.back()) & 0x80u)) line.pop_back();
         line += "...";
     }
@@ -67,7 +70,8 @@ int listCommand(CommandContext& context, ListKind kind, const std::string& searc
     if (context.json) {
         boost::json::array array;
         for (const auto& row : rows) {
-            if (const auto* reminder = std::get_if<ReminderPtr>(&row)) array.push_back(jsonFromRecord((*reminder)->attributes()));
+            if (const auto* reminder = std::get_if<ReminderPtr>(&row))
+                array.push_back(jsonFromRecord((*reminder)->attributes()));
         }
         context.printJSON(array);
         return ExitStatus::done;
@@ -114,7 +118,8 @@ int countCommand(CommandContext& context) {
     return ExitStatus::done;
 }
 
-int occurrencesCommand(CommandContext& context, const std::string& reminderID, const std::string& from, const std::string& to) {
+int occurrencesCommand(CommandContext& context, const std::string& reminderID, const std::string& from,
+                       const std::string& to) {
     const auto zone = context.environment.timeZone();
     const auto start = dateFromISO8601(from, *zone);
     const auto end = dateFromISO8601(to, *zone);
@@ -133,7 +138,8 @@ int occurrencesCommand(CommandContext& context, const std::string& reminderID, c
         }
     }
     if (context.json) context.printJSON(array);
-    if (dates.size() == mostOccurrences) context.fail(fmt::format("Only the first {} dates are shown.", mostOccurrences));
+    if (dates.size() == mostOccurrences)
+        context.fail(fmt::format("Only the first {} dates are shown.", mostOccurrences));
     return ExitStatus::done;
 }
 

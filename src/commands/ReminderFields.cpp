@@ -28,10 +28,16 @@ std::optional<std::uint64_t> wholeNumber(std::string_view text) {
     return number;
 }
 
-OptionError notPossible(std::string message) { return {std::move(message), false}; }
-OptionError wrongUsage(std::string message) { return {std::move(message), true}; }
+OptionError notPossible(std::string message) {
+    return {std::move(message), false};
+}
+OptionError wrongUsage(std::string message) {
+    return {std::move(message), true};
+}
 
-bool isBlank(std::string_view text) { return text.find_first_not_of(" \t\r\n") == std::string_view::npos; }
+bool isBlank(std::string_view text) {
+    return text.find_first_not_of(" \t\r\n") == std::string_view::npos;
+}
 
 // A day without a time means all of it where it ends a series.
 OptionalDate endFromText(const std::string& text, const NSTimeZone& zone) {
@@ -59,8 +65,10 @@ std::optional<OptionError> checkCombinations(const ReminderOptions& options, Req
     for (const auto& [clash, message] : clashes) {
         if (clash) return wrongUsage(message);
     }
-    const bool namesDate = options.date || options.repeat || options.every || options.on || options.until || options.early;
-    if (namesDate && options.noDate) return wrongUsage("--no-date takes the repeat and the early reminder away with it");
+    const bool namesDate =
+        options.date || options.repeat || options.every || options.on || options.until || options.early;
+    if (namesDate && options.noDate)
+        return wrongUsage("--no-date takes the repeat and the early reminder away with it");
     if (namesDate && !options.date && requiresDate == RequiresDate::Yes) {
         return wrongUsage("--repeat, --every, --on, --until and --early need --date");
     }
@@ -117,9 +125,8 @@ std::optional<DayOrdinals> dayOrdinalsFromText(std::string_view text) {
     for (std::size_t start = 0; start <= list.size();) {
         const auto end = std::min(list.find(',', start), list.size());
         const auto name = std::string_view(list).substr(start, end - start);
-        const auto found = std::find_if(names.begin(), names.end(), [&](std::string_view day) {
-            return name == day || name == day.substr(0, 3);
-        });
+        const auto found = std::find_if(names.begin(), names.end(),
+                                        [&](std::string_view day) { return name == day || name == day.substr(0, 3); });
         if (found == names.end()) return std::nullopt;
         const int ordinal = static_cast<int>(found - names.begin()) + 1;
         if (std::find(ordinals.begin(), ordinals.end(), ordinal) == ordinals.end()) ordinals.push_back(ordinal);
@@ -193,7 +200,8 @@ std::optional<OptionError> applyFields(const ReminderFields& fields, ZNReminderO
     }
 
     const bool isDated = attributes.start_date.has_value();
-    const bool namesRepeat = fields.repeatType.value_or(RepeatType::none) != RepeatType::none || fields.until || fields.early;
+    const bool namesRepeat =
+        fields.repeatType.value_or(RepeatType::none) != RepeatType::none || fields.until || fields.early;
     if (namesRepeat && !isDated) return OptionError{"--repeat, --every, --on, --until and --early need a date", false};
     if (fields.until && attributes.repeat_type == RepeatType::none) return OptionError{"--until needs a repeat", true};
     if (attributes.end_date && isDated && *attributes.end_date < *attributes.start_date) {

@@ -1,6 +1,7 @@
 #pragma once
 
-// The fields that a command line names for a new or an existing reminder: read from text, checked, and applied as the editor would.
+// The fields that a command line names for a new or an existing reminder: read from text, checked, and applied as the
+// editor would.
 
 #include <optional>
 #include <string>
@@ -38,7 +39,8 @@ struct ReminderFields {
     bool clearNotes = false, clearChecklist = false, clearDate = false, clearUntil = false;
 };
 
-// What is wrong with the options, as one sentence; `isUsage` tells wrong use of the command from a value that cannot be had.
+// What is wrong with the options, as one sentence; `isUsage` tells wrong use of the command from a value that cannot be
+// had.
 struct OptionError {
     std::string message;
     bool isUsage = false;
@@ -46,13 +48,14 @@ struct OptionError {
 
 enum class RequiresDate { No, Yes };
 
-// Reads dates in `zone` where they carry no offset. With RequiresDate::Yes the repeat, its end and the early warning need --date in
-// the same call, as for a reminder that has none yet.
-[[nodiscard]] std::variant<ReminderFields, OptionError> readFields(const ReminderOptions& options, const NSTimeZone& zone,
-                                                                   RequiresDate requiresDate);
+// Reads dates in `zone` where they carry no offset. With RequiresDate::Yes the repeat, its end and the early warning
+// need --date in the same call, as for a reminder that has none yet.
+[[nodiscard]] std::variant<ReminderFields, OptionError> readFields(const ReminderOptions& options,
+                                                                   const NSTimeZone& zone, RequiresDate requiresDate);
 
-// Writes the named fields onto the reminder and leaves the others. A snooze stays unless the date or the early warning is named.
-// An error if the result cannot stand (a repeat on a reminder without a date); the reminder is then unchanged.
+// Writes the named fields onto the reminder and leaves the others. A snooze stays unless the date or the early warning
+// is named. An error if the result cannot stand (a repeat on a reminder without a date); the reminder is then
+// unchanged.
 [[nodiscard]] std::optional<OptionError> applyFields(const ReminderFields& fields, ZNReminderObject& reminder);
 
 // "10m", "2h", "1d", "1w".

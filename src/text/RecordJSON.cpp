@@ -7,26 +7,41 @@
 #include <limits>
 
 #include "ZunDataModel/ZNReminderObject.h"
-#include "text/Base64.h"
 #include "platform/foundation/ISO8601.h"
+#include "text/Base64.h"
 
 namespace zun {
 namespace {
 
 namespace json = boost::json;
 
-json::value toJSON(const std::string& value) { return json::value(json::string(value)); }
-json::value toJSON(NSDate value) { return toJSON(iso8601FromDate(value)); }
-json::value toJSON(const Bytes& value) { return toJSON(base64FromBytes(value)); }
+json::value toJSON(const std::string& value) {
+    return json::value(json::string(value));
+}
+json::value toJSON(NSDate value) {
+    return toJSON(iso8601FromDate(value));
+}
+json::value toJSON(const Bytes& value) {
+    return toJSON(base64FromBytes(value));
+}
 json::value toJSON(const DayOrdinals& value) {
     json::array array;
-    for (const int ordinal : value) array.emplace_back(ordinal);
+    for (const int ordinal : value)
+        array.emplace_back(ordinal);
     return array;
 }
-json::value toJSON(std::uint64_t value) { return value; }
-json::value toJSON(std::int64_t value) { return value; }
-json::value toJSON(double value) { return value; }
-json::value toJSON(bool value) { return value; }
+json::value toJSON(std::uint64_t value) {
+    return value;
+}
+json::value toJSON(std::int64_t value) {
+    return value;
+}
+json::value toJSON(double value) {
+    return value;
+}
+json::value toJSON(bool value) {
+    return value;
+}
 template <typename T>
 json::value toJSON(const std::optional<T>& value) {
     return value ? toJSON(*value) : json::value(nullptr);
@@ -61,7 +76,7 @@ bool fromJSON(const json::value& from, double& to) {
     return true;
 }
 template <typename Integer>
-    requires std::is_integral_v<Integer>
+requires std::is_integral_v<Integer>
 bool fromJSON(const json::value& from, Integer& to) {
     boost::system::error_code error;
     const auto number = from.to_number<Integer>(error);
@@ -102,7 +117,8 @@ json::object jsonFromRecord(const ReminderAttributes& attributes) {
     json::object object;
     object.reserve(reminderAttributes().size() + 2);
     for (const auto& attribute : reminderAttributes()) {
-        object.emplace(attribute.name, std::visit([&](auto member) { return toJSON(attributes.*member); }, attribute.member));
+        object.emplace(attribute.name,
+                       std::visit([&](auto member) { return toJSON(attributes.*member); }, attribute.member));
     }
     object.emplace("isSnoozed", isSnoozed(attributes));
     object.emplace("isLocationBased", isLocationBased(attributes));
@@ -116,7 +132,8 @@ std::variant<ReminderAttributes, RecordJSONError> recordFromJSON(const json::val
     for (const auto& attribute : reminderAttributes()) {
         const auto* field = object->if_contains(attribute.name);
         if (!field) continue;
-        const bool fits = std::visit([&](auto member) { return fromJSON(*field, attributes.*member); }, attribute.member);
+        const bool fits =
+            std::visit([&](auto member) { return fromJSON(*field, attributes.*member); }, attribute.member);
         if (!fits) return RecordJSONError{fmt::format("the value of \"{}\" cannot be read", attribute.name)};
     }
     if (!attributes.reminderID || attributes.reminderID->empty()) return RecordJSONError{"it has no \"reminderID\""};

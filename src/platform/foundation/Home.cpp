@@ -25,7 +25,8 @@ fs::path baseDirectory(const char* name, const char* belowHome) {
 // FNV-1a (64 bit): the name must come out the same in every program and release, which std::hash does not promise.
 std::uint64_t stableHash(std::string_view text) {
     std::uint64_t hash = 0xcbf29ce484222325u;
-    for (const unsigned char c : text) hash = (hash ^ c) * 0x100000001b3u;
+    for (const unsigned char c : text)
+        hash = (hash ^ c) * 0x100000001b3u;
     return hash;
 }
 
@@ -50,7 +51,8 @@ Home Home::find(const std::optional<fs::path>& folder) {
         home.data = baseDirectory("XDG_DATA_HOME", ".local/share");
         home.state = baseDirectory("XDG_STATE_HOME", ".local/state");
         const auto runtime = variable("XDG_RUNTIME_DIR");
-        home.runtime = runtime && fs::path(*runtime).is_absolute() ? fs::path(*runtime) / "zun" : home.state / "runtime";
+        home.runtime =
+            runtime && fs::path(*runtime).is_absolute() ? fs::path(*runtime) / "zun" : home.state / "runtime";
         home.busName = applicationIdentifier;
     }
     return home;

@@ -1,7 +1,8 @@
 #pragma once
 
-// Where the programs keep their files, and the name under which they meet on the session bus. Either the XDG base directories with
-// "zun" below them, or one folder for everything (ZUN_HOME, --home), which then has a bus name of its own.
+// Where the programs keep their files, and the name under which they meet on the session bus. Either the XDG base
+// directories with "zun" below them, or one folder for everything (ZUN_HOME, --home), which then has a bus name of its
+// own.
 
 #include <filesystem>
 #include <optional>
@@ -18,8 +19,8 @@ struct Home {
     std::filesystem::path runtime;        // locks
     std::string busName;                  // "com.zunlabs.Zun" or "com.zunlabs.Zun.h0123456789abcdef"
 
-    // `folder` is what --home gave; without it ZUN_HOME counts, and without that the XDG directories. A relative folder is taken
-    // from the working directory; relative XDG variables are ignored, as their convention asks. Makes nothing.
+    // `folder` is what --home gave; without it ZUN_HOME counts, and without that the XDG directories. A relative folder
+    // is taken from the working directory; relative XDG variables are ignored, as their convention asks. Makes nothing.
     [[nodiscard]] static Home find(const std::optional<std::filesystem::path>& folder);
 };
 

@@ -1,0 +1,48 @@
+#pragma once
+
+// Everything below the screens, made once for a program and wired together. Members are destroyed in reverse order: the
+// manager settles first, the queues go last.
+
+#include <memory>
+
+#include "core/NoAlerts.h"
+#include "core/NoCloud.h"
+#include "core/ZNReminderManager.h"
+#include "dates/DateLabels.h"
+#include "platform/foundation/Home.h"
+#include "platform/foundation/LocalizedStrings.h"
+#include "platform/foundation/SystemDispatch.h"
+#include "platform/foundation/SystemEnvironment.h"
+#include "settings/ZNSettingsObject.h"
+#include "text/ZNReminderHelper.h"
+
+namespace zun {
+
+struct Core {
+    // The main queue is Qt's loop or a LoopQueue.
+    template <typename MainQueue>
+    Core(const Home& home, std::shared_ptr<MainQueue> main)
+        : dispatch(std::move(main)),
+          defaults(home.configuration),
+          settings(defaults, nullptr, nullptr),
+          strings(environment.locale().preferredLanguages),
+          labels(environment, strings),
+          helper(environment, strings),
+          database(home.data, {dispatch, notifications, environment}),
+          manager({database, settings, dispatch, notifications, environment, cloud, alerts}) {}
+
+    SystemEnvironment environment;
+    SystemDispatch dispatch;
+    NSNotificationCenter notifications;
+    ZNUserDefaults defaults;
+    ZNSettingsObject settings;
+    LocalizedStrings strings;
+    DateLabels labels;
+    ZNReminderHelper helper;
+    ZNDatabase database;
+    NoCloud cloud;
+    NoAlerts alerts;
+    ZNReminderManager manager;
+};
+
+}  // namespace zun

@@ -1,0 +1,318 @@
+#include "cards/ZNCardViewController.h"
+
+#include <algorithm>
+
+#include "cards/DeckToolbar.h"
+#include "cards/ZNStackView.h"
+#include "cards/ZNStackViewItem.h"
+#include "cards/ZNZeroStateView.h"
+#include "core/NotificationNames.h"
+#include "platform/foundation/LocalizedStrings.h"
+
+namespace zun {
+namespace {
+
+using namespace std::chrono_literals;
+
+// The deck rebuilds itself this often whatever happens; everything that matters is heard of sooner.
+constexpr auto updateInterval = 300s;
+// A card whose write never showed comes back after this long.
+constexpr auto longestLeave = 3s;
+// A timer further ahead gains nothing over the regular refresh.
+constexpr auto furthestFireTimer = updateInterval;
+
+}  // namespace
+
+ZNCardViewController::ZNCardViewController(const Collaborators& collaborators, QWidget* parent)
+    : ZNView(parent),
+      _with(collaborators),
+      _fetchQueue(collaborators.cards.dispatch.makeSerialQueue("deck", QualityOfService::UserInitiated)),
+      _stackView(new ZNStackView(collaborators.cards, this)),
+      _toolbar(new DeckToolbar(collaborators.cards, this)),
+      _zeroState(new ZNZeroStateView(collaborators.cards, this)) {
+    _stackView->setOverflow(QMargins(0, stackTop, 0, 0));
+    _toolbar->setCentreLine(stackTop);
+    addObservers();
+    _stackView->onSetDelegate(this);
+}
+
+ZNCardViewController::~ZNCardViewController() {
+    _stackView->onSetDelegate(nullptr);
+}
+
+void ZNCardViewController::addObservers() {
+    auto& notifications = _with.cards.notifications;
+    auto& dispatch = _with.cards.dispatch;
+    const QPointer<ZNCardViewController> self(this);
+    // Store notifications come on the store's queue; a guard made here may only be asked on the main thread.
+    const auto refetch = [self, &dispatch](const NSNotification&) {
+        onMainThread(dispatch, [self] {
+            if (self) self->fetchLater();
+        });
+    };
+    for (const auto name : {ZNDatabaseDeDupedNotification, ZNReminderObjectUpdatedNotification,
+                            ZNReminderObjectRemovedNotification, ZNListViewUpdatedNotification}) {
+        _observations.push_back(notifications.addObserver(name, refetch));
+    }
+    _observations.push_back(notifications.addObserver(
+        ZNReminderObjectAddedNotification, [self, &dispatch](const NSNotification& notification) {
+            const auto* reminder = std::any_cast<ReminderPtr>(&notification.object);
+            if (!reminder || !*reminder) return;
+            onMainThread(dispatch, [self, added = *reminder] {
+                if (self) self->reminderAdded(added);
+            });
+        }));
+}
+
+void ZNCardViewController::reminderAdded(const ReminderPtr& reminder) {
+    if (reminder->completed_date()) return;
+    if (reminder->isFutureReminder(_with.environment.now())) return scheduleRefreshAtNextFireDate();
+    fetchLater();
+}
+
+// ---- fetching
+
+void ZNCardViewController::fetchData() {
+    fetchDataFromTheDatabase();
+    restartTimer();
+}
+
+void ZNCardViewController::fetchDataFromTheDatabase() {
+    takeDeck(_with.manager.fetchAllActiveRemindersWithDefaultSort(true));
+}
+
+// Off the main thread, and once for a burst of changes: an import must not make the cards stutter.
+void ZNCardViewController::fetchLater() {
+    // A change that comes during a fetch may have come too late for it.
+    if (_fetchRuns) {
+        _fetchIsWanted = true;
+        return;
+    }
+    _fetchRuns = true;
+    const QPointer<ZNCardViewController> self(this);
+    auto& dispatch = _with.cards.dispatch;
+    _fetchQueue->async([self, &dispatch, &manager = _with.manager] {
+        auto fetched = manager.fetchAllActiveRemindersWithDefaultSort(true);
+        dispatch.main()->async([self, deck = std::move(fetched)]() mutable {
+            if (!self) return;
+            self->_fetchRuns = false;
+            self->takeDeck(std::move(deck));
+            if (std::exchange(self->_fetchIsWanted, false)) self->fetchLater();
+        });
+    });
+}
+
+void ZNCardViewController::takeDeck(std::vector<ReminderPtr> fetched) {
+    const auto now = _with.cards.dispatch.uptime();
+    std::erase_if(_leaving, [&](const auto& entry) {
+        const bool isStillThere = std::any_of(
+            fetched.begin(), fetched.end(), [&](const ReminderPtr& each) { return each->reminderID() == entry.first; });
+        return !isStillThere || entry.second <= now;
+    });
+    std::erase_if(fetched, [&](const ReminderPtr& each) { return _leaving.contains(each->reminderID().value_or("")); });
+    _reminders = std::move(fetched);
+    moveRequestedReminderToTopIfNecessary();
+    _stackView->renderStackWithAnimation(false);
+    updateUI();
+    scheduleRefreshAtNextFireDate();
+}
+
+void ZNCardViewController::moveRequestedReminderToTopIfNecessary() {
+    const auto requested = std::exchange(_reminderIDToShowOnTop, {});
+    if (requested.empty()) return;
+    const auto found = std::find_if(_reminders.begin(), _reminders.end(),
+                                    [&](const ReminderPtr& each) { return each->reminderID() == requested; });
+    if (found != _reminders.end()) std::rotate(_reminders.begin(), found, found + 1);
+}
+
+void ZNCardViewController::restartTimer() {
+    const QPointer<ZNCardViewController> self(this);
+    _updateTimer = NSTimer(_with.cards.dispatch.main(), updateInterval, true, [self] {
+        if (self) self->fetchData();
+    });
+}
+
+void ZNCardViewController::invalidateTimer() {
+    _updateTimer.invalidate();
+    _nextFireTimer.invalidate();
+}
+
+void ZNCardViewController::scheduleRefreshAtNextFireDate() {
+    const auto now = _with.environment.now();
+    _nextFireDate = _with.manager.nextFireDateAfter(now);
+    _nextFireTimer.invalidate();
+    if (!_nextFireDate || *_nextFireDate - now > furthestFireTimer) return;
+    const QPointer<ZNCardViewController> self(this);
+    _nextFireTimer = NSTimer(_with.cards.dispatch.main(), *_nextFireDate - now, false, [self] {
+        if (self) self->fetchLater();
+    });
+}
+
+void ZNCardViewController::minutePassed() {
+    // Timers sleep with the machine and do not hear of a changed clock; this is where both are noticed.
+    if (_nextFireDate && *_nextFireDate <= _with.environment.now()) return fetchDataFromTheDatabase();
+    _stackView->renderStackWithAnimation(false);
+    scheduleRefreshAtNextFireDate();
+}
+
+// ---- the cards' actions
+
+ReminderPtr ZNCardViewController::topCardReminder() const {
+    return _reminders.empty() ? nullptr : _reminders.front();
+}
+
+void ZNCardViewController::throwTopCard(bool completes, const Write& write) {
+    if (_reminders.empty() || !_stackView->shouldRespondToActions()) return;
+    const auto reminder = _reminders.front();
+    _reminders.erase(_reminders.begin());
+    _leaving[reminder->reminderID().value_or("")] = _with.cards.dispatch.uptime() + longestLeave;
+    const QPointer<ZNCardViewController> self(this);
+    const Block done = [self, reminder, write] {
+        write(reminder);
+        if (self) self->updateUI();
+    };
+    if (completes) {
+        _stackView->completeTopCardWithCompletion(done);
+    } else {
+        _stackView->snoozeTopCardWithCompletion(done);
+    }
+}
+
+void ZNCardViewController::shouldCompleteTopCard() {
+    const QPointer<ZNCardViewController> self(this);
+    throwTopCard(true, [self, &manager = _with.manager](const ReminderPtr& reminder) {
+        manager.completeReminder(reminder, [self](const ReminderPtr& completed) {
+            if (self) self->registerUndo(completed->reminderID().value_or(""), "Undo_Complete_Text");
+        });
+    });
+}
+
+void ZNCardViewController::shouldSnoozeTopCard() {
+    const QPointer<ZNCardViewController> self(this);
+    throwTopCard(false, [self, &manager = _with.manager](const ReminderPtr& reminder) {
+        manager.snoozeReminder(reminder, std::nullopt);
+        if (self) self->registerUndo(reminder->reminderID().value_or(""), "Undo_Snooze_Text");
+    });
+}
+
+void ZNCardViewController::didSelectSnoozeDate(NSDate date) {
+    const QPointer<ZNCardViewController> self(this);
+    throwTopCard(false, [self, date, &manager = _with.manager](const ReminderPtr& reminder) {
+        manager.snoozeReminder(reminder, date);
+        if (self) self->registerUndo(reminder->reminderID().value_or(""), "Undo_Snooze_Text");
+    });
+}
+
+void ZNCardViewController::shouldSkipTopCard(FlyLeft flyLeft) {
+    _skipLeft = flyLeft == FlyLeft::Yes;
+    shouldSkipTopCard();
+}
+
+void ZNCardViewController::shouldSkipTopCard() {
+    if (_reminders.size() < 2 || !_stackView->shouldRespondToActions()) return;
+    std::rotate(_reminders.begin(), _reminders.begin() + 1, _reminders.end());
+    const auto skipped = _reminders.back();
+    _with.manager.bulkSortAndUpdate(_reminders, ShouldSyncWithiCloud::Yes);
+    _stackView->skipTopCard();
+    updateUI();
+    registerUndo(skipped->reminderID().value_or(""), "Undo_Skip_Text");
+    _skipLeft = false;
+}
+
+void ZNCardViewController::shouldEditTopCard() {
+    if (_reminders.empty()) return;
+    _with.cards.notifications.postNotificationName(ZNEditControllerRequested, _reminders.front());
+}
+
+void ZNCardViewController::shouldShowSnoozeForCell(ZNStackViewItem&, ZNButton&, QPoint) {}
+
+// ---- undo
+
+namespace {
+
+// Undoes one action of the deck. The action has been done when the command is pushed, so the first redo does nothing;
+// and as an undone action cannot be done again in the same words, the command leaves the stack with its undo.
+class DeckUndoCommand final : public QUndoCommand {
+  public:
+    DeckUndoCommand(ZNCardViewController* controller, std::string reminderID, const QString& name)
+        : QUndoCommand(name), _controller(controller), _reminderID(std::move(reminderID)) {}
+
+    void redo() override {}
+    void undo() override {
+        if (_controller) _controller->undoLastReminderActionWithID(_reminderID);
+        setObsolete(true);
+    }
+
+  private:
+    QPointer<ZNCardViewController> _controller;
+    std::string _reminderID;
+};
+
+}  // namespace
+
+void ZNCardViewController::registerUndo(const std::string& reminderID, const char* textKey) {
+    _with.undoStack.push(new DeckUndoCommand(this, reminderID, text(textKey)));
+}
+
+void ZNCardViewController::undoLastReminderActionWithID(const std::string& reminderID) {
+    if (const auto reminder = _with.manager.fetchReminderWithReminderID(reminderID)) {
+        _leaving.erase(reminderID);
+        _leaving.erase(reminderID.substr(0, reminderID.find('+')));
+        reminder->setRank(std::numeric_limits<std::int64_t>::max());
+        if (reminder->onGetIsSnoozed()) {
+            _with.manager.undoSnoozeForReminder(reminder);
+        } else if (reminder->completed_date()) {
+            _with.manager.undoCompletionForReminder(reminder);
+        } else {
+            _with.manager.updateReminder(reminder, ShouldUpdateDateModified::Yes, ShouldSyncWithiCloud::Yes);
+        }
+    }
+    fetchDataFromTheDatabase();
+}
+
+// ---- what stands around the cards
+
+QString ZNCardViewController::text(std::string_view key) const {
+    return QString::fromStdString(_with.cards.texts.text(key));
+}
+
+void ZNCardViewController::updateUI() {
+    const auto count = _reminders.size();
+    _toolbar->setItemCount(count);
+    if (count == 0) {
+        _zeroState->animateIn();
+    } else {
+        _zeroState->conceal();
+    }
+    // One card and none read as singular here; the window's title takes the singular for one card alone.
+    const auto label =
+        _with.cards.texts.text(count > 1 ? "Item_Count_Plural_Accessibility_Label" : "Item_Count_Accessibility_Label");
+    _toolbar->setAccessibilityLabel(QString::fromStdString(stringWithFormat(label, {std::to_string(count)})));
+    _with.cards.notifications.postNotificationName(ZNReminderCountDidUpdateNotification, windowTitle().toStdString());
+}
+
+QString ZNCardViewController::windowTitle() const {
+    const auto format = _with.cards.texts.text(_reminders.size() == 1 ? "Item_Count_Accessibility_Label"
+                                                                      : "Item_Count_Plural_Accessibility_Label");
+    return QString::fromStdString(stringWithFormat(format, {std::to_string(_reminders.size())}));
+}
+
+std::unique_ptr<ZNStackViewItem> ZNCardViewController::viewForIndex(int) {
+    return std::make_unique<ZNStackViewItem>(_with.cards, static_cast<ZNStackViewItemDelegate*>(this));
+}
+
+ReminderPtr ZNCardViewController::reminderForObjectAtIndex(int index) const {
+    return index >= 0 && index < numberOfItemsInStack() ? _reminders[static_cast<std::size_t>(index)] : nullptr;
+}
+
+void ZNCardViewController::resizeEvent(QResizeEvent* event) {
+    ZNView::resizeEvent(event);
+    _stackView->setGeometry(rect());
+    _toolbar->setGeometry(0, 0, width(), DeckToolbar::height);
+    // Where the stack makes room at its side, the zero state follows it.
+    _zeroState->move((width() - ZNZeroStateView::size.width()) / 2,
+                     (height() - ZNZeroStateView::size.height()) / 2 + ZNZeroStateView::verticalOffset);
+    _toolbar->raise();
+}
+
+}  // namespace zun

@@ -1,0 +1,115 @@
+#pragma once
+
+// The main screen: holds the deck of reminders that are due now, feeds the stack, turns its gestures and buttons into
+// operations on the manager, and owns what stands around it: the count, the logo and the zero state.
+//
+// The deck is replaced whole by every fetch and edited in place by the actions. An action takes its card out of the
+// deck, animates, writes in the animation's completion and then registers the undo. Until that write shows in a fetch,
+// the card stays out of the deck.
+//
+// Owned by its parent widget. Main thread; store notifications are taken there from whatever thread they come on.
+
+#include <QPointer>
+#include <QUndoStack>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "cards/CardContext.h"
+#include "cards/ZNStackViewDelegate.h"
+#include "cards/ZNStackViewItemDelegate.h"
+#include "core/ZNReminderManager.h"
+#include "toolkit/ZNView.h"
+
+namespace zun {
+
+class DeckToolbar;
+class ZNStackView;
+class ZNZeroStateView;
+
+class ZNCardViewController final : public ZNView, private ZNStackViewDelegate, private ZNStackViewItemDelegate {
+    Q_OBJECT
+  public:
+    struct Collaborators {
+        CardContext cards;
+        ZNReminderManager& manager;
+        const Environment& environment;
+        QUndoStack& undoStack;
+    };
+    // How much of the toolbar's height the stack's bounds begin below the top; the deck's cards reach under the
+    // toolbar's lower edge.
+    static constexpr int stackTop = 40;
+
+    explicit ZNCardViewController(const Collaborators& collaborators, QWidget* parent = nullptr);
+    ~ZNCardViewController() override;
+
+    // The full refresh, which also puts the next regular one off by the whole interval.
+    void fetchData();
+    // The next fetch brings this reminder to the top, once.
+    void showReminderWithID(std::string reminderID) { _reminderIDToShowOnTop = std::move(reminderID); }
+    // Null with an empty deck.
+    [[nodiscard]] ReminderPtr topCardReminder() const;
+    [[nodiscard]] const std::vector<ReminderPtr>& reminders() const { return _reminders; }
+
+    enum class FlyLeft { No, Yes };
+    void shouldCompleteTopCard() override;
+    void shouldSnoozeTopCard() override;
+    void shouldSkipTopCard() override;
+    void shouldSkipTopCard(FlyLeft flyLeft);
+    void shouldEditTopCard() override;
+    // Snoozes the top card until this date.
+    void didSelectSnoozeDate(NSDate date);
+    void undoLastReminderActionWithID(const std::string& reminderID);
+
+    // Relative dates, zone and language may have changed: words are made anew.
+    void minutePassed();
+    void invalidateTimer();
+    [[nodiscard]] ZNStackView& stackView() const { return *_stackView; }
+
+  protected:
+    void resizeEvent(QResizeEvent* event) override;
+
+  private:
+    [[nodiscard]] int numberOfItemsInStack() const override { return static_cast<int>(_reminders.size()); }
+    [[nodiscard]] std::unique_ptr<ZNStackViewItem> viewForIndex(int index) override;
+    [[nodiscard]] ReminderPtr reminderForObjectAtIndex(int index) const override;
+    [[nodiscard]] bool shouldRespondToScrollAndGestures() const override { return true; }
+    [[nodiscard]] bool shouldSkipLeft() const override { return _skipLeft; }
+    void shouldShowSnoozeForCell(ZNStackViewItem& cell, ZNButton& withSnoozeButton, QPoint withEventPosition) override;
+
+    void addObservers();
+    void reminderAdded(const ReminderPtr& reminder);
+    void fetchDataFromTheDatabase();
+    void fetchLater();
+    void takeDeck(std::vector<ReminderPtr> fetched);
+    void moveRequestedReminderToTopIfNecessary();
+    void updateUI();
+    void restartTimer();
+    void scheduleRefreshAtNextFireDate();
+    [[nodiscard]] QString windowTitle() const;
+
+    using Write = std::function<void(const ReminderPtr&)>;
+    void throwTopCard(bool completes, const Write& write);
+    void registerUndo(const std::string& reminderID, const char* textKey);
+    [[nodiscard]] QString text(std::string_view key) const;
+
+    Collaborators _with;
+    DispatchQueuePtr _fetchQueue;
+    ZNStackView* _stackView;
+    DeckToolbar* _toolbar;
+    ZNZeroStateView* _zeroState;
+    std::vector<ReminderPtr> _reminders;
+    std::string _reminderIDToShowOnTop;
+    // Cards whose write is under way, and until when they stay out of the deck if it never shows.
+    std::map<std::string, std::chrono::microseconds> _leaving;
+    bool _skipLeft = false;
+    bool _fetchRuns = false;
+    bool _fetchIsWanted = false;
+    NSTimer _updateTimer;
+    NSTimer _nextFireTimer;
+    OptionalDate _nextFireDate;
+    std::vector<Observation> _observations;
+};
+
+}  // namespace zun

@@ -1,0 +1,40 @@
+#pragma once
+
+// What the desktop says of motion and scrolling, asked of the settings portal without waiting for it, and followed as
+// it changes. A desktop without a portal says nothing, and nothing changes. Main thread.
+
+#include <QDBusVariant>
+#include <QMap>
+#include <QObject>
+#include <QVariantMap>
+#include <optional>
+
+namespace zun {
+
+class DesktopSettings final : public QObject {
+    Q_OBJECT
+  public:
+    // Asks now; the answers come as signals.
+    void start();
+
+    // As the desktop last said it; empty if it has said nothing.
+    [[nodiscard]] std::optional<bool> wantsAnimations() const { return _wantsAnimations; }
+    [[nodiscard]] std::optional<bool> naturalScrolling() const { return _naturalScrolling; }
+
+  signals:
+    void changed();
+    // The machine woke up; clocks and zones may have moved.
+    void resumed();
+
+  private slots:
+    void settingChanged(const QString& group, const QString& key, const QDBusVariant& value);
+    void prepareForSleep(bool start);
+
+  private:
+    void take(const QString& group, const QString& key, const QVariant& value);
+
+    std::optional<bool> _wantsAnimations;
+    std::optional<bool> _naturalScrolling;
+};
+
+}  // namespace zun

@@ -1,0 +1,91 @@
+#include "shell/MessageBar.h"
+
+#include <QFontMetrics>
+#include <QPainter>
+#include <QPointer>
+
+#include "toolkit/Tokens.h"
+#include "toolkit/ZNFonts.h"
+
+namespace zun {
+namespace {
+
+using namespace std::chrono_literals;
+
+constexpr auto stay = 6s;
+constexpr auto fade = 200ms;
+constexpr int margin = 16;
+constexpr int padding = 14;
+constexpr int widest = 440;
+constexpr QRgb ground = 0xf228113f;
+
+QFont messageFont() {
+    return appFontWithSizeStyle(SizeStyle::Paragraph, 4);
+}
+
+}  // namespace
+
+MessageBar::MessageBar(Dispatch& dispatch, ZNAnimationTimeline& animations, QWidget* parent)
+    : ZNView(parent), _dispatch(dispatch), _animations(animations) {
+    setAccessibilityRole(QAccessible::AlertMessage);
+    setCursor(Qt::PointingHandCursor);
+    _frames = _animations.observeFrames([this] {
+        if (isVisible()) update();
+    });
+    hide();
+}
+
+void MessageBar::showMessage(const QString& message, Stays stays) {
+    _message = message;
+    setAccessibilityLabel(message);
+    place();
+    show();
+    raise();
+    _animations.runGroup(fade, Easing::Out, [this](ZNAnimationGroup& group) { group.set(_visibility, 1); });
+    QAccessibleEvent event(this, QAccessible::Alert);
+    QAccessible::updateAccessibility(&event);
+    _timer.invalidate();
+    if (stays == Stays::UntilClicked) return;
+    _timer = NSTimer(_dispatch.main(), stay, false, [self = QPointer(this)] {
+        if (self) self->leave();
+    });
+}
+
+void MessageBar::leave() {
+    const QPointer<MessageBar> self(this);
+    _animations.runGroup(
+        fade, Easing::In, [this](ZNAnimationGroup& group) { group.set(_visibility, 0); },
+        [self] {
+            if (self && self->_visibility.value() == 0) self->hide();
+        });
+}
+
+QRect MessageBar::textRect(int width) const {
+    return QFontMetrics(messageFont()).boundingRect(QRect(0, 0, width - 2 * padding, 1000), Qt::TextWordWrap, _message);
+}
+
+void MessageBar::place() {
+    const auto area = parentWidget()->rect();
+    const int width = std::min(area.width() - 2 * margin, widest);
+    const int height = textRect(width).height() + 2 * padding;
+    setGeometry((area.width() - width) / 2, area.bottom() - margin - height, width, height);
+}
+
+void MessageBar::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setOpacity(_visibility.shown());
+    painter.setPen(Qt::NoPen);
+    painter.setBrush(QColor::fromRgba(ground));
+    painter.drawRoundedRect(rect(), 8, 8);
+    painter.setPen(QColor::fromRgba(tokens::groundText));
+    painter.setFont(messageFont());
+    painter.drawText(rect().adjusted(padding, padding, -padding, -padding), Qt::TextWordWrap | Qt::AlignVCenter,
+                     _message);
+}
+
+void MessageBar::mouseReleaseEvent(QMouseEvent*) {
+    leave();
+}
+
+}  // namespace zun

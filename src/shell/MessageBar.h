@@ -1,0 +1,41 @@
+#pragma once
+
+// A sentence at the bottom edge of the window that says what happened and goes away by itself, or stays until it is
+// clicked if it must be read. The latest message replaces the one before. Owned by its parent widget, over whose lower
+// part it lies. Main thread.
+
+#include "platform/foundation/Dispatch.h"
+#include "toolkit/ZNAnimationGroup.h"
+#include "toolkit/ZNView.h"
+
+namespace zun {
+
+class MessageBar final : public ZNView {
+    Q_OBJECT
+  public:
+    enum class Stays { ForAWhile, UntilClicked };
+
+    MessageBar(Dispatch& dispatch, ZNAnimationTimeline& animations, QWidget* parent);
+
+    void showMessage(const QString& message, Stays stays = Stays::ForAWhile);
+    [[nodiscard]] const QString& message() const { return _message; }
+    // Finds its place again after its parent changed size.
+    void place();
+
+  protected:
+    void paintEvent(QPaintEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
+
+  private:
+    void leave();
+    [[nodiscard]] QRect textRect(int width) const;
+
+    Dispatch& _dispatch;
+    ZNAnimationTimeline& _animations;
+    QString _message;
+    AnimatedValue _visibility{AnimatedValue::Kind::Fade};
+    NSTimer _timer;
+    Observation _frames;
+};
+
+}  // namespace zun

@@ -1,0 +1,82 @@
+#include "shell/ZNWindow.h"
+
+#include <QCloseEvent>
+#include <QGuiApplication>
+#include <QScreen>
+#include <QSettings>
+
+namespace zun {
+namespace {
+
+constexpr const char* placeKey = "znWindowAutoSaveName";
+
+}  // namespace
+
+std::uint64_t layoutModeForWidth(double width) {
+    if (width < 390) return 0;
+    if (width < 480) return 1;
+    if (width <= 980) return 2;
+    return 3;
+}
+
+ZNWindow::ZNWindow(ZNSettingsObject& settings, std::filesystem::path placeFile)
+    : _settings(settings), _placeFile(std::move(placeFile)) {
+    setWindowFlag(Qt::Window);
+    setMinimumSize(smallest);
+    setAccessibilityRole(QAccessible::Window);
+}
+
+void ZNWindow::setContent(QWidget* content) {
+    _content = content;
+    content->setParent(this);
+    content->setGeometry(rect());
+    content->show();
+}
+
+void ZNWindow::restorePlace() {
+    const QSettings file(QString::fromStdString(_placeFile.native()), QSettings::IniFormat);
+    const auto saved = file.value(placeKey).toRect();
+    const auto size = (saved.isValid() ? saved.size() : smallest).boundedTo(largest).expandedTo(smallest);
+    const auto* screen = QGuiApplication::primaryScreen();
+    const auto available = screen ? screen->availableGeometry() : QRect(QPoint(), size);
+    QRect place(available.center() - QPoint(size.width() / 2, size.height() / 2), size);
+    // A place on a screen that has gone would leave the window out of reach.
+    const bool isReachable = saved.isValid() && QGuiApplication::screenAt(saved.center()) != nullptr;
+    if (isReachable) place.moveTopLeft(saved.topLeft());
+    setGeometry(place);
+    _settings.setWindowLayoutMode(layoutModeForWidth(width()));
+}
+
+void ZNWindow::rememberPlace() const {
+    if (windowState() & (Qt::WindowFullScreen | Qt::WindowMaximized | Qt::WindowMinimized)) return;
+    QSettings(QString::fromStdString(_placeFile.native()), QSettings::IniFormat).setValue(placeKey, geometry());
+}
+
+void ZNWindow::toggleFullScreen() {
+    setWindowState(windowState() ^ Qt::WindowFullScreen);
+}
+
+void ZNWindow::resizeEvent(QResizeEvent* event) {
+    _settings.setWindowLayoutMode(layoutModeForWidth(width()));
+    if (_content) _content->setGeometry(rect());
+    ZNGradientView::resizeEvent(event);
+}
+
+void ZNWindow::closeEvent(QCloseEvent* event) {
+    rememberPlace();
+    event->accept();
+}
+
+void ZNWindow::changeEvent(QEvent* event) {
+    if (event->type() == QEvent::ActivationChange) {
+        if (isActiveWindow()) {
+            emit becameActive();
+        } else {
+            rememberPlace();
+            emit resignedActive();
+        }
+    }
+    ZNGradientView::changeEvent(event);
+}
+
+}  // namespace zun

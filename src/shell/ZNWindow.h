@@ -1,0 +1,47 @@
+#pragma once
+
+// The main window: the violet ground, its smallest and its stated size, and the layout mode that follows its width. It
+// remembers its place and size between runs. Maximised and tiled count as full screen, so the window manager may make
+// it as large as it likes; only the size that is remembered and restored keeps to the stated maximum. Main thread.
+
+#include <filesystem>
+
+#include "settings/ZNSettingsObject.h"
+#include "toolkit/ZNGradientView.h"
+
+namespace zun {
+
+// 0 below 390, 1 below 480, 2 up to and including 980, 3 above.
+[[nodiscard]] std::uint64_t layoutModeForWidth(double width);
+
+class ZNWindow final : public ZNGradientView {
+    Q_OBJECT
+  public:
+    static constexpr QSize smallest{400, 450};
+    static constexpr QSize largest{980, 720};
+
+    ZNWindow(ZNSettingsObject& settings, std::filesystem::path placeFile);
+
+    // Fills the window. The window owns it from then on.
+    void setContent(QWidget* content);
+    void restorePlace();
+    void toggleFullScreen();
+
+  signals:
+    void becameActive();
+    void resignedActive();
+
+  protected:
+    void resizeEvent(QResizeEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
+    void changeEvent(QEvent* event) override;
+
+  private:
+    void rememberPlace() const;
+
+    ZNSettingsObject& _settings;
+    std::filesystem::path _placeFile;
+    QWidget* _content = nullptr;
+};
+
+}  // namespace zun
