@@ -36,6 +36,7 @@ class Queries : public testing::Test {
             a.didPersistToiCloud = true;
         });
         put("open-ended", "2026-01-01T00:00", [](auto& a) { a.start_date = a.due_date = a.fire_date = std::nullopt; });
+        put("stray", "2026-01-14T09:50", [](auto& a) { a.start_date = a.due_date = std::nullopt; });
         put("place", "2026-01-01T00:00", [](auto& a) {
             a.start_date = a.due_date = a.fire_date = std::nullopt;
             a.locationLatitude = 52.5;
@@ -61,7 +62,7 @@ class Queries : public testing::Test {
 };
 
 TEST_F(Queries, EachFindsItsRecords) {
-    const auto onOrAfter = world.at("2026-01-14T10:00");
+    const auto onOrAfter = world.at("2026-01-14T09:40");
     const std::vector<std::tuple<const char*, ZNReminderManager::Reminders, Set>> cases = {
         {"completed", manager.fetchAllCompletedReminders(), {"ticked", "ticked later"}},
         {"with dates", manager.fetchAllRemindersWithDates(), {"due now", "due later", "quiet", "kept"}},
@@ -71,7 +72,7 @@ TEST_F(Queries, EachFindsItsRecords) {
         {"to delete", manager.fetchAllRemindersToDelete(), {"tombstone", "ticked tombstone"}},
         {"with local changes", manager.fetchAllRemindersWithLocalChanges(), {"kept"}},
         {"future", manager.fetchAllFutureReminders(), {"due later", "quiet", "kept"}},
-        {"active", manager.fetchAllActiveRemindersWithDefaultSort(true), {"due", "due now", "open-ended"}},
+        {"active", manager.fetchAllActiveRemindersWithDefaultSort(true), {"due", "due now", "open-ended", "stray"}},
         {"with notifications",
          manager.fetchAllRemindersWithNotificationsOnOrAfterDate(onOrAfter, IncludeSuppressed::No),
          {"due now", "due later", "kept"}},
@@ -87,8 +88,8 @@ TEST_F(Queries, EachFindsItsRecords) {
         EXPECT_EQ(Set(ids.begin(), ids.end()), expected) << name;
         EXPECT_EQ(ids.size(), expected.size()) << name;
     }
-    EXPECT_EQ(manager.fetchAllReminders().size(), 13u);
-    EXPECT_EQ(manager.fetchAllRemindersNotSentToServer().size(), 12u);
+    EXPECT_EQ(manager.fetchAllReminders().size(), 14u);
+    EXPECT_EQ(manager.fetchAllRemindersNotSentToServer().size(), 13u);
     EXPECT_EQ(manager.fetchReminderWithReminderID("tombstone")->title(), "tombstone");
     EXPECT_EQ(manager.fetchReminderWithReminderID("nobody"), nullptr);
     EXPECT_EQ(manager.fetchReminderWithReminderID(std::nullopt), nullptr);
@@ -96,30 +97,30 @@ TEST_F(Queries, EachFindsItsRecords) {
 
 TEST_F(Queries, CountWithoutObjects) {
     EXPECT_EQ(manager.numberOfActiveReminders(), 2u) << "open-ended ones stand on the cards and not on the badge";
-    EXPECT_EQ(manager.numberOfTotalReminders(), 13u);
+    EXPECT_EQ(manager.numberOfTotalReminders(), 14u);
     EXPECT_EQ(manager.numberOfActiveRemindersWithLocations(), 1u);
-    EXPECT_EQ(manager.numberOfActiveRemindersForHourBeforeFireDate(world.at("2026-01-14T10:30")), 3u);
-    EXPECT_EQ(manager.numberOfActiveRemindersForHourBeforeFireDate(world.at("2026-01-14T09:59:59")), 1u);
+    EXPECT_EQ(manager.numberOfActiveRemindersForHourBeforeFireDate(world.at("2026-01-14T10:30")), 4u);
+    EXPECT_EQ(manager.numberOfActiveRemindersForHourBeforeFireDate(world.at("2026-01-14T09:59:59")), 2u);
 }
 
 TEST_F(Queries, OrderTheDeckAndTheLists) {
     EXPECT_THAT(ManagerWorld::ids(manager.fetchAllActiveRemindersWithDefaultSort(true)),
-                ElementsAre("due now", "due", "open-ended"));
+                ElementsAre("due now", "stray", "due", "open-ended"));
     EXPECT_THAT(ManagerWorld::ids(manager.fetchAllCompletedReminders()), ElementsAre("ticked later", "ticked"));
     EXPECT_THAT(ManagerWorld::ids(manager.fetchAllFutureReminders()), ElementsAre("kept", "quiet", "due later"));
     const auto incomplete = ManagerWorld::ids(manager.fetchAllIncompleteReminders());
-    ASSERT_EQ(incomplete.size(), 8u);
+    ASSERT_EQ(incomplete.size(), 9u);
     EXPECT_EQ(incomplete[0], "due now");
-    EXPECT_EQ(Set({incomplete[3], incomplete[4]}), Set({"place", "place later"}));
-    EXPECT_EQ(incomplete[5], "kept");
+    EXPECT_EQ(Set({incomplete[4], incomplete[5]}), Set({"place", "place later"}));
+    EXPECT_EQ(incomplete[6], "kept");
 
     // Fired early for a later due date: the two sorts differ.
     put("early", "2026-01-14T09:00", [this](auto& a) { a.due_date = world.at("2026-01-14T12:00"); });
     put("ranked", "2026-01-14T07:00", [](auto& a) { a.rank = 9; });
     EXPECT_THAT(ManagerWorld::ids(manager.fetchAllActiveRemindersWithDefaultSort(true)),
-                ElementsAre("due now", "due", "early", "ranked", "open-ended"));
+                ElementsAre("due now", "stray", "due", "early", "ranked", "open-ended"));
     EXPECT_THAT(ManagerWorld::ids(manager.fetchAllActiveRemindersWithDefaultSort(false)),
-                ElementsAre("early", "due now", "due", "ranked", "open-ended"));
+                ElementsAre("early", "due now", "due", "stray", "ranked", "open-ended"));
 }
 
 TEST_F(Queries, FindTheNextFireDateNearOrFar) {

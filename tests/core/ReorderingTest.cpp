@@ -48,6 +48,8 @@ TEST_P(Reordering, OnlyTheLastOfARunIsUploadedFourSecondsLater) {
     world.dispatch.advance(1ms);
     EXPECT_THAT(world.cloud.takeLines(), ElementsAre("bulk update b c a retry"));
     EXPECT_TRUE(world.stored("a")->modified_date().has_value());
+    world.manager.willBecomeInactive();
+    EXPECT_THAT(world.cloud.takeLines(), IsEmpty()) << "what the timer has uploaded is held back no longer";
 
     // An upload that fails is not remembered on the records.
     world.cloud.setAnswer(FakeCloud::Answer::Error);

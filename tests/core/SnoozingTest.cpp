@@ -109,13 +109,5 @@ TEST(Snoozing, CountsInTheUsersZone) {
     EXPECT_EQ(world.manager.advanceToNextWeekWithDueDate(std::nullopt), world.at("2026-04-01T00:00"));
 }
 
-TEST(Snoozing, GivesItsSettingAsSeconds) {
-    ManagerWorld world;
-    for (const auto& [setting, seconds] : {std::pair(0u, 86400.0), {1u, 3600.0}, {2u, 900.0}, {7u, 86400.0}}) {
-        world.settings.setSnoozeType(setting);
-        EXPECT_EQ(world.manager.snoozeDuration().count(), seconds);
-    }
-}
-
 }  // namespace
 }  // namespace zun

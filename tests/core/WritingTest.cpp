@@ -7,7 +7,6 @@
 #include <thread>
 
 #include "core/ManagerWorld.h"
-#include "core/NoAlerts.h"
 #include "core/NoCloud.h"
 #include "core/NotificationNames.h"
 #include "platform/foundation/Log.h"
@@ -130,17 +129,6 @@ TEST(Writing, KeepsTheAlertsInLineOnAQueueOfTheirOwnInTheOrderOfTheChanges) {
         world.settle();
         EXPECT_THAT(world.alerts.takeLines(), ElementsAre("remove c"));
     }
-}
-
-TEST(Writing, AFreshReminderHasItsIdentifierAtOnceAndAnUpdateOfAStrangerWritesNothing) {
-    ManagerWorld world;
-    const auto fresh = std::make_shared<ZNReminderObject>();
-    world.manager.saveReminder(fresh, ShouldSyncWithiCloud::Yes);
-    EXPECT_EQ(fresh->reminderID(), "id-1");
-    const auto stranger = std::make_shared<ZNReminderObject>(world.dated("stranger", "2026-01-20T09:00"));
-    world.manager.updateReminder(stranger, ShouldUpdateDateModified::Yes, ShouldSyncWithiCloud::Yes);
-    world.settle();
-    EXPECT_THAT(world.storedIDs(), ElementsAre("id-1"));
 }
 
 TEST(Writing, AStoreThatRefusesLetsNothingFollow) {

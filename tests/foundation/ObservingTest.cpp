@@ -7,14 +7,12 @@
 #include <vector>
 
 #include "platform/foundation/KeyValueObserving.h"
-#include "platform/foundation/Log.h"
 #include "platform/foundation/NSNotificationCenter.h"
 
 namespace zun {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 TEST(NSNotificationCenter, PostsSynchronouslyToTheObserversOfTheNameInTheirOrder) {
     NSNotificationCenter centre;
@@ -38,15 +36,6 @@ TEST(NSNotificationCenter, PostsSynchronouslyToTheObserversOfTheNameInTheirOrder
     centre.postNotificationName("b");
     centre.postNotificationName("nobody");
     EXPECT_THAT(log, ElementsAre("b"));
-}
-
-TEST(NSNotificationCenter, AnObservationMayOutliveTheCentre) {
-    Observation left;
-    {
-        NSNotificationCenter centre;
-        left = centre.addObserver("a", [](const NSNotification&) {});
-    }
-    left.reset();
 }
 
 TEST(NSNotificationCenter, ObserversMayComeAndGoWhileOthersPost) {
@@ -118,19 +107,6 @@ TEST(KeyValueObserving, ManyThreadsMayObserveAndChange) {
         thread.join();
     EXPECT_GE(told, 800);
     EXPECT_FALSE(object.watched());
-}
-
-TEST(Log, ASinkTakesTheLinesUntilItGoes) {
-    std::vector<std::string> outer;
-    std::vector<std::string> inner;
-    const ScopedLogSink first([&](std::string_view line) { outer.emplace_back(line); });
-    {
-        const ScopedLogSink second([&](std::string_view line) { inner.emplace_back(line); });
-        NSLog("one");
-    }
-    NSLog("two");
-    EXPECT_THAT(inner, ElementsAre("one"));
-    EXPECT_THAT(outer, ElementsAre("two"));
 }
 
 }  // namespace
