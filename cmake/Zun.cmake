@@ -23,6 +23,12 @@ if(ZUN_SANITIZE)
     add_compile_options(-fsanitize=${ZUN_SANITIZE})
     add_link_options(-fsanitize=${ZUN_SANITIZE})
 endif()
+if(ZUN_FUZZ)
+    # The fuzzers are led by what the rooms below them do, so these are instrumented too.
+    add_compile_options(-fsanitize=fuzzer-no-link)
+    # clang sees that the library's own stable_sort uses what the library deprecates.
+    add_compile_options(-Wno-deprecated-declarations)
+endif()
 
 # zun_library(<name> SOURCES ... LINKS ...): one room. Includes are written from src/.
 function(zun_library name)

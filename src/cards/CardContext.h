@@ -1,6 +1,7 @@
 #pragma once
 
-// What every card and stack is made with. A plain bundle of references to objects of the program, all of which outlive the cards.
+// What every card and stack is made with. A plain bundle of references to objects of the program, all of which outlive
+// the cards.
 
 #include <QSizeF>
 #include <functional>

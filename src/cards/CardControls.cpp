@@ -19,7 +19,8 @@ void place(QWidget& widget, const QRectF& rect, double margin = 0) {
 
 }  // namespace
 
-CardControls::CardControls(Pictures& pictures, const CardTexts& texts, ZNView& card, const Actions& actions) : _card(card) {
+CardControls::CardControls(Pictures& pictures, const CardTexts& texts, ZNView& card, const Actions& actions)
+    : _card(card) {
     const auto text = [&texts](std::string_view key) { return QString::fromStdString(texts.text(key)); };
     const auto connectClick = [](ZNButton* button, const std::function<void()>& action) {
         QObject::connect(button, &ZNButton::clicked, button, [action] { action(); });
@@ -99,30 +100,36 @@ void CardControls::setEnabled(bool enabled) {
     for (ZNButton* button : {&_footer->completeButton(), &_footer->snoozeButton(), &_footer->skipButton()}) {
         button->setEnabled(enabled);
     }
-    for (ZNButton* link : _links) link->setEnabled(enabled);
+    for (ZNButton* link : _links)
+        link->setEnabled(enabled);
 }
 
 void CardControls::setAccessible(bool accessible) {
-    for (ZNButton* button : buttons()) button->setAccessibilityElement(accessible);
-    for (ZNView* text : {_date, _title, _notes}) text->setAccessibilityElement(accessible);
+    for (ZNButton* button : buttons())
+        button->setAccessibilityElement(accessible);
+    for (ZNView* text : {_date, _title, _notes})
+        text->setAccessibilityElement(accessible);
     _checklistButton->setEnabled(accessible);
     _editButton->setEnabled(accessible);
 }
 
 void CardControls::setShowsStates(bool shows) {
-    for (ZNButton* button : buttons()) button->setShowsStates(shows);
+    for (ZNButton* button : buttons())
+        button->setShowsStates(shows);
 }
 
 std::vector<ZNButton*> CardControls::buttons() const {
     std::vector<ZNButton*> all{_editButton};
     all.insert(all.end(), _links.begin(), _links.end());
-    all.insert(all.end(), {_sharingButton, _checklistButton, &_footer->completeButton(), &_footer->snoozeButton(), &_footer->skipButton()});
+    all.insert(all.end(), {_sharingButton, _checklistButton, &_footer->completeButton(), &_footer->snoozeButton(),
+                           &_footer->skipButton()});
     return all;
 }
 
 int CardControls::focusedControl() const {
     const auto all = buttons();
-    const auto focused = std::find_if(all.begin(), all.end(), [](const ZNButton* button) { return button->hasFocus(); });
+    const auto focused =
+        std::find_if(all.begin(), all.end(), [](const ZNButton* button) { return button->hasFocus(); });
     return focused == all.end() ? -1 : static_cast<int>(focused - all.begin());
 }
 

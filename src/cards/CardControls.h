@@ -1,7 +1,7 @@
 #pragma once
 
-// The widgets over the picture of the top card: the footer's buttons, the two round ones, the area that edits, the links, and texts
-// that are only heard. They paint nothing but their states. Owned by their card. Main thread.
+// The widgets over the picture of the top card: the footer's buttons, the two round ones, the area that edits, the
+// links, and texts that are only heard. They paint nothing but their states. Owned by their card. Main thread.
 
 #include <QWidget>
 #include <functional>

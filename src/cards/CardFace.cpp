@@ -24,11 +24,16 @@ constexpr double bannerGap = 6;  // between the picture and the footer
 
 QRgb colorOf(Lateness lateness) {
     switch (lateness) {
-        case Lateness::None: return tokens::latenessNoneText;
-        case Lateness::Ahead: return tokens::latenessAheadText;
-        case Lateness::Today: return tokens::latenessTodayText;
-        case Lateness::Yesterday: return tokens::latenessYesterdayText;
-        case Lateness::Older: return tokens::latenessOlderText;
+        case Lateness::None:
+            return tokens::latenessNoneText;
+        case Lateness::Ahead:
+            return tokens::latenessAheadText;
+        case Lateness::Today:
+            return tokens::latenessTodayText;
+        case Lateness::Yesterday:
+            return tokens::latenessYesterdayText;
+        case Lateness::Older:
+            return tokens::latenessOlderText;
     }
     return tokens::latenessNoneText;
 }
@@ -62,7 +67,9 @@ TextStyle notesStyle(int preferred, double heightLimit) {
     return style;
 }
 
-QString singleLine(QString text) { return text.replace(u'\n', u' ').trimmed(); }
+QString singleLine(QString text) {
+    return text.replace(u'\n', u' ').trimmed();
+}
 
 }  // namespace
 
@@ -133,9 +140,13 @@ QRectF CardFace::bannerRect() const {
     return {std::round((_setting.size.width() - side) / 2), footerRect().top() - side - bannerGap, side, side};
 }
 
-QRectF CardFace::textArea() const { return {0, 0, _setting.size.width(), footerRect().top()}; }
+QRectF CardFace::textArea() const {
+    return {0, 0, _setting.size.width(), footerRect().top()};
+}
 
-QRectF CardFace::footerButtonRect(int button) const { return ZNCardButtonFooter::buttonRect(footerRect(), button); }
+QRectF CardFace::footerButtonRect(int button) const {
+    return ZNCardButtonFooter::buttonRect(footerRect(), button);
+}
 
 QRectF CardFace::glowRect(int button) const {
     const QRectF under = footerButtonRect(button);
@@ -180,21 +191,25 @@ QPixmap CardFace::render(Pictures& pictures, double scale) const {
         _notes.text.paint(painter, _notes.rect.topLeft());
         painter.setClipping(false);
         if (_fadesNotes) {
-            const QRectF fade(0, footerRect().top() - CardMeasures::fadeHeight, _setting.size.width(), CardMeasures::fadeHeight);
+            const QRectF fade(0, footerRect().top() - CardMeasures::fadeHeight, _setting.size.width(),
+                              CardMeasures::fadeHeight);
             const QPixmap gradient =
                 pictures.pixmap(QStringLiteral("white_gradient"), {1, fade.height()}, scale, Pictures::Fit::Stretch);
             painter.drawPixmap(fade, gradient, gradient.rect());
         }
     }
-    if (_content.hasShare) paintRoundButton(painter, pictures, sharingButtonRect(), QStringLiteral("card_share_icon"), scale);
-    if (_content.hasChecklist) paintRoundButton(painter, pictures, checklistButtonRect(), QStringLiteral("checklistIcon"), scale);
+    if (_content.hasShare)
+        paintRoundButton(painter, pictures, sharingButtonRect(), QStringLiteral("card_share_icon"), scale);
+    if (_content.hasChecklist)
+        paintRoundButton(painter, pictures, checklistButtonRect(), QStringLiteral("checklistIcon"), scale);
     paintFooter(painter, pictures, scale);
     return picture;
 }
 
 void CardFace::paintFooter(QPainter& painter, Pictures& pictures, double scale) const {
     const QRectF footer = footerRect();
-    const QRectF shadow(0, footer.top() - CardMeasures::footerShadowHeight, footer.width(), CardMeasures::footerShadowHeight);
+    const QRectF shadow(0, footer.top() - CardMeasures::footerShadowHeight, footer.width(),
+                        CardMeasures::footerShadowHeight);
     QLinearGradient gradient(shadow.topLeft(), shadow.bottomLeft());
     QColor edge = QColor::fromRgba(tokens::cardFooterEdge);
     gradient.setColorAt(1, edge);

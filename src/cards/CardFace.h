@@ -1,7 +1,8 @@
 #pragma once
 
-// What a card shows and where: the layout of its texts, picture and buttons for one size, and the painting of it. A plain value
-// without a widget. Texts are cut before they are laid out, so that a title of a megabyte costs no more than a long one.
+// What a card shows and where: the layout of its texts, picture and buttons for one size, and the painting of it. A
+// plain value without a widget. Texts are cut before they are laid out, so that a title of a megabyte costs no more
+// than a long one.
 
 #include <QPixmap>
 #include <QRectF>
@@ -80,7 +81,8 @@ class CardFace {
 
     void layOut();
     void paintFooter(QPainter& painter, Pictures& pictures, double scale) const;
-    void paintRoundButton(QPainter& painter, Pictures& pictures, const QRectF& rect, const QString& icon, double scale) const;
+    void paintRoundButton(QPainter& painter, Pictures& pictures, const QRectF& rect, const QString& icon,
+                          double scale) const;
 
     CardContent _content;
     CardSetting _setting;

@@ -19,9 +19,13 @@ namespace {
 constexpr double corner = 12;
 
 // The part of a card at its bottom that does not stretch.
-double fixedBelow(double footerHeight) { return footerHeight > 0 ? CardMeasures::footerShadowHeight + footerHeight : corner; }
+double fixedBelow(double footerHeight) {
+    return footerHeight > 0 ? CardMeasures::footerShadowHeight + footerHeight : corner;
+}
 
-double snapped(double value, double scale) { return std::round(value * scale) / scale; }
+double snapped(double value, double scale) {
+    return std::round(value * scale) / scale;
+}
 
 QPainterPath outline(const QRectF& card, double footerHeight) {
     const double top = tokens::cardRadius;
@@ -40,7 +44,8 @@ QPainterPath outline(const QRectF& card, double footerHeight) {
 void blurLine(const uchar* in, uchar* out, int count, qsizetype stride, int radius) {
     const int window = 2 * radius + 1;
     int sum = 0;
-    for (int i = -radius; i <= radius; ++i) sum += in[std::clamp(i, 0, count - 1) * stride];
+    for (int i = -radius; i <= radius; ++i)
+        sum += in[std::clamp(i, 0, count - 1) * stride];
     for (int i = 0; i < count; ++i) {
         out[i * stride] = static_cast<uchar>((sum + window / 2) / window);
         sum += in[std::min(i + radius + 1, count - 1) * stride] - in[std::max(i - radius, 0) * stride];
@@ -52,14 +57,17 @@ void blur(QImage& mask, double blurPixels) {
     const int radius = std::max(1, static_cast<int>(std::lround(blurPixels / 2)));
     QImage other(mask.size(), mask.format());
     for (int pass = 0; pass < 3; ++pass) {
-        for (int y = 0; y < mask.height(); ++y) blurLine(mask.constScanLine(y), other.scanLine(y), mask.width(), 1, radius);
+        for (int y = 0; y < mask.height(); ++y)
+            blurLine(mask.constScanLine(y), other.scanLine(y), mask.width(), 1, radius);
         const uchar* in = other.constBits();
         uchar* out = mask.bits();
-        for (int x = 0; x < mask.width(); ++x) blurLine(in + x, out + x, mask.height(), mask.bytesPerLine(), radius);
+        for (int x = 0; x < mask.width(); ++x)
+            blurLine(in + x, out + x, mask.height(), mask.bytesPerLine(), radius);
     }
 }
 
-void paintShadow(QPainter& painter, const QSize& pixels, const QPainterPath& shape, double blurPoints, double alpha, double scale) {
+void paintShadow(QPainter& painter, const QSize& pixels, const QPainterPath& shape, double blurPoints, double alpha,
+                 double scale) {
     QImage mask(pixels, QImage::Format_Alpha8);
     mask.fill(0);
     QPainter maskPainter(&mask);
@@ -72,7 +80,8 @@ void paintShadow(QPainter& painter, const QSize& pixels, const QPainterPath& sha
     for (int y = 0; y < pixels.height(); ++y) {
         const uchar* in = mask.constScanLine(y);
         auto* out = reinterpret_cast<QRgb*>(shadow.scanLine(y));
-        for (int x = 0; x < pixels.width(); ++x) out[x] = qRgba(0, 0, 0, static_cast<int>(std::lround(in[x] * alpha)));
+        for (int x = 0; x < pixels.width(); ++x)
+            out[x] = qRgba(0, 0, 0, static_cast<int>(std::lround(in[x] * alpha)));
     }
     shadow.setDevicePixelRatio(scale);
     painter.drawImage(QPointF(0, 0), shadow);
@@ -84,7 +93,9 @@ QBrush groundOf(const QRectF& card, double footerHeight) {
     if (footerHeight <= 0) return white;
     const auto shaded = [](double share) {
         const QColor edge = QColor::fromRgba(tokens::cardFooterEdge);
-        const auto mix = [&](int value) { return static_cast<int>(std::lround(255 + (value - 255) * edge.alphaF() * share)); };
+        const auto mix = [&](int value) {
+            return static_cast<int>(std::lround(255 + (value - 255) * edge.alphaF() * share));
+        };
         return QColor(mix(edge.red()), mix(edge.green()), mix(edge.blue()));
     };
     const double step = (card.height() - footerHeight) / card.height();
@@ -159,12 +170,12 @@ void CardSkin::paint(QPainter& painter, const QRectF& card, double footerHeight,
     if (picture.isNull() || cut < 0 || size.height() < bottom - top) {
         const QRectF upper(innerLeft, top, innerWidth, lowerStart - top);
         painter.fillRect(upper, QColor::fromRgba(tokens::cardGround));
-        piece({innerLeft, lowerStart, innerWidth, below - reach}, {middleX, pieces.height() - below, stretch, below - reach});
+        piece({innerLeft, lowerStart, innerWidth, below - reach},
+              {middleX, pieces.height() - below, stretch, below - reach});
         if (picture.isNull()) return;
     }
     const QRectF shown(innerLeft, top, innerWidth, bottom - top);
-    painter.drawPixmap(shown, picture,
-                       QRectF(cut * scale, 0, innerWidth * scale, (bottom - top) * scale));
+    painter.drawPixmap(shown, picture, QRectF(cut * scale, 0, innerWidth * scale, (bottom - top) * scale));
 }
 
 QPixmap CardSkin::whole(QSizeF card, double footerHeight, const QPixmap& picture, double scale) {

@@ -1,6 +1,7 @@
 #pragma once
 
-// The words and the picture of a card, from the rooms that know them. Implemented by the wiring; must outlive the cards. Main thread.
+// The words and the picture of a card, from the rooms that know them. Implemented by the wiring; must outlive the
+// cards. Main thread.
 
 #include <string>
 #include <string_view>

@@ -10,8 +10,12 @@ namespace {
 // From this width on there is room for the calendar beside the cards.
 constexpr double wideWidth = 820;
 
-double ceilSingle(double value) { return std::ceil(static_cast<float>(value)); }
-double floorSingle(double value) { return std::floor(static_cast<float>(value)); }
+double ceilSingle(double value) {
+    return std::ceil(static_cast<float>(value));
+}
+double floorSingle(double value) {
+    return std::floor(static_cast<float>(value));
+}
 
 }  // namespace
 
@@ -34,13 +38,21 @@ double StackGeometry::cardXOffset() const {
     return ceilSingle(ceilSingle((std::min(gap, 60.0) + calendar) * 0.5) + 10);
 }
 
-double StackGeometry::verticalStep() const { return isLarge() ? floorSingle(_metrics.bounds.height() * 0.01) : 10; }
+double StackGeometry::verticalStep() const {
+    return isLarge() ? floorSingle(_metrics.bounds.height() * 0.01) : 10;
+}
 
-double StackGeometry::widthStep() const { return isLarge() ? floorSingle(_metrics.bounds.width() * 0.015) : 12; }
+double StackGeometry::widthStep() const {
+    return isLarge() ? floorSingle(_metrics.bounds.width() * 0.015) : 12;
+}
 
-double StackGeometry::horizontalOffset() const { return _metrics.superviewWidth >= wideWidth ? -cardXOffset() : 0; }
+double StackGeometry::horizontalOffset() const {
+    return _metrics.superviewWidth >= wideWidth ? -cardXOffset() : 0;
+}
 
-double StackGeometry::width(int index) const { return ceilSingle(cardSize().width() - index * widthStep()); }
+double StackGeometry::width(int index) const {
+    return ceilSingle(cardSize().width() - index * widthStep());
+}
 
 double StackGeometry::alphaMovingUp(double index, double percentage) {
     const double start = alpha(index);
@@ -56,14 +68,18 @@ double StackGeometry::skipTarget(SkipLeft skipLeft, double horizontalOffset) con
 
 CardMeasures cardMeasures(std::uint64_t windowLayoutMode, double windowWidth) {
     switch (windowLayoutMode) {
-        case 0: return {26, 120, 25, 50};
-        case 1: return {36, 130, 30, 50};
-        case 2: return {42, 160, 35, 60};
+        case 0:
+            return {26, 120, 25, 50};
+        case 1:
+            return {36, 130, 30, 50};
+        case 2:
+            return {42, 160, 35, 60};
         case 3:
             if (windowWidth < 1200) return {42, 180, 40, 64};
             if (windowWidth < 1400) return {46, 200, 40, 70};
             return {51, 240, 45, 76};
-        default: return {36, 120, 30, 50};
+        default:
+            return {36, 120, 30, 50};
     }
 }
 
@@ -71,7 +87,9 @@ int titleLineLimit(double cardHeight, HasNotes hasNotes) {
     return (cardHeight < 460 ? 3 : 4) + (hasNotes == HasNotes::Yes ? 0 : 1);
 }
 
-double titleHeight(double textHeight, double templateHeight) { return std::max(1.0, std::min(textHeight, templateHeight)); }
+double titleHeight(double textHeight, double templateHeight) {
+    return std::max(1.0, std::min(textHeight, templateHeight));
+}
 
 double cardTextWidth(double cardWidth, double windowWidth, std::uint64_t windowLayoutMode) {
     constexpr double insets = 72;

@@ -1,7 +1,8 @@
 #pragma once
 
-// Where cards stand and how large they are: pure arithmetic in logical pixels, without a widget. Offsets are from the stack's centre,
-// downwards and rightwards positive. Sums that are rounded are rounded up in single precision, as the stored layouts were made.
+// Where cards stand and how large they are: pure arithmetic in logical pixels, without a widget. Offsets are from the
+// stack's centre, downwards and rightwards positive. Sums that are rounded are rounded up in single precision, as the
+// stored layouts were made.
 
 #include <QSizeF>
 #include <cstdint>
@@ -89,6 +90,7 @@ struct TextHeights {
 };
 [[nodiscard]] bool notesFit(const TextHeights& heights, double cardHeight, double footerHeight);
 // 0.1 where the text runs up into the picture, else 1.
-[[nodiscard]] double bannerAlpha(const TextHeights& heights, double cardHeight, double footerHeight, double bannerHeight);
+[[nodiscard]] double bannerAlpha(const TextHeights& heights, double cardHeight, double footerHeight,
+                                 double bannerHeight);
 
 }  // namespace zun

@@ -14,17 +14,22 @@ namespace {
 constexpr double unitsPerStep = 120;
 constexpr double pointsPerStep = 40;
 
-QPointF pointsOfUnits(const QWheelEvent& event) { return QPointF(event.angleDelta()) * (pointsPerStep / unitsPerStep); }
+QPointF pointsOfUnits(const QWheelEvent& event) {
+    return QPointF(event.angleDelta()) * (pointsPerStep / unitsPerStep);
+}
 
 }  // namespace
 
-SwipeGatherer::SwipeGatherer(SwipeSink& sink, DispatchQueuePtr mainQueue) : _sink(sink), _mainQueue(std::move(mainQueue)) {}
+SwipeGatherer::SwipeGatherer(SwipeSink& sink, DispatchQueuePtr mainQueue)
+    : _sink(sink), _mainQueue(std::move(mainQueue)) {}
 
 void SwipeGatherer::wheel(const QWheelEvent& event) {
     if (_gesture == Gesture::Drag) return;
     switch (event.phase()) {
-        case Qt::NoScrollPhase: return step(event);
-        case Qt::ScrollMomentum: return;
+        case Qt::NoScrollPhase:
+            return step(event);
+        case Qt::ScrollMomentum:
+            return;
         case Qt::ScrollBegin:
             endSteps();
             _gesture = Gesture::Phases;
@@ -56,7 +61,9 @@ void SwipeGatherer::step(const QWheelEvent& event) {
     _sink.swipeChanged(pointsOfUnits(event), direction(event), SwipePower::SidewaysOnly);
 }
 
-void SwipeGatherer::restSteps() { _rest = NSTimer(_mainQueue, tokens::wheelRest, false, [this] { endSteps(); }); }
+void SwipeGatherer::restSteps() {
+    _rest = NSTimer(_mainQueue, tokens::wheelRest, false, [this] { endSteps(); });
+}
 
 void SwipeGatherer::endSteps() {
     _rest.invalidate();

@@ -1,11 +1,12 @@
 #pragma once
 
-// Makes one kind of gesture out of what devices give: trackpads with phases, wheels without, fingers on a screen, a dragging mouse.
+// Makes one kind of gesture out of what devices give: trackpads with phases, wheels without, fingers on a screen, a
+// dragging mouse.
 //
-//   phases     Begin is ignored however often it comes, Update moves, End ends; what momentum brings after the end is ignored.
-//   no phases  120 units count as 40 points; the gesture ends when nothing has come for a while, and has no power to complete.
-//   touch,     follow the finger from the press; a release after less than 20 points of travel is a click.
-//   mouse
+//   phases     Begin is ignored however often it comes, Update moves, End ends; what momentum brings after the end is
+//   ignored. no phases  120 units count as 40 points; the gesture ends when nothing has come for a while, and has no
+//   power to complete. touch,     follow the finger from the press; a release after less than 20 points of travel is a
+//   click. mouse
 //
 // Owned by the view that it reports to. Main thread.
 

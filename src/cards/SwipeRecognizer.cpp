@@ -5,7 +5,8 @@
 
 namespace zun {
 
-std::optional<SwipeProgress> SwipeRecognizer::changed(QPointF delta, DirectionInvertedFromDevice inverted, SwipePower power) {
+std::optional<SwipeProgress> SwipeRecognizer::changed(QPointF delta, DirectionInvertedFromDevice inverted,
+                                                      SwipePower power) {
     constexpr double longest = 1e6;
     const double travel = std::max(std::abs(delta.x()), std::abs(delta.y()));
     _gestureDistance = static_cast<unsigned>(std::min(_gestureDistance + travel, longest));

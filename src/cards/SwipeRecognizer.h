@@ -1,11 +1,12 @@
 #pragma once
 
-// The arithmetic of a swipe. Idle until changed() is called, then swiping until ended(); repeated beginnings and ends change nothing.
+// The arithmetic of a swipe. Idle until changed() is called, then swiping until ended(); repeated beginnings and ends
+// change nothing.
 //
 //   displacement = start + sum of the deltas from the 20th point of travel on, each with its sign
 //
-// The displacement of the card from rest decides at the end, the larger axis wins, and limits must be exceeded. Deltas are logical
-// pixels, downwards and rightwards positive where the content follows the fingers.
+// The displacement of the card from rest decides at the end, the larger axis wins, and limits must be exceeded. Deltas
+// are logical pixels, downwards and rightwards positive where the content follows the fingers.
 
 #include <QPointF>
 #include <optional>
@@ -13,7 +14,8 @@
 namespace zun {
 
 enum class DirectionInvertedFromDevice { No, Yes };
-// What a gesture may do at its end. Steps of a plain wheel never complete or snooze: they arrive by accident too easily.
+// What a gesture may do at its end. Steps of a plain wheel never complete or snooze: they arrive by accident too
+// easily.
 enum class SwipePower { Full, SidewaysOnly };
 enum class SwipeDecision { Restore, Skip, Complete, Snooze };
 

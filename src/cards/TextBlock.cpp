@@ -16,7 +16,9 @@ namespace {
 
 constexpr QChar ellipsis(0x2026);
 
-double lineAdvance(const TextStyle& style) { return std::ceil(style.font.pixelSize() * style.lineHeight); }
+double lineAdvance(const TextStyle& style) {
+    return std::ceil(style.font.pixelSize() * style.lineHeight);
+}
 
 // Addresses that a click may open: web pages and mail, nothing that could run.
 std::vector<std::pair<TextRun, QUrl>> findLinks(const QString& text) {
@@ -29,7 +31,8 @@ std::vector<std::pair<TextRun, QUrl>> findLinks(const QString& text) {
         const QRegularExpressionMatch match = matches.next();
         QString address = match.captured();
         // What ends a sentence does not belong to the address in it.
-        while (!address.isEmpty() && QStringView(u".,;:!?)]}'\u2019\u201d\u3002\u3001").contains(address.back())) address.chop(1);
+        while (!address.isEmpty() && QStringView(u".,;:!?)]}'\u2019\u201d\u3002\u3001").contains(address.back()))
+            address.chop(1);
         QUrl url = QUrl::fromUserInput(address);
         if (address.contains(u'@') && !address.contains(u'/')) url = QUrl(QStringLiteral("mailto:") + address);
         const QString scheme = url.scheme();
@@ -72,7 +75,8 @@ class Paragraph {
         _bottom = top;
         qsizetype laidOut = 0;
         _layout.beginLayout();
-        for (int count = 0; (lineLimit == 0 || count < lineLimit) && (bottomLimit == 0 || _bottom < bottomLimit); ++count) {
+        for (int count = 0; (lineLimit == 0 || count < lineLimit) && (bottomLimit == 0 || _bottom < bottomLimit);
+             ++count) {
             QTextLine line = _layout.createLine();
             if (!line.isValid()) break;
             line.setLineWidth(_width);
@@ -94,10 +98,12 @@ class Paragraph {
         for (const auto& [run, url] : _links) {
             const QTextLine line = _layout.lineForTextPosition(static_cast<int>(run.start));
             if (!line.isValid()) continue;
-            const int end = std::min<int>(static_cast<int>(run.start + run.length), line.textStart() + line.textLength());
+            const int end =
+                std::min<int>(static_cast<int>(run.start + run.length), line.textStart() + line.textLength());
             const double from = line.cursorToX(static_cast<int>(run.start));
             const double to = line.cursorToX(end);
-            links.push_back({url, QRectF(QPointF(std::min(from, to), line.y()), QPointF(std::max(from, to), line.y() + line.height()))});
+            links.push_back({url, QRectF(QPointF(std::min(from, to), line.y()),
+                                         QPointF(std::max(from, to), line.y() + line.height()))});
         }
     }
 
@@ -139,8 +145,8 @@ QString displayText(std::string_view utf8, qsizetype limit) {
         text.truncate(end);
     }
     for (QChar& character : text) {
-        const bool breaksLine = character == u'\r' || character == QChar::ParagraphSeparator || character == QChar::LineSeparator ||
-                                character == u'\v' || character == u'\f';
+        const bool breaksLine = character == u'\r' || character == QChar::ParagraphSeparator ||
+                                character == QChar::LineSeparator || character == u'\v' || character == u'\f';
         if (breaksLine) {
             character = u'\n';
         } else if (character != u'\n' && character.category() == QChar::Other_Control) {
@@ -156,7 +162,8 @@ TextBlock::TextBlock(const QString& text, const TextStyle& style, double width) 
     int lines = 0;
     for (const QString& part : text.split(u'\n')) {
         const int allowed = style.lineLimit == 0 ? 0 : style.lineLimit - lines;
-        const bool isFull = (style.lineLimit != 0 && allowed <= 0) || (style.heightLimit != 0 && _height >= style.heightLimit);
+        const bool isFull =
+            (style.lineLimit != 0 && allowed <= 0) || (style.heightLimit != 0 && _height >= style.heightLimit);
         if (isFull) {
             _isCut = true;
             break;
@@ -170,7 +177,8 @@ TextBlock::TextBlock(const QString& text, const TextStyle& style, double width) 
             const qsizetype lineStart = paragraph->lastLineStart();
             for (qsizetype end = laidOut; end > lineStart; end = previousCharacter(finder, end)) {
                 QString shortened = part.left(end);
-                while (!shortened.isEmpty() && shortened.back().isSpace()) shortened.chop(1);
+                while (!shortened.isEmpty() && shortened.back().isSpace())
+                    shortened.chop(1);
                 shortened += ellipsis;
                 auto candidate = std::make_shared<Paragraph>(shortened, *_style, width);
                 if (candidate->layOut(_height, allowed, 0) < shortened.size()) continue;
@@ -192,9 +200,12 @@ bool TextBlock::isRightToLeft() const {
 void TextBlock::paint(QPainter& painter, QPointF topLeft) const {
     if (_layouts.empty()) return;
     painter.setPen(_style->color);
-    for (const auto& layout : _layouts) layout->draw(&painter, topLeft);
+    for (const auto& layout : _layouts)
+        layout->draw(&painter, topLeft);
 }
 
-double heightOfLines(const TextStyle& style, int lines) { return lines * lineAdvance(style); }
+double heightOfLines(const TextStyle& style, int lines) {
+    return lines * lineAdvance(style);
+}
 
 }  // namespace zun

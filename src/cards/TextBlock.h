@@ -1,8 +1,8 @@
 #pragma once
 
-// A paragraph of plain text laid out for one width: lines of a fixed height, emoji in colour, direction by its own first strong
-// character, a last line that ends in an ellipsis where lines are limited, and links. Control characters become spaces. A plain value
-// shared by copying; painting does not lay out again.
+// A paragraph of plain text laid out for one width: lines of a fixed height, emoji in colour, direction by its own
+// first strong character, a last line that ends in an ellipsis where lines are limited, and links. Control characters
+// become spaces. A plain value shared by copying; painting does not lay out again.
 
 #include <QColor>
 #include <QFont>

@@ -13,7 +13,8 @@ namespace zun {
 namespace {
 
 const std::array<QString, 3>& iconNames() {
-    static const std::array<QString, 3> names{QStringLiteral("acceptIcon"), QStringLiteral("snoozeIcon"), QStringLiteral("skipIcon")};
+    static const std::array<QString, 3> names{QStringLiteral("acceptIcon"), QStringLiteral("snoozeIcon"),
+                                              QStringLiteral("skipIcon")};
     return names;
 }
 
@@ -46,7 +47,8 @@ void ZNCardButtonFooter::paintFooter(QPainter& painter, const QRectF& rect, Pict
     const double dividerHeight = rect.height() * CardMeasures::dividerHeightShare;
     for (const int button : {0, 1}) {
         const double between = (buttonRect(rect, button).right() + buttonRect(rect, button + 1).left()) / 2;
-        const QRectF divider(std::round(between), std::round(rect.center().y() - dividerHeight / 2), 1, std::round(dividerHeight));
+        const QRectF divider(std::round(between), std::round(rect.center().y() - dividerHeight / 2), 1,
+                             std::round(dividerHeight));
         painter.fillRect(divider, QColor::fromRgba(tokens::cardDivider));
     }
     const double opacity = painter.opacity();
@@ -55,14 +57,16 @@ void ZNCardButtonFooter::paintFooter(QPainter& painter, const QRectF& rect, Pict
         const QSizeF side(CardMeasures::footerIconSide, CardMeasures::footerIconSide);
         const QPixmap icon = pictures.pixmap(iconNames()[static_cast<std::size_t>(button)], side, scale);
         const QPointF corner = buttonRect(rect, button).center() - QPointF(side.width(), side.height()) / 2;
-        painter.drawPixmap(QPointF(std::round(corner.x() * scale) / scale, std::round(corner.y() * scale) / scale), icon);
+        painter.drawPixmap(QPointF(std::round(corner.x() * scale) / scale, std::round(corner.y() * scale) / scale),
+                           icon);
     }
     painter.setOpacity(opacity);
 }
 
 void ZNCardButtonFooter::resizeEvent(QResizeEvent*) {
     const std::array<ZNButton*, 3> buttons{_completeButton, _snoozeButton, _skipButton};
-    for (int i = 0; i < 3; ++i) buttons[static_cast<std::size_t>(i)]->setGeometry(buttonRect(rect(), i).toRect());
+    for (int i = 0; i < 3; ++i)
+        buttons[static_cast<std::size_t>(i)]->setGeometry(buttonRect(rect(), i).toRect());
 }
 
 }  // namespace zun

@@ -1,7 +1,8 @@
 #pragma once
 
-// The bar at the bottom of a card with three buttons: complete, snooze, skip from left to right, a third of the width each. Its ground
-// and icons are part of the card's picture; this widget places the buttons over them. Owned by its parent widget. Main thread.
+// The bar at the bottom of a card with three buttons: complete, snooze, skip from left to right, a third of the width
+// each. Its ground and icons are part of the card's picture; this widget places the buttons over them. Owned by its
+// parent widget. Main thread.
 
 #include "toolkit/ZNButton.h"
 #include "toolkit/ZNView.h"

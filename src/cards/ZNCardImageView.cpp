@@ -16,12 +16,14 @@ void ZNCardImageView::onSetReminder(const ReminderPtr& reminder) {
     update();
 }
 
-void ZNCardImageView::paintPicture(QPainter& painter, Pictures& pictures, const QString& name, const QRectF& rect, double scale) {
+void ZNCardImageView::paintPicture(QPainter& painter, Pictures& pictures, const QString& name, const QRectF& rect,
+                                   double scale) {
     const QPixmap picture = pictures.pixmap(name, rect.size(), scale);
     if (picture.isNull()) return;
     const QSizeF size = picture.deviceIndependentSize();
     const QPointF corner = rect.center() - QPointF(size.width(), size.height()) / 2;
-    painter.drawPixmap(QPointF(std::round(corner.x() * scale) / scale, std::round(corner.y() * scale) / scale), picture);
+    painter.drawPixmap(QPointF(std::round(corner.x() * scale) / scale, std::round(corner.y() * scale) / scale),
+                       picture);
 }
 
 void ZNCardImageView::paintEvent(QPaintEvent*) {

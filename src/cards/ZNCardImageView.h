@@ -1,7 +1,7 @@
 #pragma once
 
-// The topic picture of a reminder as a widget, for lists and screens made of real widgets; inside cards it is part of their picture.
-// Hidden from assistive technology. Owned by its parent widget. Main thread.
+// The topic picture of a reminder as a widget, for lists and screens made of real widgets; inside cards it is part of
+// their picture. Hidden from assistive technology. Owned by its parent widget. Main thread.
 
 #include "cards/CardTexts.h"
 #include "toolkit/Pictures.h"
@@ -18,7 +18,8 @@ class ZNCardImageView : public ZNView {
     [[nodiscard]] const QString& pictureName() const { return _pictureName; }
 
     // Paints a picture as large as it fits, centred.
-    static void paintPicture(QPainter& painter, Pictures& pictures, const QString& name, const QRectF& rect, double scale);
+    static void paintPicture(QPainter& painter, Pictures& pictures, const QString& name, const QRectF& rect,
+                             double scale);
 
   protected:
     void paintEvent(QPaintEvent* event) override;

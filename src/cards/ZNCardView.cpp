@@ -31,9 +31,13 @@ void ZNCardView::addSubview(QWidget& view) {
     view.show();
 }
 
-QRectF ZNCardView::panelRect() const { return QRectF(rect()).adjusted(shadowMargin, shadowMargin, -shadowMargin, -shadowMargin); }
+QRectF ZNCardView::panelRect() const {
+    return QRectF(rect()).adjusted(shadowMargin, shadowMargin, -shadowMargin, -shadowMargin);
+}
 
-void ZNCardView::shakeCard() { shakePass(0); }
+void ZNCardView::shakeCard() {
+    shakePass(0);
+}
 
 void ZNCardView::shakePass(int pass) {
     const bool isLast = pass == shakePasses;
@@ -50,7 +54,9 @@ void ZNCardView::placeAddition() {
     _additionCard->setGeometry(panel.adjusted(-1, -1, 1, 1));
 }
 
-void ZNCardView::resizeEvent(QResizeEvent*) { placeAddition(); }
+void ZNCardView::resizeEvent(QResizeEvent*) {
+    placeAddition();
+}
 
 void ZNCardView::paintEvent(QPaintEvent*) {
     QPainter painter(this);

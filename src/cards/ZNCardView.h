@@ -1,7 +1,7 @@
 #pragma once
 
-// A white panel with rounded corners and a shadow, for screens that are made of real widgets on a card. What is added to it goes into
-// the inner view. Owned by its parent widget. Main thread.
+// A white panel with rounded corners and a shadow, for screens that are made of real widgets on a card. What is added
+// to it goes into the inner view. Owned by its parent widget. Main thread.
 
 #include <memory>
 

@@ -1,4 +1,5 @@
-// How devices reach the stack: the mouse through the controls of the top card, which see it first, wheels and fingers directly.
+// How devices reach the stack: the mouse through the controls of the top card, which see it first, wheels and fingers
+// directly.
 
 #include <QMouseEvent>
 #include <QTouchEvent>
@@ -27,7 +28,8 @@ void ZNStackView::swipeChanged(QPointF delta, DirectionInvertedFromDevice invert
     top.centerX.jump(rest.x() + progress->displacement.x());
     top.centerY.jump(rest.y() + progress->displacement.y());
     for (const int index : {1, 2}) {
-        _stackViews[static_cast<std::size_t>(index)]->cardAlpha.jump(StackGeometry::alphaMovingUp(index, progress->fade));
+        _stackViews[static_cast<std::size_t>(index)]->cardAlpha.jump(
+            StackGeometry::alphaMovingUp(index, progress->fade));
     }
     top.setSkipStatusWithPercentage(progress->skip);
     top.setSnoozeStatusWithPercentage(progress->snooze);
@@ -39,14 +41,20 @@ void ZNStackView::swipeEnded(SwipePower power) {
     if (!swipesAllowed()) return _recognizer.cancel();
     ZNStackViewItemDelegate* delegate = topItem()->delegate();
     switch (_recognizer.ended(_delegate->numberOfItemsInStack(), power)) {
-        case SwipeDecision::Restore: return restoreTopCard();
-        case SwipeDecision::Skip: return delegate->shouldSkipTopCard();
-        case SwipeDecision::Complete: return delegate->shouldCompleteTopCard();
-        case SwipeDecision::Snooze: return delegate->shouldSnoozeTopCard();
+        case SwipeDecision::Restore:
+            return restoreTopCard();
+        case SwipeDecision::Skip:
+            return delegate->shouldSkipTopCard();
+        case SwipeDecision::Complete:
+            return delegate->shouldCompleteTopCard();
+        case SwipeDecision::Snooze:
+            return delegate->shouldSnoozeTopCard();
     }
 }
 
-void ZNStackView::swipeAbandoned() { _recognizer.cancel(); }
+void ZNStackView::swipeAbandoned() {
+    _recognizer.cancel();
+}
 
 void ZNStackView::wheelEvent(QWheelEvent* event) {
     _gatherer.wheel(*event);
@@ -55,7 +63,8 @@ void ZNStackView::wheelEvent(QWheelEvent* event) {
 
 void ZNStackView::watchControls(ZNStackViewItem& item) {
     item.installEventFilter(this);
-    for (ZNButton* button : item.controls()->buttons()) button->installEventFilter(this);
+    for (ZNButton* button : item.controls()->buttons())
+        button->installEventFilter(this);
 }
 
 bool ZNStackView::eventFilter(QObject* watched, QEvent* event) {
@@ -65,7 +74,8 @@ bool ZNStackView::eventFilter(QObject* watched, QEvent* event) {
         case QEvent::MouseMove:
         case QEvent::MouseButtonRelease:
             return filterMouse(*static_cast<QWidget*>(watched), *static_cast<QMouseEvent*>(event));
-        default: return false;
+        default:
+            return false;
     }
 }
 
@@ -97,8 +107,10 @@ bool ZNStackView::event(QEvent* event) {
         case QEvent::TouchBegin:
         case QEvent::TouchUpdate:
         case QEvent::TouchEnd:
-        case QEvent::TouchCancel: return touchEvent(*static_cast<QTouchEvent*>(event));
-        default: return ZNView::event(event);
+        case QEvent::TouchCancel:
+            return touchEvent(*static_cast<QTouchEvent*>(event));
+        default:
+            return ZNView::event(event);
     }
 }
 

@@ -1,4 +1,5 @@
-// How cards come to the screen: each is a picture on a stretching panel; only what changed since the last frame is painted again.
+// How cards come to the screen: each is a picture on a stretching panel; only what changed since the last frame is
+// painted again.
 
 #include <QPaintEvent>
 #include <QPainter>
@@ -99,7 +100,8 @@ void ZNStackView::paintEvent(QPaintEvent* event) {
 void ZNStackView::paintItem(QPainter& painter, ZNStackViewItem& item, const Painted& painted, double scale) {
     // At rest the cards below show only a rim; their pictures can wait until the first paint is out.
     const bool isTop = &item == topItem();
-    const bool canWait = !isTop && !item.hasPicture() && !_recognizer.isVisible() && !_animating && _shouldRespondToActions;
+    const bool canWait =
+        !isTop && !item.hasPicture() && !_recognizer.isVisible() && !_animating && _shouldRespondToActions;
     const QPixmap picture = canWait ? QPixmap() : item.picture(scale);
     if (canWait) renderPicturesSoon();
 

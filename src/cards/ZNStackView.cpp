@@ -12,7 +12,10 @@
 namespace zun {
 
 ZNStackView::ZNStackView(const CardContext& context, QWidget* parent)
-    : ZNView(parent), _context(context), _gatherer(*this, context.dispatch.main()), _skin(std::make_unique<CardSkin>()) {
+    : ZNView(parent),
+      _context(context),
+      _gatherer(*this, context.dispatch.main()),
+      _skin(std::make_unique<CardSkin>()) {
     setAccessibilityElement(false);
     setFocusPolicy(Qt::StrongFocus);
     setAttribute(Qt::WA_AcceptTouchEvents);
@@ -29,8 +32,8 @@ ZNStackView::ZNStackView(const CardContext& context, QWidget* parent)
     const auto enable = onMain([this] { allowActions(true); });
     const auto renderAnew = onMain([this] { renderStack(false, Skipped::No, {}); });
     auto& notifications = _context.notifications;
-    _observations.push_back(
-        notifications.addObserver(CardNotifications::disableMenuActions, [disable](const NSNotification&) { disable(); }));
+    _observations.push_back(notifications.addObserver(CardNotifications::disableMenuActions,
+                                                      [disable](const NSNotification&) { disable(); }));
     _observations.push_back(
         notifications.addObserver(CardNotifications::enableMenuActions, [enable](const NSNotification&) { enable(); }));
     _observations.push_back(
@@ -53,7 +56,9 @@ void ZNStackView::setOverflow(const QMargins& overflow) {
     renderStack(false, Skipped::No, {});
 }
 
-QRectF ZNStackView::stackBounds() const { return QRectF(rect().marginsRemoved(_overflow)); }
+QRectF ZNStackView::stackBounds() const {
+    return QRectF(rect().marginsRemoved(_overflow));
+}
 
 void ZNStackView::onSetDelegate(ZNStackViewDelegate* delegate) {
     _delegate = delegate;
@@ -74,7 +79,9 @@ void ZNStackView::addViews() {
     }
 }
 
-void ZNStackView::renderStackWithAnimation(bool animated) { renderStack(animated, Skipped::No, {}); }
+void ZNStackView::renderStackWithAnimation(bool animated) {
+    renderStack(animated, Skipped::No, {});
+}
 
 ZNStackView::Rendered ZNStackView::renderStack(bool animated, Skipped skipped, Block completion) {
     if (_animating) return Rendered::Dropped;
@@ -124,7 +131,7 @@ void ZNStackView::placeItem(int index, int shown, bool animated, Skipped skipped
     group.set(item.centerX, geometry.horizontalOffset());
     group.set(item.width, geometry.width(index));
     group.set(item.height, geometry.cardSize().height());
-    const double alpha = index < shown                ? StackGeometry::alpha(index)
+    const double alpha = index < shown               ? StackGeometry::alpha(index)
                          : animated && isSkippedCard ? StackGeometry::skippedAlpha
                                                      : 0;
     group.set(item.cardAlpha, alpha);
@@ -153,7 +160,8 @@ ZNStackViewItem& ZNStackView::throwTopItem() {
     _gatherer.cancel();
     ZNStackViewItem* thrown = topItem();
     // Whoever works with the keyboard goes on with the same button of the next card.
-    if (thrown->controls() != nullptr) _focusedControl = std::max(_focusedControl, thrown->controls()->focusedControl());
+    if (thrown->controls() != nullptr)
+        _focusedControl = std::max(_focusedControl, thrown->controls()->focusedControl());
     thrown->hide();
     std::rotate(_stackViews.begin(), _stackViews.begin() + 1, _stackViews.end());
     return *thrown;
@@ -224,12 +232,14 @@ void ZNStackView::restoreTopCard() {
         tokens::restoreDuration, Easing::Out,
         [&](ZNAnimationGroup& group) {
             for (const int index : {1, 2}) {
-                group.set(_stackViews[static_cast<std::size_t>(index)]->cardAlpha, StackGeometry::alphaMovingUp(index, 0));
+                group.set(_stackViews[static_cast<std::size_t>(index)]->cardAlpha,
+                          StackGeometry::alphaMovingUp(index, 0));
             }
             group.set(top->centerY, StackGeometry::startingYOffset);
             group.set(top->centerX, top->restX);
         },
-        // A card that was thrown meanwhile keeps its own guard; else two could be thrown at once, and the second never ends.
+        // A card that was thrown meanwhile keeps its own guard; else two could be thrown at once, and the second never
+        // ends.
         [this, self = QPointer<ZNStackView>(this), before = _actions] {
             if (self && before == _actions) allowActions(true);
         });
@@ -254,7 +264,8 @@ void ZNStackView::placeTopWidget() {
     const QSizeF size(top->width.value(), top->height.value());
     top->setGeometry(QRectF(center - QPointF(size.width(), size.height()) / 2, size).toRect());
     top->show();
-    if (_focusedControl >= 0 && top->controls() != nullptr) top->controls()->focusControl(std::exchange(_focusedControl, -1));
+    if (_focusedControl >= 0 && top->controls() != nullptr)
+        top->controls()->focusControl(std::exchange(_focusedControl, -1));
 }
 
 void ZNStackView::resizeEvent(QResizeEvent*) {

@@ -1,12 +1,13 @@
 #pragma once
 
-// The pile of up to three visible cards: recognises the swipe that throws the top card away and plays fly-out, skip and restore.
-// It holds no reminders; it asks its delegate.
+// The pile of up to three visible cards: recognises the swipe that throws the top card away and plays fly-out, skip and
+// restore. It holds no reminders; it asks its delegate.
 //
-// The stack paints its cards itself, back to front, from pictures that the items render once. Only the top item is there as a widget,
-// for focus, clicks and assistive technology; it stays at rest while the picture of the card moves.
+// The stack paints its cards itself, back to front, from pictures that the items render once. Only the top item is
+// there as a widget, for focus, clicks and assistive technology; it stays at rest while the picture of the card moves.
 //
-// Two guards: `animating` drops renders while an animated render runs, `shouldRespondToActions` drops actions while a card flies.
+// Two guards: `animating` drops renders while an animated render runs, `shouldRespondToActions` drops actions while a
+// card flies.
 //
 // Owned by its parent widget. Main thread; deferred blocks do nothing once the stack has gone.
 
@@ -38,13 +39,15 @@ class ZNStackView final : public ZNView, private SwipeSink {
     explicit ZNStackView(const CardContext& context, QWidget* parent = nullptr);
     ~ZNStackView() override;
 
-    // Builds five items from the delegate and renders without animation. Null takes the delegate away and hides the cards.
+    // Builds five items from the delegate and renders without animation. Null takes the delegate away and hides the
+    // cards.
     void onSetDelegate(ZNStackViewDelegate* delegate);
 
     // Dropped while an animated render runs.
     void renderStackWithAnimation(bool animated);
     void skipTopCard();
-    // The block runs when the deck has closed up; it is dropped where a render would be, or if no action is allowed now.
+    // The block runs when the deck has closed up; it is dropped where a render would be, or if no action is allowed
+    // now.
     void completeTopCardWithCompletion(Block completion);
     void snoozeTopCardWithCompletion(Block completion);
 
@@ -54,8 +57,8 @@ class ZNStackView final : public ZNView, private SwipeSink {
     [[nodiscard]] const std::vector<ZNStackViewItem*>& stackViews() const { return _stackViews; }
     [[nodiscard]] StackGeometry geometryNow() const;
 
-    // The part of the widget around the stack proper, where cards may be seen while they fly. The stack's bounds are the widget's
-    // without these margins.
+    // The part of the widget around the stack proper, where cards may be seen while they fly. The stack's bounds are
+    // the widget's without these margins.
     void setOverflow(const QMargins& overflow);
     void setNaturalScrolling(NaturalScrolling natural) { _gatherer.setNaturalScrolling(natural); }
 
@@ -78,7 +81,8 @@ class ZNStackView final : public ZNView, private SwipeSink {
     enum class Rendered { Yes, Dropped };
     void addViews();
     Rendered renderStack(bool animated, Skipped skipped, Block completion);
-    void placeItem(int index, int shown, bool animated, Skipped skipped, const StackGeometry& geometry, ZNAnimationGroup& group);
+    void placeItem(int index, int shown, bool animated, Skipped skipped, const StackGeometry& geometry,
+                   ZNAnimationGroup& group);
     void finishRender(Skipped skipped, const Block& completion);
     void animateTopStackItemWithVerticalOffset(double offset, Block completion);
     void restoreTopCard();

@@ -18,7 +18,9 @@ ZNStackViewItem::ZNStackViewItem(const CardContext& context, ZNStackViewItemDele
     hide();
 }
 
-ZNStackViewItem::~ZNStackViewItem() { removeObservers(); }
+ZNStackViewItem::~ZNStackViewItem() {
+    removeObservers();
+}
 
 void ZNStackViewItem::onSetReminder(ReminderPtr reminder) {
     removeObservers();
@@ -35,7 +37,8 @@ void ZNStackViewItem::addObservers() {
             if (self && self->_reminder) self->updateFields();
         });
     };
-    _reminderObservation = _reminder->observe({"title", "notes", "fire_date", "repeat_type", "isSnoozed", "start_date", "checklist"}, hop);
+    _reminderObservation =
+        _reminder->observe({"title", "notes", "fire_date", "repeat_type", "isSnoozed", "start_date", "checklist"}, hop);
     _settingsObservation = _context.settings.observe({"windowLayoutMode"}, hop);
 }
 
@@ -75,10 +78,18 @@ void ZNStackViewItem::setEnabled(bool enabled) {
 void ZNStackViewItem::makeControls() {
     if (_controls) return;
     CardControls::Actions actions;
-    actions.complete = [this] { if (_delegate) _delegate->shouldCompleteTopCard(); };
-    actions.snooze = [this] { if (_delegate) _delegate->shouldSnoozeTopCard(); };
-    actions.skip = [this] { if (_delegate) _delegate->shouldSkipTopCard(); };
-    actions.edit = [this] { if (_delegate) _delegate->shouldEditTopCard(); };
+    actions.complete = [this] {
+        if (_delegate) _delegate->shouldCompleteTopCard();
+    };
+    actions.snooze = [this] {
+        if (_delegate) _delegate->shouldSnoozeTopCard();
+    };
+    actions.skip = [this] {
+        if (_delegate) _delegate->shouldSkipTopCard();
+    };
+    actions.edit = [this] {
+        if (_delegate) _delegate->shouldEditTopCard();
+    };
     actions.snoozeMenu = [this](QPoint position) {
         if (_delegate) _delegate->shouldShowSnoozeForCell(*this, _controls->snoozeButton(), position);
     };
@@ -86,7 +97,8 @@ void ZNStackViewItem::makeControls() {
         if (_reminder) _context.notifications.postNotificationName(CardNotifications::checklistRequested, _reminder);
     };
     actions.share = [this] {
-        if (_reminder) _context.notifications.postNotificationName(CardNotifications::shareControllerRequested, _reminder);
+        if (_reminder)
+            _context.notifications.postNotificationName(CardNotifications::shareControllerRequested, _reminder);
     };
     _controls = std::make_unique<CardControls>(_context.pictures, _context.texts, *this, actions);
     _controls->follow(_face);
@@ -112,8 +124,12 @@ const QPixmap& ZNStackViewItem::picture(double scale) {
     return _picture;
 }
 
-void ZNStackViewItem::dropPicture() { _picture = QPixmap(); }
+void ZNStackViewItem::dropPicture() {
+    _picture = QPixmap();
+}
 
-ZNButton* ZNStackViewItem::snoozeButton() const { return _controls ? &_controls->snoozeButton() : nullptr; }
+ZNButton* ZNStackViewItem::snoozeButton() const {
+    return _controls ? &_controls->snoozeButton() : nullptr;
+}
 
 }  // namespace zun

@@ -1,10 +1,11 @@
 #pragma once
 
-// One card: date line, title, notes and topic picture over a footer with three buttons. A view of one reminder, which it watches: an
-// edit repaints the card wherever it came from, after a hop to the main thread.
+// One card: date line, title, notes and topic picture over a footer with three buttons. A view of one reminder, which
+// it watches: an edit repaints the card wherever it came from, after a hop to the main thread.
 //
-// The card's content is rendered once into a picture, for the reminder, size and scale at hand; the stack moves that picture. The
-// controls are widgets of the item that paint only their states over it, made when the item first becomes the top card.
+// The card's content is rendered once into a picture, for the reminder, size and scale at hand; the stack moves that
+// picture. The controls are widgets of the item that paint only their states over it, made when the item first becomes
+// the top card.
 //
 // Owned by its stack, reused for one reminder after the other. Main thread.
 

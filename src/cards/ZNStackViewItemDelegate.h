@@ -17,7 +17,8 @@ class ZNStackViewItemDelegate {
     virtual void shouldCompleteTopCard() = 0;
     virtual void shouldEditTopCard() = 0;
     // A right click on the snooze button at this place on the screen.
-    virtual void shouldShowSnoozeForCell(ZNStackViewItem& cell, ZNButton& withSnoozeButton, QPoint withEventPosition) = 0;
+    virtual void shouldShowSnoozeForCell(ZNStackViewItem& cell, ZNButton& withSnoozeButton,
+                                         QPoint withEventPosition) = 0;
 };
 
 }  // namespace zun

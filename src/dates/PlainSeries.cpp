@@ -72,8 +72,6 @@ std::int64_t PlainSeries::dayAfter(std::int64_t steps) const {
 }
 
 NSDate PlainSeries::dateAfter(std::int64_t steps) const {
-    // The instant itself may be the second of a repeated hour, which its wall time would not give back.
-    if (steps == 0) return _now.date;
     return _zone.instant(wallTime(dayAfter(steps), _now.timeOfDay));
 }
 

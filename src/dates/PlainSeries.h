@@ -40,6 +40,8 @@ class PlainSeries {
 
   private:
     [[nodiscard]] std::int64_t stepsToEnd() const;
+    // One step or more: where it stands now may be the second of a repeated hour, which the wall time alone would not
+    // give back.
     [[nodiscard]] std::int64_t dayAfter(std::int64_t steps) const;
     [[nodiscard]] NSDate dateAfter(std::int64_t steps) const;
     [[nodiscard]] std::int64_t stepsUpTo(const WallMoment& moment) const;

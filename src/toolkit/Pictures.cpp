@@ -36,7 +36,8 @@ std::span<const Entry> sizesOf(const QString& name) {
         return std::strcmp(entry.name, wanted.constData()) < 0;
     });
     auto last = first;
-    while (last != all.end() && key == last->name) ++last;
+    while (last != all.end() && key == last->name)
+        ++last;
     return {first, last};
 }
 
@@ -53,7 +54,8 @@ QImage decoded(const Entry& entry) {
         if (above == nullptr) {
             std::memcpy(row, in, static_cast<std::size_t>(rowBytes));
         } else {
-            for (qsizetype i = 0; i < rowBytes; ++i) row[i] = static_cast<uchar>(in[i] + above[i]);
+            for (qsizetype i = 0; i < rowBytes; ++i)
+                row[i] = static_cast<uchar>(in[i] + above[i]);
         }
         above = row;
     }
@@ -71,7 +73,9 @@ QSize pixelSize(const Entry& largest, QSizeF size, double scale, Pictures::Fit f
 
 Pictures::Pictures(std::size_t byteLimit) : _byteLimit(byteLimit) {}
 
-bool Pictures::contains(const QString& name) const { return !sizesOf(name).empty(); }
+bool Pictures::contains(const QString& name) const {
+    return !sizesOf(name).empty();
+}
 
 QPixmap Pictures::pixmap(const QString& name, QSizeF size, double scale, Fit fit) {
     const auto sizes = sizesOf(name);
@@ -94,7 +98,8 @@ QPixmap Pictures::pixmap(const QString& name, QSizeF size, double scale, Fit fit
     QPixmap pixmap = QPixmap::fromImage(std::move(image));
     pixmap.setDevicePixelRatio(scale);
 
-    const auto bytes = std::size_t{4} * static_cast<std::size_t>(pixels.width()) * static_cast<std::size_t>(pixels.height());
+    const auto bytes =
+        std::size_t{4} * static_cast<std::size_t>(pixels.width()) * static_cast<std::size_t>(pixels.height());
     _kept.push_front({key, pixmap, bytes});
     _keptBytes += bytes;
     while (_keptBytes > _byteLimit && _kept.size() > 1) {

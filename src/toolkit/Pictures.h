@@ -1,8 +1,8 @@
 #pragma once
 
-// The pictures and icons that were rendered at build time, by name and size. Each name is stored in several sizes; the smallest
-// sufficient one is taken and scaled. Results are kept until the kept ones exceed a few megabytes, then the oldest go.
-// Main thread; the first request of a large picture takes about a millisecond.
+// The pictures and icons that were rendered at build time, by name and size. Each name is stored in several sizes; the
+// smallest sufficient one is taken and scaled. Results are kept until the kept ones exceed a few megabytes, then the
+// oldest go. Main thread; the first request of a large picture takes about a millisecond.
 
 #include <QPixmap>
 #include <QSizeF>
@@ -18,8 +18,8 @@ class Pictures {
     Pictures(const Pictures&) = delete;
     Pictures& operator=(const Pictures&) = delete;
 
-    // The picture of this name ("coffeeImage", with or without an ending) in logical pixels at a scale, as a pixmap with that device
-    // pixel ratio. Its proportions are kept unless stretched. A null pixmap for an unknown name.
+    // The picture of this name ("coffeeImage", with or without an ending) in logical pixels at a scale, as a pixmap
+    // with that device pixel ratio. Its proportions are kept unless stretched. A null pixmap for an unknown name.
     enum class Fit { KeepProportions, Stretch };
     [[nodiscard]] QPixmap pixmap(const QString& name, QSizeF size, double scale, Fit fit = Fit::KeepProportions);
     [[nodiscard]] bool contains(const QString& name) const;

@@ -1,8 +1,8 @@
 #pragma once
 
-// How rendered pictures are stored: a header, a table sorted by name and then size, and the pixels of each entry compressed, rows of
-// premultiplied ARGB of which each but the first is the difference to the row above. Written at build time on the same machine type,
-// so numbers are in its own byte order.
+// How rendered pictures are stored: a header, a table sorted by name and then size, and the pixels of each entry
+// compressed, rows of premultiplied ARGB of which each but the first is the difference to the row above. Written at
+// build time on the same machine type, so numbers are in its own byte order.
 
 #include <cstdint>
 
@@ -17,7 +17,7 @@ struct Header {
 
 struct Entry {
     char name[40];
-    std::uint32_t width, height;  // pixels
+    std::uint32_t width, height;   // pixels
     std::uint32_t offset, length;  // of the compressed pixels, from the start of the blob
 };
 

@@ -1,8 +1,8 @@
 #pragma once
 
-// The main queue of a program with Qt's loop: blocks run on the thread of the application object, inside its event loop, in the order
-// in which they were submitted. Made on that thread once the application object stands; blocks that are still waiting when that object
-// is destroyed are dropped. Any thread may submit.
+// The main queue of a program with Qt's loop: blocks run on the thread of the application object, inside its event
+// loop, in the order in which they were submitted. Made on that thread once the application object stands; blocks that
+// are still waiting when that object is destroyed are dropped. Any thread may submit.
 
 #include "platform/foundation/Dispatch.h"
 

@@ -78,7 +78,8 @@ inline constexpr milliseconds restoreDuration{350};
 inline constexpr milliseconds renderDelay{50};
 inline constexpr milliseconds shakePass{70};
 inline constexpr milliseconds reducedFade{80};  // what is left of a render where nothing may move
-// A gesture of a device without phases ends when it has rested for this long. Longer feels sticky, shorter cuts slow turns in two.
+// A gesture of a device without phases ends when it has rested for this long. Longer feels sticky, shorter cuts slow
+// turns in two.
 inline constexpr milliseconds wheelRest{150};
 inline constexpr std::chrono::microseconds frame{16667};
 

@@ -15,15 +15,20 @@ double eased(Easing easing, double progress) {
     const double t = std::clamp(progress, 0.0, 1.0);
     const double rest = 1 - t;
     switch (easing) {
-        case Easing::Linear: return t;
-        case Easing::In: return t * t;
-        case Easing::Out: return 1 - rest * rest * rest;
-        case Easing::InOut: return t < 0.5 ? 4 * t * t * t : 1 - 4 * rest * rest * rest;
+        case Easing::Linear:
+            return t;
+        case Easing::In:
+            return t * t;
+        case Easing::Out:
+            return 1 - rest * rest * rest;
+        case Easing::InOut:
+            return t < 0.5 ? 4 * t * t * t : 1 - 4 * rest * rest * rest;
     }
     return t;
 }
 
-AnimatedValue::AnimatedValue(Kind kind, double initial) : _state(std::make_shared<State>(State{kind, initial, initial})) {}
+AnimatedValue::AnimatedValue(Kind kind, double initial)
+    : _state(std::make_shared<State>(State{kind, initial, initial})) {}
 
 void AnimatedValue::jump(double value) {
     _state->value = value;
@@ -61,7 +66,8 @@ struct ZNAnimationTimeline::Core : std::enable_shared_from_this<ZNAnimationTimel
         }
     }
 
-    // Runs what is due, each block after every value has got to where it is at that time; all there is with animations off.
+    // Runs what is due, each block after every value has got to where it is at that time; all there is with animations
+    // off.
     void runEvents() {
         const microseconds uptime = dispatch.uptime();
         const auto limit = [&] { return animations == Animations::Off ? microseconds::max() : uptime; };
@@ -82,8 +88,9 @@ struct ZNAnimationTimeline::Core : std::enable_shared_from_this<ZNAnimationTimel
             const auto state = track.state.lock();
             if (!state || state->track != track.id) return true;
             const bool arrived = moment == microseconds::max() || moment >= track.start + track.duration;
-            const double progress =
-                arrived ? 1 : static_cast<double>((moment - track.start).count()) / static_cast<double>(track.duration.count());
+            const double progress = arrived ? 1
+                                            : static_cast<double>((moment - track.start).count()) /
+                                                  static_cast<double>(track.duration.count());
             state->shown = arrived ? track.to : track.from + (track.to - track.from) * eased(track.easing, progress);
             if (arrived) state->track = 0;
             return arrived;
@@ -156,7 +163,9 @@ void ZNAnimationTimeline::setAnimations(Animations animations) {
     _core->tellObservers();
 }
 
-Animations ZNAnimationTimeline::animations() const { return _core->animations; }
+Animations ZNAnimationTimeline::animations() const {
+    return _core->animations;
+}
 
 void ZNAnimationTimeline::runGroup(microseconds duration, Easing easing, const Changes& changes, Block completion) {
     ZNAnimationGroup group(*this, duration, easing);
@@ -168,7 +177,9 @@ void ZNAnimationTimeline::runGroup(microseconds duration, Easing easing, const C
     }
 }
 
-void ZNAnimationTimeline::after(microseconds delay, Block block) { _core->enqueue(delay, std::move(block)); }
+void ZNAnimationTimeline::after(microseconds delay, Block block) {
+    _core->enqueue(delay, std::move(block));
+}
 
 void ZNAnimationTimeline::together(const Block& block) {
     const auto core = _core;
@@ -186,6 +197,8 @@ Observation ZNAnimationTimeline::observeFrames(std::function<void()> handler) {
     });
 }
 
-bool ZNAnimationTimeline::isMoving() const { return !_core->tracks.empty(); }
+bool ZNAnimationTimeline::isMoving() const {
+    return !_core->tracks.empty();
+}
 
 }  // namespace zun

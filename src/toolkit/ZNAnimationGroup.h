@@ -1,14 +1,15 @@
 #pragma once
 
-// Animations in groups: a duration, changes, a completion. A value that is changed inside a group has its new value at once, and is
-// shown on its way there until the group ends; then the completion runs, after every value of the group has arrived.
+// Animations in groups: a duration, changes, a completion. A value that is changed inside a group has its new value at
+// once, and is shown on its way there until the group ends; then the completion runs, after every value of the group
+// has arrived.
 //
 //   On       groups take their time.
 //   Reduced  everything takes a third of its time, so that a render lasts 80 ms; movements jump, fades fade.
 //   Off      everything has arrived before the outermost call returns.
 //
-// In all three, completions and delayed blocks run in the order of their moments on one time line: a block runs at its stated moment,
-// and what it starts begins at that moment, however late the loop was. Main thread; never blocks.
+// In all three, completions and delayed blocks run in the order of their moments on one time line: a block runs at its
+// stated moment, and what it starts begins at that moment, however late the loop was. Main thread; never blocks.
 
 #include <QPointF>
 #include <chrono>
@@ -90,7 +91,8 @@ class ZNAnimationTimeline {
     void runGroup(std::chrono::microseconds duration, Easing easing, const Changes& changes, Block completion = {});
     // Runs the block on the same time line after the delay.
     void after(std::chrono::microseconds delay, Block block);
-    // Runs the block now; what it starts begins at one moment. With animations off, all of that ends in its order after the block.
+    // Runs the block now; what it starts begins at one moment. With animations off, all of that ends in its order after
+    // the block.
     void together(const Block& block);
     // Called after each frame in which a value may have moved, about 60 times a second while any does.
     [[nodiscard]] Observation observeFrames(std::function<void()> handler);

@@ -56,7 +56,9 @@ void ZNButton::setTexts(const QString& accessibilityLabel, const QString& toolti
     setToolTip(tooltip);
 }
 
-void ZNButton::setAccessibilityElement(bool isElement) { _isElement = isElement; }
+void ZNButton::setAccessibilityElement(bool isElement) {
+    _isElement = isElement;
+}
 
 QRectF ZNButton::faceRect() const {
     if (_shape != Shape::Round) return rect();
@@ -92,7 +94,9 @@ void ZNButton::paintFace(QPainter& painter, const QRectF& rect, double scale) co
     painter.setOpacity(opacity);
 }
 
-bool ZNButton::hasLightGround() const { return qAlpha(_ground) > 0 && qGray(_ground) > 200; }
+bool ZNButton::hasLightGround() const {
+    return qAlpha(_ground) > 0 && qGray(_ground) > 200;
+}
 
 void ZNButton::paintStates(QPainter& painter) {
     painter.setRenderHint(QPainter::Antialiasing);
@@ -168,7 +172,8 @@ void ZNButton::keyPressEvent(QKeyEvent* event) {
 void ZNButton::focusInEvent(QFocusEvent* event) {
     const Qt::FocusReason reason = event->reason();
     if (reason != Qt::PopupFocusReason && reason != Qt::ActiveWindowFocusReason) {
-        _showsRing = reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason || reason == Qt::ShortcutFocusReason;
+        _showsRing =
+            reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason || reason == Qt::ShortcutFocusReason;
     }
     QAbstractButton::focusInEvent(event);
     update();

@@ -1,9 +1,10 @@
 #pragma once
 
-// A button with an icon of ours. Hover lightens it, pressing darkens it, a key that brings the focus draws a ring. The left button
-// or a key clicks; the right button or the menu key gives rightClicked().
+// A button with an icon of ours. Hover lightens it, pressing darkens it, a key that brings the focus draws a ring. The
+// left button or a key clicks; the right button or the menu key gives rightClicked().
 //
-// A button whose face is painted by its parent, for instance inside the picture of a card, paints only its states over it.
+// A button whose face is painted by its parent, for instance inside the picture of a card, paints only its states over
+// it.
 //
 // Owned by its parent widget. Main thread.
 

@@ -13,12 +13,18 @@ struct StyleSizes {
 
 StyleSizes sizesOf(SizeStyle style) {
     switch (style) {
-        case SizeStyle::Title: return {26, 24};
-        case SizeStyle::LargeText: return {22, 21};
-        case SizeStyle::Text: return {16, 15};
-        case SizeStyle::Paragraph: return {13, 12};
-        case SizeStyle::AllCaps: return {11, 10};
-        case SizeStyle::Tiny: return {9, 8};
+        case SizeStyle::Title:
+            return {26, 24};
+        case SizeStyle::LargeText:
+            return {22, 21};
+        case SizeStyle::Text:
+            return {16, 15};
+        case SizeStyle::Paragraph:
+            return {13, 12};
+        case SizeStyle::AllCaps:
+            return {11, 10};
+        case SizeStyle::Tiny:
+            return {9, 8};
     }
     return {13, 13};
 }

@@ -32,8 +32,8 @@ struct TextRun {
     bool operator==(const TextRun&) const = default;
 };
 
-// The runs that are emoji: characters shown as pictures by default, those followed by the picture selector, key caps, flags and
-// joined sequences. A character followed by the text selector is none.
+// The runs that are emoji: characters shown as pictures by default, those followed by the picture selector, key caps,
+// flags and joined sequences. A character followed by the text selector is none.
 [[nodiscard]] QList<TextRun> emojiRuns(QStringView text);
 
 // Formats that draw these runs in colour, for QTextLayout.

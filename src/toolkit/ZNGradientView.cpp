@@ -62,8 +62,9 @@ void ZNGradientView::paintEvent(QPaintEvent* event) {
         for (double x = std::floor(dirty.left() / step) * step; x <= dirty.right(); x += step) {
             const double left = std::max<double>(x, dirty.left());
             const double right = std::min<double>(x + step, dirty.right() + 1);
-            painter.drawPixmap(QRectF(left, dirty.top(), right - left, dirty.height()), _tile,
-                               QRectF((left - x) * scale, dirty.top() * scale, (right - left) * scale, dirty.height() * scale));
+            painter.drawPixmap(
+                QRectF(left, dirty.top(), right - left, dirty.height()), _tile,
+                QRectF((left - x) * scale, dirty.top() * scale, (right - left) * scale, dirty.height() * scale));
         }
     }
 }

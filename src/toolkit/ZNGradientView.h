@@ -1,7 +1,7 @@
 #pragma once
 
-// The ground: a vertical gradient over the whole of the view. It is kept as one narrow tile with a fine dither, so that wide windows
-// show no bands and a small dirty rectangle costs only its own pixels.
+// The ground: a vertical gradient over the whole of the view. It is kept as one narrow tile with a fine dither, so that
+// wide windows show no bands and a small dirty rectangle costs only its own pixels.
 
 #include <QPixmap>
 

@@ -60,16 +60,22 @@ void installAccessibility() {
     Q_UNUSED(installed);
 }
 
-ZNView::ZNView(QWidget* parent) : QWidget(parent) { installAccessibility(); }
+ZNView::ZNView(QWidget* parent) : QWidget(parent) {
+    installAccessibility();
+}
 
-void ZNView::setAccessibilityRole(QAccessible::Role role) { _role = role; }
+void ZNView::setAccessibilityRole(QAccessible::Role role) {
+    _role = role;
+}
 
 void ZNView::setAccessibilityLabel(const QString& label) {
     if (label == accessibleName()) return;
     setAccessibleName(label);
 }
 
-void ZNView::setAccessibilityElement(bool isElement) { _isElement = isElement; }
+void ZNView::setAccessibilityElement(bool isElement) {
+    _isElement = isElement;
+}
 
 void ZNView::setAlpha(double alpha) {
     const double limited = std::clamp(alpha, 0.0, 1.0);

@@ -1,7 +1,7 @@
 #pragma once
 
-// The base of every widget of ours: a name and a role for assistive technology, and an alpha that its own painting honours.
-// Owned by its parent widget. Main thread.
+// The base of every widget of ours: a name and a role for assistive technology, and an alpha that its own painting
+// honours. Owned by its parent widget. Main thread.
 
 #include <QAccessible>
 #include <QWidget>
@@ -34,7 +34,8 @@ class ZNView : public QWidget {
     double _alpha = 1;
 };
 
-// A one-line text that is only heard: it lies over text that its parent paints, so that assistive technology finds it there.
+// A one-line text that is only heard: it lies over text that its parent paints, so that assistive technology finds it
+// there.
 class ZNSpokenText final : public ZNView {
     Q_OBJECT
   public:

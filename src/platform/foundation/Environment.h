@@ -1,7 +1,8 @@
 #pragma once
 
-// The surroundings of the logic: what time it is, where, in which language, and fresh identifiers. Everything in the tree gets
-// them from here, so that a test can set them. All operations may be called from any thread and do not block for long.
+// The surroundings of the logic: what time it is, where, in which language, and fresh identifiers. Everything in the
+// tree gets them from here, so that a test can set them. All operations may be called from any thread and do not block
+// for long.
 
 #include <memory>
 #include <string>

@@ -11,11 +11,12 @@
 
 namespace zun {
 
-// Reads "2026-02-01T09:00:00+01:00", "...Z", with or without seconds and fractions, or local wall time in `zone` where no
-// offset is given ("2026-02-01T09:00", "2026-02-01"). Empty if the text is anything else or no such day exists.
+// Reads "2026-02-01T09:00:00+01:00", "...Z", with or without seconds and fractions, or local wall time in `zone` where
+// no offset is given ("2026-02-01T09:00", "2026-02-01"). Empty if the text is anything else or no such day exists.
 [[nodiscard]] OptionalDate dateFromISO8601(std::string_view text, const NSTimeZone& zone);
 
-// Reads exactly "yyyy-MM-dd'T'HH:mm:ssZZZZZ": seconds and an offset ("Z", "+01:00") are required, fractions are not read.
+// Reads exactly "yyyy-MM-dd'T'HH:mm:ssZZZZZ": seconds and an offset ("Z", "+01:00") are required, fractions are not
+// read.
 [[nodiscard]] OptionalDate dateFromInternetFormat(std::string_view text);
 
 // "2026-02-01T08:00:00Z"; fractions of a second only where there are any, without trailing zeros.

@@ -1,7 +1,7 @@
 #pragma once
 
-// Instants. Every date of the system is a whole number of microseconds since 1970-01-01T00:00:00Z, leap seconds ignored;
-// an absent date is an empty optional.
+// Instants. Every date of the system is a whole number of microseconds since 1970-01-01T00:00:00Z, leap seconds
+// ignored; an absent date is an empty optional.
 
 #include <chrono>
 #include <optional>

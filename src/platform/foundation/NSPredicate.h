@@ -1,7 +1,7 @@
 #pragma once
 
-// Predicates over the attributes of a record, parsed once into SQL with bound arguments. Operators: = == != <= >= > AND OR,
-// brackets, the literal nil, %@ arguments, numbers. Comparing with a null argument means comparing with nil.
+// Predicates over the attributes of a record, parsed once into SQL with bound arguments. Operators: = == != <= >= > AND
+// OR, brackets, the literal nil, %@ arguments, numbers. Comparing with a null argument means comparing with nil.
 
 #include <cstdint>
 #include <memory>
@@ -19,10 +19,11 @@ class NSPredicate {
   public:
     using Argument = std::variant<std::nullptr_t, bool, std::int64_t, double, std::string, NSDate>;
 
-    // Parses the format; the result is cached by its text, so a predicate in a hot path costs no parse. Empty if the format is
-    // malformed, names an attribute outside `[A-Za-z_][A-Za-z0-9_]*`, or has another number of %@ than there are arguments.
+    // Parses the format; the result is cached by its text, so a predicate in a hot path costs no parse. Empty if the
+    // format is malformed, names an attribute outside `[A-Za-z_][A-Za-z0-9_]*`, or has another number of %@ than there
+    // are arguments.
     [[nodiscard]] static std::optional<NSPredicate> predicateWithFormat(std::string_view format,
-                                                                       std::vector<Argument> arguments = {});
+                                                                        std::vector<Argument> arguments = {});
 
     // A WHERE expression with one "?" for each of boundArguments(), in order.
     [[nodiscard]] const std::string& sql() const { return *_sql; }

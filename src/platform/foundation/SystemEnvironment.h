@@ -6,8 +6,8 @@
 
 namespace zun {
 
-// The real surroundings: the system clock, TZ or /etc/localtime, the LC_ variables, random UUIDs. The zone is looked up once and
-// again on refresh(); a long-running program calls that every minute and on resume.
+// The real surroundings: the system clock, TZ or /etc/localtime, the LC_ variables, random UUIDs. The zone is looked up
+// once and again on refresh(); a long-running program calls that every minute and on resume.
 class SystemEnvironment final : public Environment {
   public:
     SystemEnvironment();

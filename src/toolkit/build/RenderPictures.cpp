@@ -1,5 +1,6 @@
 // Renders drawings into the blob that the program carries: zun_render_pictures OUTPUT DRAWING...
-// Pictures (square, wide) are rendered at the sizes where they are seen, icons at once, twice and three times their own size.
+// Pictures (square, wide) are rendered at the sizes where they are seen, icons at once, twice and three times their own
+// size.
 
 #include <QFile>
 #include <QFileInfo>
@@ -11,7 +12,7 @@
 #include <cstring>
 #include <vector>
 
-#include "../PicturesBlob.h"
+#include "toolkit/PicturesBlob.h"
 
 namespace {
 
@@ -31,9 +32,11 @@ std::vector<QSize> sizesOf(const QString& name, QSize natural) {
             if (isLarge == (side >= 128)) sizes.emplace_back(side, side);
         }
     } else if (natural.width() > largestIcon) {
-        for (const int side : pictureSides) sizes.push_back(natural.scaled(side, side, Qt::KeepAspectRatio));
+        for (const int side : pictureSides)
+            sizes.push_back(natural.scaled(side, side, Qt::KeepAspectRatio));
     } else {
-        for (const int factor : {1, 2, 3}) sizes.push_back(natural * factor);
+        for (const int factor : {1, 2, 3})
+            sizes.push_back(natural * factor);
     }
     return sizes;
 }
@@ -50,7 +53,8 @@ QByteArray pixelsOf(QSvgRenderer& drawing, QSize size) {
         const uchar* row = image.constScanLine(y);
         const uchar* above = y > 0 ? image.constScanLine(y - 1) : nullptr;
         auto* out = reinterpret_cast<uchar*>(pixels.data()) + y * rowBytes;
-        for (qsizetype i = 0; i < rowBytes; ++i) out[i] = static_cast<uchar>(row[i] - (above ? above[i] : 0));
+        for (qsizetype i = 0; i < rowBytes; ++i)
+            out[i] = static_cast<uchar>(row[i] - (above ? above[i] : 0));
     }
     return qCompress(pixels, 9);
 }
@@ -92,8 +96,10 @@ bool write(const QString& path, std::vector<Rendered>& all) {
     QFile file(path);
     if (!file.open(QIODevice::WriteOnly)) return false;
     file.write(reinterpret_cast<const char*>(&header), sizeof header);
-    for (const Rendered& rendered : all) file.write(reinterpret_cast<const char*>(&rendered.entry), sizeof(Entry));
-    for (const Rendered& rendered : all) file.write(rendered.pixels);
+    for (const Rendered& rendered : all)
+        file.write(reinterpret_cast<const char*>(&rendered.entry), sizeof(Entry));
+    for (const Rendered& rendered : all)
+        file.write(rendered.pixels);
     return file.flush();
 }
 
