@@ -80,7 +80,7 @@ TEST_F(RepeatEngineTest, ClampsAndShiftsStickOnPlainSeriesOnly) {
     EXPECT_EQ(occurrences("2026-01-31T09:00", 3, 1, {}, "2026-01-01", "2026-05-01"),
               (Dates{"2026-01-31T09:00:00", "2026-02-28T09:00:00", "2026-03-28T09:00:00", "2026-04-28T09:00:00"}));
     EXPECT_EQ(next("2024-02-29T09:00", 4, 1, 0, "2031-06-01"), "2032-02-28T09:00:00");
-    EXPECT_EQ(next("1996-02-29T09:00", 4, 4, 0, "2101-01-01"), "2104-02-28T09:00:00") << "2100 has no leap day";
+    EXPECT_EQ(next("1996-02-29T09:00", 4, 4, 0, "2105-01-01"), "2108-02-28T09:00:00") << "2100 has no leap day";
     EXPECT_EQ(next("2000-02-29T09:00", 4, 400, 0, "9500-01-01"), "9600-02-29T09:00:00");
     EXPECT_EQ(next("2026-03-27T02:30", 1, 1, 0, "2026-03-28T12:00"), "2026-03-29T03:30:00");
     EXPECT_EQ(next("2026-03-27T02:30", 1, 1, 0, "2046-03-28T12:00"), "2046-03-29T03:30:00");
@@ -123,6 +123,9 @@ TEST_F(RepeatEngineTest, PresentFutureAndCount) {
     }
     const auto second = environment.date("2026-10-25T01:30:00Z");
     EXPECT_EQ(engine.advanceDate(second, 1, 1, 0, Last, 0, second - days{1}), second) << "stays in the second hour";
+    environment.setTimeZone("America/St_Johns");
+    EXPECT_EQ(next("2006-10-20T00:00:30", 1, 1, 0, "2006-10-28T23:30:00-03:30", Last), "2006-10-29T00:00:30")
+        << "the clock went back from 00:01 to 23:01, so tomorrow is over already";
     EXPECT_TRUE(logged.empty());
 }
 
