@@ -1,69 +1,7 @@
 // The desktop application.
 
-#include <CLI/CLI.hpp>
-#include <QApplication>
-
-#include "apps/wiring/Core.h"
-#include "shell/AppDelegate.h"
-#include "shell/ApplicationService.h"
-#include "toolkit/QtMainQueue.h"
-#include "toolkit/ZNFonts.h"
-
-namespace {
-
-struct Arguments {
-    std::optional<std::string> home;
-    std::vector<std::string> urls;
-};
-
-// The status to end with, if there is nothing to start.
-std::optional<int> parse(int argc, char** argv, Arguments& arguments) {
-    CLI::App options{"Zun keeps your reminders and shows those that are due as a stack of cards.", "zun"};
-    options.add_option("--home", arguments.home, "Keep every file in this folder")->type_name("DIR");
-    options.add_option("link", arguments.urls, "Links of the scheme zun.create")->type_name("URL");
-    try {
-        options.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        const int status = options.exit(error);
-        return status == 0 ? 0 : 2;
-    }
-    return std::nullopt;
-}
-
-QStringList qtList(const std::vector<std::string>& urls) {
-    QStringList list;
-    for (const auto& url : urls)
-        list << QString::fromStdString(url);
-    return list;
-}
-
-}  // namespace
+#include "apps/zun/Application.h"
 
 int main(int argc, char** argv) {
-    Arguments arguments;
-    // Qt takes its own options out of the line first, so that they are no wrong usage of ours.
-    QApplication::setStyle("fusion");
-    QApplication::setDesktopFileName(zun::applicationIdentifier);
-    QApplication application(argc, argv);
-    QApplication::setApplicationName("Zun");
-    QApplication::setQuitOnLastWindowClosed(false);
-    if (const auto status = parse(argc, argv, arguments)) return *status;
-
-    const auto home = zun::Home::find(arguments.home);
-    zun::ApplicationService service(QString::fromStdString(home.busName));
-    const auto urls = qtList(arguments.urls);
-    if (service.start(urls) == zun::ApplicationService::Outcome::HandedOver) return 0;
-
-    QApplication::setFont(zun::appFont(13));
-    const auto mainQueue = std::make_shared<zun::QtMainQueue>();
-    zun::Core core(home, zun::DispatchQueuePtr(mainQueue));
-    zun::AppDelegate delegate({home, core.environment, core.dispatch, core.notifications, core.settings, core.strings,
-                               core.labels, core.database, core.manager});
-    QObject::connect(&service, &zun::ApplicationService::activated, &delegate, &zun::AppDelegate::activate);
-    QObject::connect(&service, &zun::ApplicationService::opened, &delegate, &zun::AppDelegate::openLinks);
-
-    delegate.applicationWillFinishLaunching();
-    delegate.applicationDidFinishLaunching();
-    delegate.openLinks(urls);
-    return QApplication::exec();
+    return zun::runApplication(argc, argv);
 }

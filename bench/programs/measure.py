@@ -1,0 +1,118 @@
+#!/usr/bin/env python3
+"""Measures whole programs: starting the application beside a bare window, and listing the deck from the command line.
+
+usage: measure.py BUILD_FOLDER OUTPUT.json
+Needs an X display. Every figure is the median of several runs, the pairs taken in turn.
+"""
+
+import json
+import os
+import pathlib
+import select
+import shutil
+import statistics
+import subprocess
+import sys
+import tempfile
+import time
+
+RECORDS = 100_000
+DUE = 100
+RUNS = 15
+
+
+def record(number, due):
+    moment = "2026-01-%02dT%02d:%02d:00Z" % (number % 28 + 1, number % 24, number % 60)
+    if not due:
+        moment = "2090" + moment[4:]
+    return {
+        "reminderID": "%08d-bench" % number,
+        "title": "Reminder number %d: call the dentist" % number,
+        "notes": "Some words of notes for number %d" % number,
+        "created_date": "2025-12-01T00:00:00Z",
+        "start_date": moment,
+        "due_date": moment,
+        "fire_date": moment,
+    }
+
+
+def fill(zunctl, environment):
+    lines = "".join(json.dumps(record(n, n < DUE)) + "\n" for n in range(RECORDS))
+    subprocess.run([zunctl, "import", "-"], input=lines.encode(), env=environment, check=True, stdout=subprocess.DEVNULL)
+
+
+def resident_kib(pid):
+    for line in pathlib.Path(f"/proc/{pid}/status").read_text().splitlines():
+        if line.startswith("VmRSS"):
+            return int(line.split()[1])
+    return 0
+
+
+def start_to_paint(program, environment, settle=0.6):
+    """Seconds until the program writes its byte, and its resident KiB a little later."""
+    reader, writer = os.pipe()
+
+    def prepare():
+        os.dup2(writer, 3)
+
+    began = time.monotonic()
+    child = subprocess.Popen([program], env=environment, preexec_fn=prepare, pass_fds=(3, writer),
+                             stdout=subprocess.DEVNULL, stderr=subprocess.DEVNULL)
+    os.close(writer)
+    ready, _, _ = select.select([reader], [], [], 20)
+    seconds = time.monotonic() - began
+    if not ready or not os.read(reader, 1):
+        child.kill()
+        raise SystemExit(f"{program} painted nothing")
+    time.sleep(settle)
+    memory = resident_kib(child.pid)
+    child.kill()
+    child.wait()
+    os.close(reader)
+    return seconds, memory
+
+
+def run_command(arguments, environment):
+    began = time.monotonic()
+    child = subprocess.Popen(arguments, env=environment, stdout=subprocess.DEVNULL)
+    _, status, usage = os.wait4(child.pid, 0)
+    assert status == 0, arguments
+    return time.monotonic() - began, usage.ru_maxrss
+
+
+def medians(pairs):
+    return [statistics.median(column) for column in zip(*pairs)]
+
+
+def main():
+    build = pathlib.Path(sys.argv[1])
+    zunctl = str(build / "src/apps/zunctl")
+    home = tempfile.mkdtemp(prefix="zun-bench-")
+    environment = dict(os.environ, ZUN_HOME=home, TZ="Europe/Berlin", QT_SCALE_FACTOR="1")
+    try:
+        fill(zunctl, environment)
+        listing = medians([run_command([zunctl, "list", "--deck"], environment) for _ in range(RUNS + 1)][1:])
+        empty, full = [], []
+        for _ in range(RUNS):
+            empty.append(start_to_paint(str(build / "bench/programs/bench_empty_window"), environment))
+            full.append(start_to_paint(str(build / "bench/programs/bench_zun_start"), environment))
+        empty, full = medians(empty), medians(full)
+    finally:
+        shutil.rmtree(home)
+
+    rows = [
+        ("zunctl list --deck, 100 due of 100,000", listing[0] * 1e3, "ms", "under 10", None),
+        ("zunctl list --deck, peak memory", listing[1] / 1024, "MiB", "under 20", None),
+        ("zun, start to first painted card", full[0] * 1e3, "ms", "1.5 times the floor", empty[0] * 1e3),
+        ("zun, resident memory at 400 x 450", full[1] / 1024, "MiB", "1.6 times the floor", empty[1] / 1024),
+    ]
+    figures = []
+    for name, value, unit, goal, floor in rows:
+        beside = "" if floor is None else f"  floor {floor:.1f} {unit}, ratio {value / floor:.2f}"
+        print(f"{name:<45} {value:8.1f} {unit:<4} (goal: {goal}){beside}")
+        figures.append({"name": name, "value": value, "unit": unit, "goal": goal, "floor": floor})
+    pathlib.Path(sys.argv[2]).write_text(json.dumps(figures, indent=1))
+
+
+if __name__ == "__main__":
+    main()
