@@ -14,7 +14,7 @@ constexpr const char* fallback = "en_US";
 
 struct PosixLocale {
     std::string identifier;  // "sr_Latn_RS", for ICU
-    bool plain = false;      // "C" or "POSIX": no language at all
+    bool plain = false;      // "C" or "POSIX" and nothing else, not even an encoding
 };
 
 // What the modifier of a POSIX locale ("sr_RS@latin") says of its script.
@@ -44,7 +44,7 @@ std::optional<PosixLocale> parse(std::string_view text) {
     const auto at = text.find('@');
     const auto script = at == std::string_view::npos ? "" : scriptOfModifier(text.substr(at + 1));
     const auto name = text.substr(0, std::min(at, text.find('.')));
-    if (name == "C" || name == "POSIX") return PosixLocale{fallback, true};
+    if (name == "C" || name == "POSIX") return PosixLocale{fallback, name.size() == text.size()};
     const bool readable =
         !name.empty() && std::isalpha(static_cast<unsigned char>(name.front())) &&
         std::all_of(name.begin(), name.end(), [](unsigned char c) { return std::isalnum(c) || c == '_' || c == '-'; });
