@@ -11,7 +11,7 @@
 //   neither     no topic: one of four default pictures, always the same for a reminder
 //
 // Any thread. The first title takes two or three milliseconds to compile the patterns, later ones a fifth of one; only
-// the first `charactersLookedAt` of a title are read, so that none takes more than some milliseconds.
+// the first `charactersLookedAt` of a title are read, so that none takes more than about ten.
 
 #include <cstddef>
 #include <memory>
