@@ -5,9 +5,8 @@
 // regard to case.
 //
 //   an emoji    the first topic in the table's order whose emojis occur; beats every word
-//   keywords    the topic with the most matches, the earlier one among equals; whole words, except where the user's
-//   first language
-//               is written without blanks
+//   keywords    the topic with the most matches, the earlier one among equals; whole words,
+//               except where the user's first language is written without blanks
 //   neither     no topic: one of four default pictures, always the same for a reminder
 //
 // Any thread. The first title takes two or three milliseconds to compile the patterns, later ones a fifth of one; only
