@@ -2,18 +2,19 @@
 
 // Reminders from URLs: zun.create://<title>?<name>=<value>&<name>=<value>...
 //
-// Read from the raw text by these rules:
-//   - No URL at all is a text with another scheme (compared without case) or without "//" after it, one that holds a
-//   blank, a control
-//     character or a "%" without two hexadecimal digits behind it, and one above maximumURLSize.
-//   - The title runs up to the first "/", "?" or "#". "@" and ":" in it mean nothing special. A path is passed over,
-//   and the query
-//     ends at "#".
-//   - Percent encoding gives UTF-8; what is no UTF-8, and a NUL, reads as U+FFFD. "+" stays a plus.
-//   - Integers read like strtoll: leading blanks, a sign, digits, the rest is ignored; no digits are 0. Negative ones
-//   count as 0.
-//     Intervals stop at 999, an unknown repeat_type or earlyReminderType is 0, an ordinal outside 1 to 7 or one that
-//     was there before is dropped. Coordinates that are no number or lie outside the globe count as absent.
+// Read from the raw text by these rules.
+//
+// No URL at all is a text with another scheme (compared without case) or without "//" after it, one that holds a blank,
+// a control character or a "%" without two hexadecimal digits behind it, and one above maximumURLSize.
+//
+// The title runs up to the first "/", "?" or "#"; "@" and ":" in it mean nothing special. A path is passed over, and
+// the query ends at "#".
+//
+// Percent encoding gives UTF-8; what is no UTF-8, and a NUL, reads as U+FFFD. "+" stays a plus.
+//
+// Integers read like strtoll: leading blanks, a sign, digits, the rest is ignored; no digits are 0. Negative ones count
+// as 0. Intervals stop at 999, an unknown repeat_type or earlyReminderType is 0, an ordinal outside 1 to 7 or one that
+// was there before is dropped. Coordinates that are no number or lie outside the globe count as absent.
 //
 // Pure functions, any thread; a title of a megabyte takes some milliseconds. Touches no store: what becomes of the
 // reminder is up to the block.
