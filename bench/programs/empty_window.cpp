@@ -1,4 +1,5 @@
-// The floor for starting: a bare window of the same size, painted once. Writes a byte to descriptor 3 when it has been painted.
+// The floor for starting: a bare window of the same size, painted once. Writes a byte to descriptor 3 when it has been
+// painted.
 
 #include <unistd.h>
 

@@ -1,4 +1,5 @@
-// The application as it is, with an ear on its window: writes a byte to descriptor 3 when the stack has been painted with its cards.
+// The application as it is, with an ear on its window: writes a byte to descriptor 3 when the stack has been painted
+// with its cards.
 
 #include <unistd.h>
 
