@@ -1,0 +1,182 @@
+#include "commands/CommandLine.h"
+
+#include <gtest/gtest.h>
+
+#include <boost/json.hpp>
+#include <fstream>
+
+#include "core/NoAlerts.h"
+#include "core/NoCloud.h"
+#include "platform/foundation/SystemDispatch.h"
+#include "support/TemporaryFolder.h"
+#include "support/TestEnvironment.h"
+
+namespace zun {
+namespace {
+
+namespace json = boost::json;
+
+// One home and the commands typed there; each command opens the store anew, as a process would.
+class CommandLineTest : public testing::Test {
+  protected:
+    TestEnvironment environment{"2026-01-14T10:00:00Z"};
+    TemporaryFolder folder;
+    std::vector<std::string> handedOver;
+    bool applicationRuns = false;
+    std::string out, err;
+
+    int zunctl(std::vector<std::string> words) {
+        words.insert(words.begin(), "zunctl");
+        std::vector<const char*> argv;
+        for (const auto& word : words)
+            argv.push_back(word.c_str());
+        CommandLine line;
+        out.clear();
+        err.clear();
+        if (const auto status = parseCommandLine(static_cast<int>(argv.size()), argv.data(), line)) return *status;
+
+        SystemDispatch dispatch(std::make_shared<LoopQueue>());
+        NSNotificationCenter notifications;
+        ZNUserDefaults defaults(folder.path() / "config");
+        ZNSettingsObject settings(defaults, nullptr, nullptr);
+        const LocalizedStrings strings({"en"});
+        const DateLabels labels(environment, strings);
+        const ZNReminderHelper helper(environment, strings);
+        ZNDatabase database(folder.path() / "data", {dispatch, notifications, environment});
+        NoCloud cloud;
+        NoAlerts alerts;
+        ZNReminderManager manager({database, settings, dispatch, notifications, environment, cloud, alerts});
+        CommandContext context{environment, database, manager, strings, labels, helper, [&](const std::string& url) {
+                                   if (applicationRuns) handedOver.push_back(url);
+                                   return applicationRuns;
+                               }};
+        context.json = line.json;
+        return runCommand(line, context, [&] {
+            out = context.out;
+            err = context.err;
+        });
+    }
+
+    json::value zunctlJSON(std::vector<std::string> words) {
+        words.insert(words.begin(), "--json");
+        EXPECT_EQ(zunctl(words), 0) << err;
+        return json::parse(out);
+    }
+    std::string add(std::vector<std::string> words) {
+        words.insert(words.begin(), "add");
+        return std::string(zunctlJSON(words).at("reminderID").as_string());
+    }
+    std::string titles(const json::value& list) {
+        std::string text;
+        for (const auto& each : list.as_array())
+            text += std::string(each.at("title").as_string()) + " ";
+        return text;
+    }
+};
+
+TEST_F(CommandLineTest, AMonthlySeriesIsCompletedAndTakenBack) {
+    EXPECT_EQ(zunctl({"open", "zun.create://Pay%20rent?d=2026-01-01T09:00:00Z&a=1&r=3&silent=0"}), 0);
+    const auto id = std::string(zunctlJSON({"list"}).at(0).at("reminderID").as_string());
+
+    const auto copy = zunctlJSON({"complete", id});
+    const auto copyID = std::string(copy.at("reminderID").as_string());
+    EXPECT_EQ(copyID, id + "+2026-01-14T10:00:00.000Z");
+    EXPECT_EQ(copy.at("completed_date"), "2026-01-14T10:00:00Z");
+    EXPECT_EQ(zunctlJSON({"show", id}).at("due_date"), "2026-02-01T09:00:00Z");
+    EXPECT_EQ(titles(zunctlJSON({"list"})), "");
+    EXPECT_EQ(zunctl({"complete", copyID}), 1);
+
+    EXPECT_EQ(zunctlJSON({"uncomplete", copyID}).at("due_date"), "2026-01-01T09:00:00Z");
+    EXPECT_EQ(zunctl({"show", copyID}), 1);
+    EXPECT_EQ(zunctl({"uncomplete", id}), 1);
+}
+
+TEST_F(CommandLineTest, DeckIsSnoozedAndSkipped) {
+    const auto first = add({"first", "--date", "2026-01-13T09:00"});
+    EXPECT_EQ(zunctl({"skip"}), 1);
+    const auto second = add({"second", "--date", "2026-01-14T09:00"});
+    EXPECT_EQ(titles(zunctlJSON({"list"})), "second first ");
+    EXPECT_EQ(zunctlJSON({"skip"}).at("reminderID"), json::value(second));
+    EXPECT_EQ(titles(zunctlJSON({"list", "--deck"})), "first second ");
+
+    EXPECT_EQ(zunctl({"unsnooze", first}), 1);
+    const auto snoozed = zunctlJSON({"snooze", first, "--until", "2026-01-20T08:00"});
+    EXPECT_EQ(snoozed.at("fire_date"), "2026-01-20T08:00:00Z");
+    EXPECT_EQ(snoozed.at("isSnoozed"), true);
+    EXPECT_EQ(titles(zunctlJSON({"list"})), "second ");
+    EXPECT_EQ(zunctlJSON({"unsnooze", first}).at("isSnoozed"), false);
+    EXPECT_EQ(zunctlJSON({"snooze", first}).at("fire_date"), "2026-01-15T09:00:00Z");
+    EXPECT_EQ(zunctlJSON({"count"}), (json::object{{"active", 1}, {"total", 2}}));
+}
+
+TEST_F(CommandLineTest, ListsSearchBlindToCaseAndAccents) {
+    add({"Caf\u00e9 with Ana", "--date", "2026-01-16T09:00"});
+    add({"coffee"});
+    EXPECT_EQ(titles(zunctlJSON({"list", "--upcoming", "--search", "CAFE"})), "Caf\u00e9 with Ana ");
+    EXPECT_EQ(zunctl({"list", "--upcoming"}), 0);
+    EXPECT_NE(out.find("Friday"), std::string::npos) << out;
+    EXPECT_EQ(zunctl({"list", "--deck", "--all"}), 2);
+}
+
+TEST_F(CommandLineTest, OccurrencesObeyIntervalWeekdaysAndEnd) {
+    const auto id =
+        add({"gym", "--date", "2026-01-07T09:00", "--every", "2", "--on", "wed,fri", "--until", "2026-02-06"});
+    EXPECT_EQ(zunctlJSON({"occurrences", id, "--from", "2026-01-01", "--to", "2027-01-01"}),
+              (json::array{"2026-01-07T09:00:00Z", "2026-01-09T09:00:00Z", "2026-01-21T09:00:00Z",
+                           "2026-01-23T09:00:00Z", "2026-02-04T09:00:00Z", "2026-02-06T09:00:00Z"}));
+    EXPECT_EQ(zunctl({"occurrences", id, "--from", "soon", "--to", "2027-01-01"}), 1);
+    EXPECT_EQ(zunctl({"occurrences", id, "--from", "2026-01-01"}), 2);
+}
+
+TEST_F(CommandLineTest, ExportAndImportLoseNothing) {
+    add({"one", "--date", "2026-01-20T09:00", "--checklist", "a\nb", "--nag"});
+    const auto second = add({"two"});
+    ASSERT_EQ(zunctl({"export"}), 0);
+    const auto exported = out;
+
+    EXPECT_EQ(zunctl({"edit", second, "--title", "changed"}), 0);
+    const auto file = folder.path() / "records.jsonl";
+    std::ofstream(file) << "{broken\n" << exported << "{\"title\": \"no identifier\"}\n";
+    EXPECT_EQ(zunctl({"import", file}), 1);
+    EXPECT_NE(err.find("Line 1 "), std::string::npos) << err;
+    EXPECT_NE(err.find("Line 4 "), std::string::npos) << err;
+    ASSERT_EQ(zunctl({"export"}), 0);
+    EXPECT_EQ(out, exported);
+    EXPECT_EQ(zunctl({"import", folder.path() / "missing"}), 1);
+}
+
+TEST_F(CommandLineTest, LinksForTheEditorGoToTheRunningApplication) {
+    EXPECT_EQ(zunctl({"open", "zun.create://Call%20mom"}), 1);
+    EXPECT_NE(err.find("not running"), std::string::npos);
+    applicationRuns = true;
+    EXPECT_EQ(zunctl({"open", "zun.create://Call%20mom"}), 0);
+    EXPECT_EQ(handedOver, std::vector<std::string>{"zun.create://Call%20mom"});
+
+    EXPECT_EQ(zunctl({"open", "not a link"}), 1);
+    EXPECT_EQ(
+        err,
+        "Zun was unable to create a reminder using the URL scheme zun.create: There was an error creating a URL from "
+        "the "
+        "given string\n"
+        "Zun was unable to create a reminder using the URL scheme zun.create: There was an error parsing the URL\n");
+    EXPECT_EQ(titles(zunctlJSON({"list", "--all"})), "");
+}
+
+TEST_F(CommandLineTest, SaysInOneSentenceWhatIsNotPossible) {
+    for (const std::vector<std::string>& words :
+         std::vector<std::vector<std::string>>{{"show", "nobody"},
+                                               {"edit", "nobody", "--title", "a"},
+                                               {"complete", "nobody"},
+                                               {"delete", "nobody"},
+                                               {"add", " "}}) {
+        EXPECT_EQ(zunctl(words), 1);
+        EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1) << err;
+    }
+    for (const std::vector<std::string>& words :
+         std::vector<std::vector<std::string>>{{}, {"fly"}, {"add"}, {"show"}, {"add", "a", "--early", "10m"}}) {
+        EXPECT_EQ(zunctl(words), 2);
+    }
+}
+
+}  // namespace
+}  // namespace zun
