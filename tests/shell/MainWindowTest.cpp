@@ -1,0 +1,156 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <boost/json/parse.hpp>
+#include <fstream>
+
+#include "core/NotificationNames.h"
+#include "platform/foundation/ISO8601.h"
+#include "shell/ShellWorld.h"
+
+namespace zun {
+namespace {
+
+using testing::ElementsAre;
+using testing::HasSubstr;
+using testing::IsEmpty;
+
+class MainWindowTest : public testing::Test, public ShellWorld {
+  protected:
+    void SetUp() override {
+        store(dated("errand", "2026-01-14T07:00:00Z"));
+        store(dated("call", "2026-01-14T08:00:00Z"));
+        auto rent = dated("rent", "2026-01-14T09:00:00Z");
+        rent.repeat_type = 3;
+        rent.customRepeatInterval = 1;
+        store(rent);
+        observation = notifications.addObserver(
+            ZNReminderCountDidUpdateNotification,
+            [this](const NSNotification& posted) { title = std::any_cast<std::string>(posted.object); });
+        open();
+        ASSERT_THAT(deck(), ElementsAre("rent", "call", "errand"));
+    }
+    [[nodiscard]] std::string due(const std::string& reminderID) const {
+        return iso8601FromDate(*stored(reminderID)->due_date());
+    }
+
+    std::string title;  // what the window is to be called
+    Observation observation;
+};
+
+TEST_F(MainWindowTest, CompletingWithTheKeyLeavesACopyAndUndoRestoresTheSeries) {
+    press(Qt::Key_Up);
+    EXPECT_THAT(deck(), ElementsAre("call", "errand"));
+    EXPECT_EQ(due("rent"), "2026-02-14T09:00:00Z");
+    EXPECT_THAT(storedIDs(), testing::SizeIs(4));
+    EXPECT_EQ(title, "2 reminders");
+
+    press(Qt::Key_Z);
+    EXPECT_THAT(deck(), ElementsAre("rent", "call", "errand"));
+    EXPECT_EQ(due("rent"), "2026-01-14T09:00:00Z");
+    EXPECT_THAT(storedIDs(), testing::UnorderedElementsAre("rent", "call", "errand"));
+    EXPECT_FALSE(undoStack.canUndo());
+}
+
+TEST_F(MainWindowTest, EachActionIsUndoneInTurn) {
+    press(Qt::Key_Right);
+    EXPECT_THAT(deck(), ElementsAre("call", "errand", "rent"));
+    press(Qt::Key_Down);
+    EXPECT_THAT(deck(), ElementsAre("errand", "rent"));
+    EXPECT_TRUE(stored("call")->onGetIsSnoozed());
+    press(Qt::Key_Up);
+    EXPECT_THAT(deck(), ElementsAre("rent"));
+    press(Qt::Key_Left);
+    EXPECT_THAT(deck(), ElementsAre("rent")) << "one card cannot be skipped";
+
+    press(Qt::Key_Z);
+    EXPECT_THAT(deck(), ElementsAre("errand", "rent"));
+    press(Qt::Key_Z);
+    EXPECT_THAT(deck(), ElementsAre("call", "errand", "rent"));
+    EXPECT_FALSE(stored("call")->onGetIsSnoozed());
+    press(Qt::Key_Z);
+    EXPECT_THAT(deck(), ElementsAre("rent", "call", "errand"));
+    EXPECT_FALSE(undoStack.canUndo());
+}
+
+TEST_F(MainWindowTest, AnImpatientKeyTakesOneCardAtATime) {
+    for (int i = 0; i < 5; ++i)
+        QTest::keyClick(window.windowHandle(), Qt::Key_Up, Qt::ControlModifier);
+    advance(std::chrono::seconds(1));
+    EXPECT_THAT(deck(), ElementsAre("call", "errand"));
+}
+
+TEST_F(MainWindowTest, TheLastCardGivesWayToTheZeroState) {
+    press(Qt::Key_Up);
+    press(Qt::Key_Up);
+    press(Qt::Key_Up);
+    EXPECT_THAT(deck(), IsEmpty());
+    EXPECT_EQ(title, "0 reminders");
+    press(Qt::Key_Up);
+    press(Qt::Key_Down);
+    press(Qt::Key_Right);
+    EXPECT_EQ(undoStack.count(), 3) << "there was nothing to act on";
+    press(Qt::Key_Z);
+    EXPECT_THAT(deck(), ElementsAre("errand"));
+}
+
+TEST_F(MainWindowTest, TheDeckFollowsTheStoreAndTheClock) {
+    auto later = dated("later", "2026-01-14T10:02:00Z");
+    manager.importReminders({std::make_shared<ZNReminderObject>(later)});
+    settle();
+    notifications.postNotificationName(ZNDatabaseDeDupedNotification);
+    advance(std::chrono::seconds(1));
+    EXPECT_THAT(deck(), ElementsAre("rent", "call", "errand"));
+    advance(std::chrono::minutes(2));
+    EXPECT_THAT(deck(), ElementsAre("later", "rent", "call", "errand"));
+
+    manager.deleteReminder(stored("call"), ShouldSyncWithiCloud::Yes);
+    advance(std::chrono::seconds(1));
+    EXPECT_THAT(deck(), ElementsAre("later", "rent", "errand"));
+}
+
+TEST_F(MainWindowTest, CardCommandsRestWhileAnotherTabIsShown) {
+    tabs->onSetActiveTab(1);
+    EXPECT_FALSE(menu.completeItem().isEnabled());
+    EXPECT_FALSE(tabs->cardController().isVisible());
+    press(Qt::Key_Up);
+    for (const auto name : {ZNCompleteTopCardMenuActionNotification, ZNSnoozeTopCardMenuActionNotification,
+                            ZNSkipTopCardMenuActionNotification, ZNSkipTopCardLeftMenuActionNotification}) {
+        notifications.postNotificationName(name);
+    }
+    advance(std::chrono::seconds(1));
+    EXPECT_THAT(deck(), ElementsAre("rent", "call", "errand"));
+
+    tabs->onSetActiveTab(0);
+    EXPECT_TRUE(menu.completeItem().isEnabled());
+    press(Qt::Key_Up);
+    EXPECT_THAT(deck(), ElementsAre("call", "errand"));
+}
+
+TEST_F(MainWindowTest, WithoutAnEditorEditingSaysSoAndKeepsWhatIsNew) {
+    press(Qt::Key_E);
+    EXPECT_THAT(tabs->messages().message().toStdString(), HasSubstr("rent"));
+    EXPECT_FALSE(std::filesystem::exists(kept.file()));
+
+    links.open("zun.create://Bring%20keys?n=For%20Ana");
+    EXPECT_THAT(tabs->messages().message().toStdString(), HasSubstr("Bring keys"));
+    std::ifstream file(kept.file());
+    std::string line;
+    ASSERT_TRUE(std::getline(file, line));
+    const auto record = boost::json::parse(line);
+    EXPECT_EQ(record.at("title"), "Bring keys");
+    EXPECT_EQ(record.at("notes"), "For Ana");
+}
+
+TEST_F(MainWindowTest, AllKeysOfACommandWork) {
+    for (const auto& [key, modifiers] : {std::pair{Qt::Key_QuoteLeft, Qt::KeyboardModifiers(Qt::ControlModifier)},
+                                         {Qt::Key_E, Qt::ControlModifier},
+                                         {Qt::Key_F2, Qt::NoModifier}}) {
+        tabs->messages().showMessage("nothing");
+        press(key, modifiers);
+        EXPECT_NE(tabs->messages().message(), "nothing") << key;
+    }
+}
+
+}  // namespace
+}  // namespace zun
