@@ -38,12 +38,16 @@ function(zun_library name)
     target_link_libraries(${name} PUBLIC ${ARG_LINKS})
 endfunction()
 
-# zun_test(<name> SOURCES ... LINKS ...): one test program, run by ctest. Tests write only below their own build folder.
+# zun_test(<name> [QT] SOURCES ... LINKS ...): one test program, run by ctest. Tests write only below their own build folder.
+# QT labels one that runs Qt, which ThreadSanitizer cannot judge.
 function(zun_test name)
-    cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;ENVIRONMENT" ${ARGN})
+    cmake_parse_arguments(ARG "QT" "" "SOURCES;LINKS;ENVIRONMENT" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
     target_link_libraries(${name} PRIVATE ${ARG_LINKS} GTest::gmock GTest::gtest_main)
     add_test(NAME ${name} COMMAND ${name})
     set_tests_properties(${name} PROPERTIES TIMEOUT 300 ENVIRONMENT "QT_QPA_PLATFORM=offscreen;${ARG_ENVIRONMENT}")
+    if(ARG_QT)
+        set_tests_properties(${name} PROPERTIES LABELS qt)
+    endif()
 endfunction()

@@ -40,16 +40,22 @@ void ZNStackView::swipeChanged(QPointF delta, DirectionInvertedFromDevice invert
 void ZNStackView::swipeEnded(SwipePower power) {
     if (!swipesAllowed()) return _recognizer.cancel();
     ZNStackViewItemDelegate* delegate = topItem()->delegate();
+    const unsigned before = _actions;
     switch (_recognizer.ended(_delegate->numberOfItemsInStack(), power)) {
         case SwipeDecision::Restore:
-            return restoreTopCard();
+            break;
         case SwipeDecision::Skip:
-            return delegate->shouldSkipTopCard();
+            delegate->shouldSkipTopCard();
+            break;
         case SwipeDecision::Complete:
-            return delegate->shouldCompleteTopCard();
+            delegate->shouldCompleteTopCard();
+            break;
         case SwipeDecision::Snooze:
-            return delegate->shouldSnoozeTopCard();
+            delegate->shouldSnoozeTopCard();
+            break;
     }
+    // Nothing was thrown, be it by decision or because the controller would not.
+    if (before == _actions) restoreTopCard();
 }
 
 void ZNStackView::swipeAbandoned() {

@@ -17,7 +17,7 @@ ZNStackView::ZNStackView(const CardContext& context, QWidget* parent)
       _gatherer(*this, context.dispatch.main()),
       _skin(std::make_unique<CardSkin>()) {
     setAccessibilityElement(false);
-    setFocusPolicy(Qt::StrongFocus);
+    setFocusPolicy(Qt::ClickFocus);
     setAttribute(Qt::WA_AcceptTouchEvents);
     _observations.push_back(_context.animations.observeFrames([this] { repaintMoved(); }));
 
@@ -160,8 +160,11 @@ ZNStackViewItem& ZNStackView::throwTopItem() {
     _gatherer.cancel();
     ZNStackViewItem* thrown = topItem();
     // Whoever works with the keyboard goes on with the same button of the next card.
-    if (thrown->controls() != nullptr)
-        _focusedControl = std::max(_focusedControl, thrown->controls()->focusedControl());
+    const int focused = thrown->controls() == nullptr ? -1 : thrown->controls()->focusedControl();
+    if (focused >= 0) {
+        _focusedControl = focused;
+        setFocus(Qt::OtherFocusReason);
+    }
     thrown->hide();
     std::rotate(_stackViews.begin(), _stackViews.begin() + 1, _stackViews.end());
     return *thrown;
@@ -264,8 +267,8 @@ void ZNStackView::placeTopWidget() {
     const QSizeF size(top->width.value(), top->height.value());
     top->setGeometry(QRectF(center - QPointF(size.width(), size.height()) / 2, size).toRect());
     top->show();
-    if (_focusedControl >= 0 && top->controls() != nullptr)
-        top->controls()->focusControl(std::exchange(_focusedControl, -1));
+    const int control = std::exchange(_focusedControl, -1);
+    if (control >= 0 && hasFocus() && top->controls() != nullptr) top->controls()->focusControl(control);
 }
 
 void ZNStackView::resizeEvent(QResizeEvent*) {
