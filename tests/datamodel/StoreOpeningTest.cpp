@@ -107,6 +107,8 @@ TEST_F(StoreOpening, ReadsAFileOfANewerVersionAndLeavesItAlone) {
         newer.exec("ALTER TABLE reminders ADD COLUMN colour TEXT; PRAGMA user_version = 99");
     }
     markUnclean();
+    // Two programs at once: neither keeps the other waiting.
+    const auto second = open();
     auto device = open();
     EXPECT_EQ(device->count(), 3u);
     ASSERT_EQ(device->store->health().findings.size(), 1u);
@@ -236,14 +238,19 @@ TEST_F(StoreOpening, DoctorRepairsIndexesTwinsNamesAndLeftovers) {
 }
 
 TEST_F(StoreOpening, DoctorRebuildsOnlyWithTheStoreToItself) {
-    fill(2000);
-    overwrite(static_cast<std::streamoff>(fs::file_size(file) / 2 / 4096 * 4096), 4096);
     using State = DoctorFinding::State;
+    const auto damage = [&] { overwrite(static_cast<std::streamoff>(fs::file_size(file) / 2 / 4096 * 4096), 4096); };
+    fill(2000);
+    damage();
     {
         const auto other = open();
         EXPECT_THAT(examine(), testing::Contains(testing::Pair(State::Broken, HasSubstr("closed"))));
         EXPECT_THAT(filesLike("reminders.damaged-"), IsEmpty());
     }
+    // Nobody has checked it since, however cleanly the other one left.
+    EXPECT_THAT(examine(), testing::Contains(testing::Pair(State::Repaired, HasSubstr("reminders could be read"))));
+    EXPECT_THAT(examine(), testing::Each(testing::Key(State::Fine)));
+    damage();
     EXPECT_THAT(examine(), testing::Contains(testing::Pair(State::Repaired, HasSubstr("records could be read"))));
     EXPECT_THAT(examine(), testing::Each(testing::Key(State::Fine)));
 }

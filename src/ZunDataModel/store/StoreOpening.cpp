@@ -43,6 +43,7 @@ class Opening {
         } catch (...) {
             const StoreError error = currentStoreError();
             _connection.reset();
+            if (_opened.session) _opened.session->shareAgain();
             openWithoutWriting(error);
         }
         return std::move(_opened);

@@ -18,6 +18,7 @@ namespace {
 
 constexpr char writing = 'w';
 constexpr char sound = 's';
+constexpr char suspect = 'x';
 
 }  // namespace
 
@@ -25,7 +26,9 @@ StoreSession::StoreSession(const std::filesystem::path& file)
     : _descriptor(open(file.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR)) {
     if (_descriptor < 0) throw std::system_error(errno, std::generic_category(), "open");
     if (flock(_descriptor, LOCK_EX | LOCK_NB) == 0) {
-        _leftUncleanly = readMark() == writing;
+        _leftUncleanly = readMark() != sound;
+        // This one may not come to check it, and others may join and leave before anybody does.
+        if (_leftUncleanly) writeMark(suspect);
         return;
     }
     if (!lockFile(_descriptor, LOCK_SH, tuning::lockWait)) {
@@ -35,7 +38,7 @@ StoreSession::StoreSession(const std::filesystem::path& file)
 }
 
 StoreSession::~StoreSession() {
-    if (!_suspect && flock(_descriptor, LOCK_EX | LOCK_NB) == 0 && readMark() == writing) writeMark(sound);
+    if (readMark() == writing && flock(_descriptor, LOCK_EX | LOCK_NB) == 0 && readMark() == writing) writeMark(sound);
     close(_descriptor);
 }
 
@@ -51,7 +54,7 @@ void StoreSession::shareAgain() {
 }
 
 void StoreSession::markWriting() {
-    if (readMark() == writing) return;
+    if (readMark() != sound) return;
     writeMark(writing);
     if (fdatasync(_descriptor) != 0) throw std::system_error(errno, std::generic_category(), "fdatasync");
 }
@@ -61,8 +64,8 @@ void StoreSession::markSound() {
 }
 
 void StoreSession::markSuspect() {
-    _suspect = true;
-    writeMark(writing);
+    writeMark(suspect);
+    fdatasync(_descriptor);
 }
 
 char StoreSession::readMark() const {

@@ -1,10 +1,13 @@
 #pragma once
 
-// Who has the store open. A mark in the session's file tells a later opening that the last writer did not come to its
-// end, which is when the file is worth checking. Held from the opening of a store to its end; any thread, one at a
-// time.
+// Who has the store open, and a mark in the session's file by which a later opening knows whether to check the store:
+//
+//   sound    the last writer came to its end
+//   writing  somebody writes; found by one who is alone, it means that the writer did not come to its end
+//   suspect  the same, or something made no sense; stays until somebody has checked the file, whoever comes and goes
+//
+// Held from the opening of a store to its end; any thread, one at a time.
 
-#include <atomic>
 #include <filesystem>
 
 namespace zun {
@@ -14,12 +17,12 @@ class StoreSession {
     // Joins. Throws StoreFailure (Busy) if another process keeps it for itself for too long, std::system_error if the
     // file cannot be made.
     explicit StoreSession(const std::filesystem::path& file);
-    // The last one to leave takes the mark away.
+    // The last one to leave takes a writer's mark away.
     ~StoreSession();
     StoreSession(const StoreSession&) = delete;
     StoreSession& operator=(const StoreSession&) = delete;
 
-    // True if nobody had the store open and the last writer left without taking its mark away.
+    // True if nobody had the store open and the file has to be checked.
     [[nodiscard]] bool wasLeftUncleanly() const { return _leftUncleanly; }
     // True while no other process, and no other store of this one, has it open; keeps others out until shareAgain().
     [[nodiscard]] bool keepForMyself();
@@ -28,7 +31,7 @@ class StoreSession {
     void markWriting();
     // The file was looked at and is sound.
     void markSound();
-    // Something in the file made no sense: the mark stays, so that the next opening checks it. Any thread.
+    // Something in the file made no sense: the next opening that is alone checks it. Any thread.
     void markSuspect();
 
   private:
@@ -37,7 +40,6 @@ class StoreSession {
 
     int _descriptor;
     bool _leftUncleanly = false;
-    std::atomic<bool> _suspect = false;
 };
 
 }  // namespace zun
