@@ -21,6 +21,21 @@ using RecordSink = std::function<void(ReminderAttributes)>;
 // Unreadable stretches longer than this are not searched row by row; a search takes some microseconds a row.
 constexpr std::int64_t longestSearch = 2'000'000;
 
+// Only inside a catch block: passes on whatever does not come from the file's own contents. A full disk or a lack of
+// memory must not pass for rows that cannot be read.
+void requireDamage(const SQLite::Exception& exception) {
+    const int code =
+        exception.getExtendedErrorCode() >= 0 ? exception.getExtendedErrorCode() : exception.getErrorCode();
+    switch (code & 0xff) {
+        case SQLITE_ERROR:  // a table or a column that is missing
+        case SQLITE_FORMAT:
+        case SQLITE_TOOBIG:
+            return;
+        default:
+            if (!saysDamaged(code) && code != SQLITE_IOERR_READ) throw;
+    }
+}
+
 // Reads a table in three passes: upwards until it breaks, downwards until it breaks, and row by row in the gap between.
 class RowSalvage {
   public:
@@ -53,7 +68,8 @@ class RowSalvage {
                 reached = rows->integer(static_cast<int>(reminderAttributes().size()));
             }
             return true;
-        } catch (const SQLite::Exception&) {
+        } catch (const SQLite::Exception& exception) {
+            requireDamage(exception);
             return false;
         }
     }
@@ -63,8 +79,9 @@ class RowSalvage {
             const StatementUse row(_source.statement(selection("WHERE rowid = ?")));
             row->bind(1, rowid);
             if (row->step()) _sink(readRecord(*row));
-        } catch (const SQLite::Exception&) {
+        } catch (const SQLite::Exception& exception) {
             // This row is lost; the next one may lie on another page.
+            requireDamage(exception);
         }
     }
 
@@ -75,8 +92,9 @@ class RowSalvage {
             const StatementUse rows(_source.statement("SELECT rowid FROM reminders INDEXED BY reminders_by_id"));
             while (rows->step())
                 newest = std::max(newest, rows->integer(0));
-        } catch (const SQLite::Exception&) {
+        } catch (const SQLite::Exception& exception) {
             // Then up to where this index breaks.
+            requireDamage(exception);
         }
         return newest == 0 ? 0 : newest + 1;
     }
@@ -90,7 +108,8 @@ bool readRows(const std::filesystem::path& file, StoreConnection::Access access,
     try {
         StoreConnection source(file, access);
         return RowSalvage(source, sink).run();
-    } catch (const SQLite::Exception&) {
+    } catch (const SQLite::Exception& exception) {
+        requireDamage(exception);
         return false;
     }
 }
@@ -103,7 +122,8 @@ std::unordered_set<std::string> removedSince(const std::filesystem::path& file) 
         entries->bind(1, static_cast<std::int64_t>(ChangeKind::Removed));
         while (entries->step())
             removed.insert(entries->text(0));
-    } catch (const SQLite::Exception&) {
+    } catch (const SQLite::Exception& exception) {
+        requireDamage(exception);
         // What the log no longer tells counts as not removed: a record too many can be deleted again.
     }
     return removed;
