@@ -56,8 +56,9 @@ ReminderPtr namedReminder(const std::string& reminderID, const std::string& titl
     return reminder;
 }
 
-Device::Device(const std::filesystem::path& folder, const Environment& environment)
-    : store(std::make_unique<ZNDatabase>(folder, ZNDatabase::Collaborators{dispatch, notifications, environment})) {
+Device::Device(const std::filesystem::path& inFolder, const Environment& environment)
+    : folder(inFolder),
+      store(std::make_unique<ZNDatabase>(inFolder, ZNDatabase::Collaborators{dispatch, notifications, environment})) {
     store->setFailureHandler([this](const StoreError& error) { failures.push_back(error.code); });
     for (const auto& [name, word] : {std::pair{ZNReminderObjectAddedNotification, "Added"},
                                      {ZNReminderObjectUpdatedNotification, "Updated"},

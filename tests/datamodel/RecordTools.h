@@ -20,7 +20,7 @@ ReminderPtr namedReminder(const std::string& reminderID, const std::string& titl
 
 // A device: its own queues and notification centre over a store, which may share its folder with another device.
 struct Device {
-    Device(const std::filesystem::path& folder, const Environment& environment);
+    Device(const std::filesystem::path& inFolder, const Environment& environment);
     ~Device();
 
     void run() { store->waitForWrites(); }
@@ -34,6 +34,7 @@ struct Device {
     // "Added a", "Updated b", "DeDuped": what was posted since the last call.
     std::vector<std::string> takeNews();
 
+    std::filesystem::path folder;
     SimulatedDispatch dispatch{1};
     NSNotificationCenter notifications;
     std::vector<StoreErrorCode> failures;
