@@ -304,6 +304,13 @@ FetchResult ZNDatabase::fetchRemindersForPredicate(const std::optional<NSPredica
     });
 }
 
+ReminderPtr ZNDatabase::fetchFirstReminderForPredicate(const NSPredicate& predicate,
+                                                       const std::vector<NSSortDescriptor>& withSortDescriptors) const {
+    const auto found = _implementation->read(
+        [&](StoreConnection& connection) { return fetchRecords(connection, predicate, withSortDescriptors, 1); });
+    return found.empty() ? nullptr : found.front();
+}
+
 std::unordered_set<std::string> ZNDatabase::reminderIDsWithTitleContaining(std::string_view text) const {
     return _implementation->read([&](StoreConnection& connection) { return identifiersByTitle(connection, text); });
 }

@@ -80,6 +80,9 @@ class ZNDatabase {
     [[nodiscard]] FetchResult fetchRemindersForPredicate(const std::optional<NSPredicate>& predicate,
                                                          const std::vector<NSSortDescriptor>& withSortDescriptors,
                                                          ReturnAsReminderObject returnAsReminderObject) const;
+    // The one that the fetch above would give first; null if it would give none. Reads no other.
+    [[nodiscard]] ReminderPtr fetchFirstReminderForPredicate(
+        const NSPredicate& predicate, const std::vector<NSSortDescriptor>& withSortDescriptors) const;
     // Of all records whose title contains the text, blind to case, accents, width and kana. For search: does not read
     // the records.
     [[nodiscard]] std::unordered_set<std::string> reminderIDsWithTitleContaining(std::string_view text) const;

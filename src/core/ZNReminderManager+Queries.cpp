@@ -154,21 +154,12 @@ ZNReminderManager::Reminders ZNReminderManager::fetchAllIncompleteReminders() co
 }
 
 OptionalDate ZNReminderManager::nextFireDateAfter(NSDate date) const {
-    // The next one is mostly near. Looking into widening spans keeps a full store from being loaded for one date.
-    constexpr std::string_view format =
-        "locationLatitude = 0 AND locationLongitude = 0 AND fire_date > %@ AND fire_date <= %@ AND completed_date = "
-        "nil "
-        "AND (shouldDeleteRemote = %@ OR shouldDeleteRemote = nil)";
-    static const std::vector<NSSortDescriptor> soonestFirst = {{"fire_date", true}};
-    NSDate from = date;
-    for (const std::chrono::microseconds span : {1h, 24h, 30 * 24h, 365 * 24h}) {
-        const auto to = date > NSDate::max() - span ? NSDate::max() : date + span;
-        const auto found = fetch(format, {from, to, false}, soonestFirst);
-        if (!found.empty()) return found.front()->fire_date();
-        from = to;
-    }
-    const auto found = fetch(format, {from, NSDate::max(), false}, soonestFirst);
-    return found.empty() ? std::nullopt : found.front()->fire_date();
+    const auto soonest = _with.database.fetchFirstReminderForPredicate(
+        predicate("locationLatitude = 0 AND locationLongitude = 0 AND fire_date > %@ AND completed_date = nil "
+                  "AND (shouldDeleteRemote = %@ OR shouldDeleteRemote = nil)",
+                  {date, false}),
+        {{"fire_date", true}});
+    return soonest ? soonest->fire_date() : std::nullopt;
 }
 
 std::size_t ZNReminderManager::numberOfActiveReminders() const {

@@ -51,7 +51,7 @@ std::string& queryText(std::string_view beginning) {
 }  // namespace
 
 std::vector<ReminderPtr> fetchRecords(StoreConnection& connection, const std::optional<NSPredicate>& predicate,
-                                      const std::vector<NSSortDescriptor>& sort) {
+                                      const std::vector<NSSortDescriptor>& sort, std::optional<int> atMost) {
     requireKnown(predicate);
     static const std::string selection = "SELECT " + recordColumns() + " FROM reminders";
     std::string& sql = queryText(selection);
@@ -64,6 +64,7 @@ std::vector<ReminderPtr> fetchRecords(StoreConnection& connection, const std::op
     }
     // Equal keys come in a fixed order, so that a refetch does not shuffle them.
     if (!sort.empty()) sql += sort.back().ascending ? ", rowid ASC" : ", rowid DESC";
+    if (atMost) sql += " LIMIT " + std::to_string(*atMost);
 
     std::vector<ReminderPtr> reminders;
     const StatementUse query(connection.statement(sql));

@@ -16,7 +16,8 @@ namespace zun {
 
 [[nodiscard]] std::vector<ReminderPtr> fetchRecords(StoreConnection& connection,
                                                     const std::optional<NSPredicate>& predicate,
-                                                    const std::vector<NSSortDescriptor>& sort);
+                                                    const std::vector<NSSortDescriptor>& sort,
+                                                    std::optional<int> atMost = {});
 [[nodiscard]] std::size_t countRecords(StoreConnection& connection, const std::optional<NSPredicate>& predicate);
 // Null if there is none.
 [[nodiscard]] ReminderPtr fetchRecord(StoreConnection& connection, std::string_view reminderID);
