@@ -38,16 +38,16 @@ function(zun_library name)
     target_link_libraries(${name} PUBLIC ${ARG_LINKS})
 endfunction()
 
-# zun_test(<name> [QT] SOURCES ... LINKS ...): one test program, run by ctest. Tests write only below their own build folder.
-# QT labels one that runs Qt, which ThreadSanitizer cannot judge.
+# zun_test(<name> SOURCES ... LINKS ...): one test program, run by ctest. Tests write only below their own build folder.
+# UNDER names the program that runs it, with that program's arguments. Tests that link Qt get the label "qt".
 function(zun_test name)
-    cmake_parse_arguments(ARG "QT" "" "SOURCES;LINKS;ENVIRONMENT" ${ARGN})
+    cmake_parse_arguments(ARG "" "" "SOURCES;LINKS;ENVIRONMENT;UNDER" ${ARGN})
     add_executable(${name} ${ARG_SOURCES})
     target_include_directories(${name} PRIVATE ${CMAKE_SOURCE_DIR}/tests)
     target_link_libraries(${name} PRIVATE ${ARG_LINKS} GTest::gmock GTest::gtest_main)
-    add_test(NAME ${name} COMMAND ${name})
+    add_test(NAME ${name} COMMAND ${ARG_UNDER} $<TARGET_FILE:${name}>)
     set_tests_properties(${name} PROPERTIES TIMEOUT 300 ENVIRONMENT "QT_QPA_PLATFORM=offscreen;${ARG_ENVIRONMENT}")
-    if(ARG_QT)
+    if("${ARG_LINKS}" MATCHES "Qt6::")
         set_tests_properties(${name} PROPERTIES LABELS qt)
     endif()
 endfunction()
