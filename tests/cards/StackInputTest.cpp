@@ -192,6 +192,30 @@ TEST_F(StackInput, SpeaksOnlyForTheTopCard) {
     EXPECT_THAT(log, ElementsAre("completed A"));
 }
 
+TEST_F(StackInput, LeadsTheTabKeyOnceThroughTheTopCard) {
+    dealRichCard();
+    QApplication::setActiveWindow(&window);
+    const CardControls& all = controls();
+    const std::vector<const QWidget*> expected{
+        &all.editButton(),         all.linkButtons().front(),      &all.sharingButton(),
+        &all.checklistButton(),    &all.footer().completeButton(), &all.footer().snoozeButton(),
+        &all.footer().skipButton()};
+    std::vector<const QWidget*> visited;
+    for (std::size_t i = 0; i < expected.size(); ++i) {
+        const QImage before = screen();
+        QTest::keyClick(&window, Qt::Key_Tab);
+        visited.push_back(QApplication::focusWidget());
+        ASSERT_NE(visited.back(), nullptr);
+        EXPECT_FALSE(visited.back()->accessibleName().isEmpty());
+        EXPECT_NE(screen(), before) << "the focus is seen on " << visited.back()->accessibleName().toStdString();
+    }
+    EXPECT_EQ(visited, expected);
+    QTest::keyClick(&window, Qt::Key_Tab);
+    EXPECT_EQ(QApplication::focusWidget(), expected.front()) << "cards below are not on the way";
+    QTest::keyClick(QApplication::focusWidget(), Qt::Key_Return);
+    EXPECT_THAT(log, ElementsAre("edit"));
+}
+
 TEST_F(StackInput, KeepsTheKeyboardOnTheSameButtonOfTheNextCard) {
     deal({"A", "B", "C"});
     window.activateWindow();
