@@ -53,8 +53,6 @@ class ZNDatabase::Implementation {
           _queue(collaborators.dispatch.makeSerialQueue("com.zunlabs.store", QualityOfService::UserInitiated)),
           _lastChange(_opened.newestChange) {
         if (_opened.connection) _readers.giveBack(std::move(_opened.connection));
-        for (const StoreError& finding : _opened.health.findings)
-            NSLog(finding.message);
     }
 
     ~Implementation() {
@@ -160,8 +158,11 @@ class ZNDatabase::Implementation {
             const std::lock_guard lock(_handlerMutex);
             handler = _failureHandler;
         }
-        NSLog(error.message);
-        if (handler) handler(error);
+        // Told once: whoever asks for failures tells them in a way of its own.
+        if (handler)
+            handler(error);
+        else
+            NSLog(error.message);
     }
 
     // One delayed block at a time: while writes keep coming it only puts itself off.

@@ -91,7 +91,7 @@ class ZNDatabase {
     // Deletes everything, after a dated backup.
     void clearRemindersFromStore(std::function<void()> completion = {});
 
-    // Runs on the store's queue for each write that failed.
+    // Runs on the store's queue for each write that failed; without a handler a line goes to the log.
     void setFailureHandler(std::function<void(const StoreError&)> handler);
     // What was found on opening.
     [[nodiscard]] const StoreHealth& health() const;

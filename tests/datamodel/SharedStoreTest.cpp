@@ -1,11 +1,13 @@
 #include <fcntl.h>
 #include <gmock/gmock.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <condition_variable>
 #include <mutex>
 
 #include "ZunDataModel/store/ChangeWatcher.h"
+#include "ZunDataModel/store/StoreDoctor.h"
 #include "ZunDataModel/store/StoreFailure.h"
 #include "ZunDataModel/store/StoreLock.h"
 #include "datamodel/RecordTools.h"
@@ -109,6 +111,34 @@ TEST_F(SharedStore, RingsForEachCommit) {
     close(reading);
     close(log);
     rung.wait(lock, [&] { return rings > before; });
+}
+
+TEST(SharedStoreOfProcesses, KeepsEveryRecordOfTwoWriters) {
+    constexpr int each = 40;
+    const TemporaryFolder folder;
+    const TestEnvironment environment{"2026-02-01T09:00:00Z"};
+    std::vector<pid_t> writers;
+    for (const std::string name : {"one ", "other "}) {
+        writers.push_back(fork());
+        if (writers.back() != 0) continue;
+        // Both make the store's file, too.
+        Device device(folder.path(), environment);
+        int saved = 0;
+        for (int i = 0; i < each; ++i)
+            device.store->addReminder(namedReminder(name + std::to_string(i)), [&](const auto&) { ++saved; });
+        device.run();
+        device.dispatch.advance(std::chrono::minutes{1});
+        _exit(saved == each && device.failures.empty() ? 0 : 1);
+    }
+    for (const pid_t writer : writers) {
+        int status = -1;
+        waitpid(writer, &status, 0);
+        EXPECT_EQ(status, 0);
+    }
+    const Device reader(folder.path(), environment);
+    EXPECT_EQ(reader.count(), 2u * each);
+    for (const auto& finding : StoreDoctor(folder.path(), environment).examine())
+        EXPECT_EQ(finding.state, DoctorFinding::State::Fine) << finding.text;
 }
 
 TEST_F(SharedStore, LetsOnlyOneWriteAtATimeAndWaitsNoLongerThanItMay) {

@@ -59,6 +59,8 @@ void expectWhole(Device& device, int from, int to) {
     }
 }
 
+void prepareNothing(const fs::path&, const Environment&) {}
+
 // Three saves, one after the other.
 void save(Device& device, Promises& promises) {
     for (int i = 0; i < 3; ++i) {
@@ -66,11 +68,16 @@ void save(Device& device, Promises& promises) {
         device.run();
     }
 }
-void verifySaves(Device& device, const Promises& promises) {
-    expectWhole(device, 0, storedBefore);
+void verifyFirstSaves(Device& device, const Promises& promises) {
+    EXPECT_TRUE(device.store->health().findings.empty()) << device.store->health().findings.front().message;
     for (int i = storedBefore; i < storedBefore + 3; ++i)
         if (promises.saved[i - storedBefore] || device.stored("record " + std::to_string(i)))
             expectWhole(device, i, i + 1);
+}
+
+void verifySaves(Device& device, const Promises& promises) {
+    expectWhole(device, 0, storedBefore);
+    verifyFirstSaves(device, promises);
 }
 
 // One commit, part of which replaces stored ones, written back into the file afterwards.
@@ -144,20 +151,26 @@ void verifyCleared(Device& device, const Promises& promises) {
     EXPECT_EQ(SQLite::Database(backup).execAndGet("SELECT count(*) FROM reminders").getInt(), storedBefore);
 }
 
-// A stretch of the table is overwritten: opening salvages the rest.
+// Part of the records stand in the log only, and a page of the file that the log does not replace is overwritten.
 void prepareDamage(const fs::path& folder, const Environment& environment) {
     prepareStore(folder, environment);
+    {
+        Device device(folder, environment);
+        for (int i = storedBefore; i < storedBefore + 3; ++i)
+            device.add(record(i));
+    }
+    ASSERT_GT(fs::file_size(folder / "reminders.sqlite-wal"), 0u);
     std::fstream file(folder / "reminders.sqlite", std::ios::in | std::ios::out | std::ios::binary);
     SQLite::Database database(folder / "reminders.sqlite");
     const auto page =
-        database.execAndGet("SELECT max(rootpage) FROM sqlite_schema WHERE name = 'reminders_by_id'").getInt();
+        database.execAndGet("SELECT max(rootpage) FROM sqlite_schema WHERE name = 'reminders_completed'").getInt();
     file.seekp((page - 1) * 4096);
     file << std::string(4096, '\xA5');
     std::ofstream(folder / "reminders.session") << 'w';
 }
 void verifyRebuilt(Device& device, const Promises&) {
-    EXPECT_EQ(device.count(), static_cast<std::size_t>(storedBefore));
-    expectWhole(device, 0, storedBefore);
+    EXPECT_EQ(device.count(), static_cast<std::size_t>(storedBefore + 3));
+    expectWhole(device, 0, storedBefore + 3);
     const auto kept =
         std::ranges::count_if(fs::directory_iterator(device.folder), [](const fs::directory_entry& entry) {
             const auto name = entry.path().filename().string();
@@ -169,6 +182,7 @@ void verifyRebuilt(Device& device, const Promises&) {
 void onlyOpen(Device&, Promises&) {}
 
 const Scenario scenarios[] = {
+    {"first saves", 3, prepareNothing, save, verifyFirstSaves},
     {"save", 3, prepareStore, save, verifySaves},
     {"import", 1, prepareStore, import, verifyImport},
     {"undo of a completion", 2, prepareStore, undoCompletion, verifyUndoneCompletion},

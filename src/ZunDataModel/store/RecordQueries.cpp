@@ -91,6 +91,11 @@ ReminderPtr fetchRecord(StoreConnection& connection, std::string_view reminderID
     return query->step() ? std::make_shared<ZNReminderObject>(readRecord(*query)) : nullptr;
 }
 
+void requireColumns(StoreConnection& connection) {
+    static const std::string selection = "SELECT " + recordColumns() + ", title_folded FROM reminders";
+    static_cast<void>(connection.statement(selection));
+}
+
 std::unordered_set<std::string> identifiersByTitle(StoreConnection& connection, std::string_view containing) {
     const std::string folded = foldedForSearch(containing);
     std::unordered_set<std::string> identifiers;

@@ -21,6 +21,8 @@ namespace zun {
 [[nodiscard]] std::size_t countRecords(StoreConnection& connection, const std::optional<NSPredicate>& predicate);
 // Null if there is none.
 [[nodiscard]] ReminderPtr fetchRecord(StoreConnection& connection, std::string_view reminderID);
+// Throws if the schema does not name all columns of a record. SQLite's check of a file does not read names.
+void requireColumns(StoreConnection& connection);
 [[nodiscard]] std::unordered_set<std::string> identifiersByTitle(StoreConnection& connection,
                                                                  std::string_view containing);
 

@@ -46,7 +46,13 @@ StoreConnection::StoreConnection(const std::filesystem::path& file, Access acces
     sqlite3_db_config(handle(), SQLITE_DBCONFIG_DEFENSIVE, 1, nullptr);
     sqlite3_extended_result_codes(handle(), 1);
     sqlite3_wal_autocheckpoint(handle(), 0);
-    execute(access == Access::Write ? "PRAGMA synchronous = FULL" : "PRAGMA query_only = ON");
+    if (access == Access::Write) {
+        // Counts for a new file only.
+        execute(("PRAGMA page_size = " + std::to_string(tuning::pageSize)).c_str());
+        execute("PRAGMA synchronous = FULL");
+    } else {
+        execute("PRAGMA query_only = ON");
+    }
 }
 
 PreparedStatement& StoreConnection::statement(std::string_view sql) {

@@ -102,8 +102,7 @@ void removeDatabase(const fs::path& file) {
 }
 
 void renameDatabaseDurably(const fs::path& from, const fs::path& to) {
-    // The log goes first: a file whose log still lies under the old name would be read without its last changes.
-    for (const std::string_view suffix : {"-wal", "-shm", ""}) {
+    for (const std::string_view suffix : databaseSuffixes) {
         const fs::path source = withSuffix(from, suffix);
         if (std::rename(source.c_str(), withSuffix(to, suffix).c_str()) != 0 && errno != ENOENT) throwErrno("rename");
     }

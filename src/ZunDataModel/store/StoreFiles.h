@@ -42,6 +42,7 @@ void syncFolder(const std::filesystem::path& folder);
 void renameDurably(const std::filesystem::path& from, const std::filesystem::path& to);
 // The file with its -wal and -shm; those that are not there are passed over.
 void removeDatabase(const std::filesystem::path& file);
+// The file goes before its log.
 void renameDatabaseDurably(const std::filesystem::path& from, const std::filesystem::path& to);
 
 }  // namespace zun

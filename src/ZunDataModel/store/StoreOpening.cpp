@@ -7,6 +7,7 @@
 #include "ZunDataModel/store/RecordQueries.h"
 #include "ZunDataModel/store/StoreBackup.h"
 #include "ZunDataModel/store/StoreFailure.h"
+#include "ZunDataModel/store/StoreHeader.h"
 #include "ZunDataModel/store/StoreRecovery.h"
 #include "ZunDataModel/store/StoreSchema.h"
 #include "ZunDataModel/store/StoreTuning.h"
@@ -54,6 +55,9 @@ class Opening {
     FileState look(Access access = Access::Read) {
         _connection.reset();
         if (isMissing(_files)) return FileState::Missing;
+        // An unfinished change to the header is undone by SQLite on opening.
+        if (!fs::exists(withSuffix(_files.database, "-journal")) && !hasSoundHeader(_files.database))
+            return FileState::Damaged;
         try {
             _connection = std::make_unique<StoreConnection>(_files.database, access);
             const auto version = _connection->integer("PRAGMA user_version");
@@ -66,6 +70,7 @@ class Opening {
             if (application == storeApplicationId && version > currentStoreVersion()) return FileState::NewerVersion;
             if (application == storeApplicationId && version == currentStoreVersion()) {
                 _opened.newestChange = newestChange(*_connection);
+                requireColumns(*_connection);
                 return FileState::Current;
             }
             if (application == storeApplicationId && version > 0) return FileState::NeedsMigration;
@@ -82,7 +87,7 @@ class Opening {
         StoreLock lock(_files.lock);
         const StoreLock::Held held = lock.acquire(tuning::lockWait);
         FileState state = look();
-        if (state == FileState::Missing && finishRebuilding(_files)) state = look();
+        if (finishRebuilding(_files, _environment.now())) state = look();
         const bool mustCheck = _opened.session->wasLeftUncleanly() && _connection;
         if (state == FileState::Missing)
             create();

@@ -9,6 +9,7 @@
 
 #include "ZunDataModel/store/ChangeLog.h"
 #include "ZunDataModel/store/StoreBackup.h"
+#include "ZunDataModel/store/StoreHeader.h"
 #include "ZunDataModel/store/StoreSchema.h"
 #include "ZunDataModel/store/StoreWriter.h"
 
@@ -129,6 +130,28 @@ std::unordered_set<std::string> removedSince(const std::filesystem::path& file) 
     return removed;
 }
 
+// Its tables must not be taken for records.
+bool isOfAnotherProgram(const std::filesystem::path& file) {
+    try {
+        StoreConnection source(file, StoreConnection::Access::Read);
+        return hasSoundHeader(file) && source.integer("PRAGMA application_id") != storeApplicationId;
+    } catch (const SQLite::Exception& exception) {
+        requireDamage(exception);
+        return false;
+    }
+}
+
+// The newest damaged file that was put aside, if it has no log beside it.
+std::optional<std::filesystem::path> unpairedSetAside(const StoreFiles& files) {
+    std::optional<std::filesystem::path> newest;
+    for (const auto& entry : std::filesystem::directory_iterator(files.folder)) {
+        const auto name = entry.path().filename().string();
+        if (!name.starts_with("reminders.damaged-") || !name.ends_with(".sqlite")) continue;
+        if (!newest || newest->stem() < entry.path().stem()) newest = entry.path();
+    }
+    return newest && !std::filesystem::exists(withSuffix(*newest, "-wal")) ? newest : std::nullopt;
+}
+
 class Rebuilding {
   public:
     Rebuilding(const StoreFiles& files, const std::filesystem::path& target)
@@ -139,24 +162,46 @@ class Rebuilding {
     Salvage fill() {
         SQLite::Transaction transaction(_target.database());
         Salvage salvage;
-        salvage.complete = readRows(_files.database, StoreConnection::Access::Read, [&](ReminderAttributes record) {
-            if (keep(std::move(record))) ++salvage.records;
-        });
-        const auto backups = salvage.complete ? std::vector<std::filesystem::path>{} : listBackups(_files);
-        if (!backups.empty()) {
-            for (const std::string& reminderID : removedSince(_files.database))
-                _known.insert(reminderID);
-            const auto addMissing = [&](ReminderAttributes record) {
-                if (!record.reminderID || _known.contains(*record.reminderID)) return;
-                if (keep(std::move(record))) ++salvage.fromBackup;
-            };
-            readRows(backups.front(), StoreConnection::Access::Frozen, addMissing);
-        }
+        // SQLite throws the log away that lies beside an empty file.
+        std::error_code none;
+        if (std::filesystem::file_size(_files.database, none) > 0 && !none)
+            salvage.complete = readRows(_files.database, StoreConnection::Access::Read, [&](ReminderAttributes record) {
+                if (keep(std::move(record))) ++salvage.records;
+            });
+        if (!salvage.complete) salvage.complete = readBehindNewFirstPage(salvage);
+        if (!salvage.complete) addFromBackup(salvage);
         transaction.commit();
         return salvage;
     }
 
   private:
+    // Where the first page is damaged SQLite finds none of the others.
+    bool readBehindNewFirstPage(Salvage& salvage) {
+        if (isOfAnotherProgram(_files.database)) return false;
+        const auto copy = withSuffix(_files.folder / "reminders.copy.sqlite", unfinishedSuffix);
+        removeDatabase(copy);
+        copyWithNewFirstPage(_files.database, copy);
+        const bool complete = readRows(copy, StoreConnection::Access::Read, [&](ReminderAttributes record) {
+            if (keepIfMissing(std::move(record))) ++salvage.records;
+        });
+        _removed = removedSince(copy);
+        removeDatabase(copy);
+        return complete;
+    }
+
+    void addFromBackup(Salvage& salvage) {
+        const auto backups = listBackups(_files);
+        if (backups.empty()) return;
+        readRows(backups.front(), StoreConnection::Access::Frozen, [&](ReminderAttributes record) {
+            if (record.reminderID && _removed.contains(*record.reminderID)) return;
+            if (keepIfMissing(std::move(record))) ++salvage.fromBackup;
+        });
+    }
+
+    bool keepIfMissing(ReminderAttributes record) {
+        return record.reminderID && !_known.contains(*record.reminderID) && keep(std::move(record));
+    }
+
     bool keep(ReminderAttributes record) {
         // The text of a torn row can be anything.
         makeStorable(record);
@@ -177,6 +222,7 @@ class Rebuilding {
     StoreConnection _target;
     std::atomic<std::int64_t> _writer = 0;
     std::unordered_set<std::string> _known;
+    std::unordered_set<std::string> _removed;
 };
 
 }  // namespace
@@ -194,8 +240,13 @@ Salvage rebuildStore(const StoreFiles& files, NSDate now) {
     return salvage;
 }
 
-bool finishRebuilding(const StoreFiles& files) {
+bool finishRebuilding(const StoreFiles& files, NSDate now) {
     if (std::filesystem::exists(files.database) || !std::filesystem::exists(files.salvaged)) return false;
+    // The new file must not be read through the old one's log.
+    const auto aside = unpairedSetAside(files).value_or(files.setAside(now));
+    for (const std::string_view suffix : {"-wal", "-shm"})
+        if (std::filesystem::exists(withSuffix(files.database, suffix)))
+            renameDurably(withSuffix(files.database, suffix), withSuffix(aside, suffix));
     renameDurably(files.salvaged, files.database);
     return true;
 }

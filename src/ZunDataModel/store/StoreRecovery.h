@@ -24,6 +24,6 @@ struct Salvage {
 [[nodiscard]] Salvage rebuildStore(const StoreFiles& files, NSDate now);
 
 // Finishes a rebuilding that was cut off after the damaged file had been put aside. True if there was one.
-[[nodiscard]] bool finishRebuilding(const StoreFiles& files);
+[[nodiscard]] bool finishRebuilding(const StoreFiles& files, NSDate now);
 
 }  // namespace zun

@@ -14,6 +14,8 @@ inline constexpr std::chrono::milliseconds lockWait{5'000};
 // The pause between two tries for the lock: grows the worst wait after it became free, and the waiting costs less.
 inline constexpr std::chrono::milliseconds lockRetry{2};
 
+// Bytes of one page of the file: SQLite's own choice, fixed so that a damaged header can be told from a sound one.
+inline constexpr std::size_t pageSize = 4'096;
 // Pages in the write-ahead log at which it is written back: about 4 MB. More makes commits cheaper and reading slower.
 inline constexpr int checkpointPages = 1'000;
 // A store that ends with more than this many pages in its log writes them back: the next program would have to read

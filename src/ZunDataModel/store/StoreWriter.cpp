@@ -48,7 +48,8 @@ StoreConnection& StoreWriter::connection() {
     // A program that was killed after writing the log back could not say so, and the log would grow on.
     std::error_code none;
     const auto logSize = std::filesystem::file_size(_files.writeAheadLog(), none);
-    if (!none && logSize > std::uintmax_t{tuning::checkpointPages} * 4096) checkpointHoldingLock(Log::Empty);
+    if (!none && logSize > std::uintmax_t{tuning::checkpointPages} * tuning::pageSize)
+        checkpointHoldingLock(Log::Empty);
     return *_connection;
 }
 
