@@ -9,6 +9,7 @@
 #include "ZunDataModel/store/ChangeWatcher.h"
 #include "ZunDataModel/store/ForeignChangeNews.h"
 #include "ZunDataModel/store/RecordQueries.h"
+#include "ZunDataModel/store/StoreFailure.h"
 #include "ZunDataModel/store/StoreOpening.h"
 #include "ZunDataModel/store/StoreReaders.h"
 #include "ZunDataModel/store/StoreTuning.h"
@@ -84,19 +85,22 @@ class ZNDatabase::Implementation {
         _collaborators.notifications.postNotificationName(name, reminder ? std::any(reminder) : std::any());
     }
 
-    // What `query` gives, or nothing and a line in the log.
+    // What `query` gives, or nothing.
     template <typename Query>
-    auto read(Query query) const -> decltype(query(std::declval<StoreConnection&>())) {
+    auto read(Query query) -> decltype(query(std::declval<StoreConnection&>())) {
         if (!_opened.health.canRead) return {};
         try {
             auto connection = _readers.lend();
             return query(*connection);
+        } catch (const StoreFailure& failure) {
+            NSLog(failure.what());
         } catch (...) {
             const StoreError error = currentStoreError();
             if (error.code == StoreErrorCode::Damaged && _opened.session) _opened.session->markSuspect();
-            NSLog(error.message);
-            return {};
+            // The same query comes again and again.
+            if (!_readFailureTold.exchange(true)) submit([this, error] { fail(error); });
         }
+        return {};
     }
 
     void setFailureHandler(std::function<void(const StoreError&)> handler) {
@@ -181,11 +185,12 @@ class ZNDatabase::Implementation {
     Collaborators _collaborators;
     StoreFiles _files;
     OpenedStore _opened;
-    mutable StoreReaders _readers;
+    StoreReaders _readers;
     StoreWriter _writer;  // the queue's
     DispatchQueuePtr _queue;
     std::atomic<std::uint64_t> _submitted = 0;
     std::atomic<std::uint64_t> _finished = 0;
+    std::atomic<bool> _readFailureTold = false;
     std::shared_ptr<int> _open = std::make_shared<int>();   // the queue's; ends with its last block
     std::shared_ptr<int> _guard = std::make_shared<int>();  // ends with the store
     bool _idleCheckWaiting = false;                         // the queue's
@@ -305,11 +310,9 @@ FetchResult ZNDatabase::fetchRemindersForPredicate(const std::optional<NSPredica
     });
 }
 
-ReminderPtr ZNDatabase::fetchFirstReminderForPredicate(const NSPredicate& predicate,
-                                                       const std::vector<NSSortDescriptor>& withSortDescriptors) const {
-    const auto found = _implementation->read(
-        [&](StoreConnection& connection) { return fetchRecords(connection, predicate, withSortDescriptors, 1); });
-    return found.empty() ? nullptr : found.front();
+OptionalDate ZNDatabase::earliestDateForPredicate(const NSPredicate& predicate, std::string_view withAttribute) const {
+    return _implementation->read(
+        [&](StoreConnection& connection) { return earliestDate(connection, predicate, withAttribute); });
 }
 
 std::unordered_set<std::string> ZNDatabase::reminderIDsWithTitleContaining(std::string_view text) const {

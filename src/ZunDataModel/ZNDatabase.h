@@ -80,9 +80,9 @@ class ZNDatabase {
     [[nodiscard]] FetchResult fetchRemindersForPredicate(const std::optional<NSPredicate>& predicate,
                                                          const std::vector<NSSortDescriptor>& withSortDescriptors,
                                                          ReturnAsReminderObject returnAsReminderObject) const;
-    // The one that the fetch above would give first; null if it would give none. Reads no other.
-    [[nodiscard]] ReminderPtr fetchFirstReminderForPredicate(
-        const NSPredicate& predicate, const std::vector<NSSortDescriptor>& withSortDescriptors) const;
+    // The least value of a date attribute among the records that the fetch above would give. Reads no record.
+    [[nodiscard]] OptionalDate earliestDateForPredicate(const NSPredicate& predicate,
+                                                        std::string_view withAttribute) const;
     // Of all records whose title contains the text, blind to case, accents, width and kana. For search: does not read
     // the records.
     [[nodiscard]] std::unordered_set<std::string> reminderIDsWithTitleContaining(std::string_view text) const;
@@ -91,7 +91,8 @@ class ZNDatabase {
     // Deletes everything, after a dated backup.
     void clearRemindersFromStore(std::function<void()> completion = {});
 
-    // Runs on the store's queue for each write that failed; without a handler a line goes to the log.
+    // Runs on the store's queue for each write that failed and for the first fetch that the file failed; without a
+    // handler a line goes to the log.
     void setFailureHandler(std::function<void(const StoreError&)> handler);
     // What was found on opening.
     [[nodiscard]] const StoreHealth& health() const;

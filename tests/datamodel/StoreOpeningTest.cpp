@@ -160,6 +160,21 @@ TEST_F(StoreOpening, SalvagesTheRowsAroundADamagedStretch) {
     EXPECT_EQ(device->stored("record 1999")->title(), std::string(300, 'x'));
 }
 
+TEST_F(StoreOpening, TellsOfDamageThatOnlyAFetchMeetsAndRepairsItNextTime) {
+    fill(2000);
+    overwrite(static_cast<std::streamoff>(fs::file_size(file) / 2 / 4096 * 4096), 40'960);
+    {
+        auto device = open();
+        for (int i = 0; i < 3; ++i)
+            EXPECT_THAT(device->fetch("title != nil"), IsEmpty());
+        device->run();
+        EXPECT_THAT(device->failures, ElementsAre(StoreErrorCode::Damaged));
+    }
+    auto device = open();
+    EXPECT_GT(device->fetch("title != nil").size(), 1700u);
+    EXPECT_THAT(device->failures, IsEmpty());
+}
+
 TEST_F(StoreOpening, TakesLostRecordsFromTheNewestBackupButNotThoseRemovedSince) {
     fill(2000);
     {
