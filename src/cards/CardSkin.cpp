@@ -112,14 +112,14 @@ QBrush groundOf(const QRectF& card, double footerHeight) {
 
 }  // namespace
 
-void CardSkin::prepare(double footerHeight, double scale) {
-    if (footerHeight == _footerHeight && scale == _scale) return;
+void CardSkin::prepare(double height, double footerHeight, double scale) {
+    if (height == _height && footerHeight == _footerHeight && scale == _scale) return;
+    _height = height;
     _footerHeight = footerHeight;
     _scale = scale;
     // Large enough for the shadow to be straight where it is stretched.
     const double side = 2 * (reach + corner) + 2;
-    const double below = fixedBelow(footerHeight);
-    const QRectF card(reach, reach, side, 2 * reach + below);
+    const QRectF card(reach, reach, side, height);
     const QSize pixels = (QSizeF(card.width() + 2 * reach, card.height() + 2 * reach) * scale).toSize();
     QImage image(pixels, QImage::Format_ARGB32_Premultiplied);
     image.setDevicePixelRatio(scale);
@@ -135,11 +135,11 @@ void CardSkin::prepare(double footerHeight, double scale) {
 }
 
 void CardSkin::paint(QPainter& painter, const QRectF& card, double footerHeight, const QPixmap& picture, double scale) {
-    prepare(footerHeight, scale);
     const double left = snapped(card.left(), scale);
     const double top = snapped(card.top(), scale);
     const double right = snapped(card.right(), scale);
-    const double bottom = snapped(card.bottom(), scale);
+    const double bottom = top + snapped(card.height(), scale);
+    prepare(bottom - top, footerHeight, scale);
     const double edge = reach + corner;
     const double below = fixedBelow(footerHeight) + reach;
     const QSizeF pieces = _pieces.deviceIndependentSize();
@@ -148,18 +148,12 @@ void CardSkin::paint(QPainter& painter, const QRectF& card, double footerHeight,
                            QRectF(source.topLeft() * scale, QSizeF(source.width() * scale, source.height() * scale)));
     };
 
-    const double upperEnd = top + corner;
     const double lowerStart = bottom + reach - below;
     const double stretch = 1 / scale;  // one device pixel from the middle
-    const double middleY = edge + reach / 2.0;
     const double middleX = pieces.width() / 2;
-    for (const bool isRight : {false, true}) {
-        const double x = isRight ? right - corner : left - reach;
-        const double sourceX = isRight ? pieces.width() - edge : 0;
-        piece({x, top - reach, edge, edge}, {sourceX, 0, edge, edge});
-        piece({x, upperEnd, edge, lowerStart - upperEnd}, {sourceX, middleY, edge, stretch});
-        piece({x, lowerStart, edge, below}, {sourceX, pieces.height() - below, edge, below});
-    }
+    // The sides are as high as the card, for pictures that are not stretched cost far less.
+    piece({left - reach, top - reach, edge, pieces.height()}, {0, 0, edge, pieces.height()});
+    piece({right - corner, top - reach, edge, pieces.height()}, {pieces.width() - edge, 0, edge, pieces.height()});
     const double innerLeft = left + corner;
     const double innerWidth = right - corner - innerLeft;
     piece({innerLeft, top - reach, innerWidth, reach}, {middleX, 0, stretch, reach});

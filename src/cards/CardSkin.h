@@ -1,8 +1,8 @@
 #pragma once
 
 // The panel under a card's content: white with rounded corners, footer colour at the bottom, and its shadow. Drawn once
-// per footer height and scale into a small picture whose middle stretches, so that a card of any width costs only its
-// own pixels.
+// per height and scale into a narrow picture whose middle stretches, so that a card of any width costs only its own
+// pixels.
 
 #include <QPixmap>
 #include <QRectF>
@@ -26,9 +26,10 @@ class CardSkin {
     [[nodiscard]] QPixmap whole(QSizeF card, double footerHeight, const QPixmap& picture, double scale);
 
   private:
-    void prepare(double footerHeight, double scale);
+    void prepare(double height, double footerHeight, double scale);
 
     QPixmap _pieces;
+    double _height = -1;
     double _footerHeight = -1;
     double _scale = 0;
 };

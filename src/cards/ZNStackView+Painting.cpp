@@ -19,6 +19,9 @@ namespace {
 
 // Less is not seen, and straight cards are far cheaper.
 constexpr double smallestTilt = 0.05;
+// Fills of 96 lines and more are handed to Qt's pool of threads and waited for, on a busy machine for far longer than
+// they take. This many device lines at a time stay on the main thread.
+constexpr double fewLines = 90;
 // Away from its place by more than this, a card's controls no longer lie over their faces.
 constexpr double controlsTolerance = 1;
 
@@ -28,6 +31,15 @@ QTransform leaning(const QRectF& card, double tilt) {
     transform.rotate(tilt);
     transform.translate(-card.center().x(), -card.center().y());
     return transform;
+}
+
+// The height of bands that begin on device pixels and have few lines each; 0 if there is none.
+int bandHeight(double scale) {
+    for (int height = static_cast<int>(fewLines / scale); height > 0; --height) {
+        const double lines = height * scale;
+        if (std::abs(lines - std::round(lines)) < 1e-6) return height;
+    }
+    return 0;
 }
 
 }  // namespace
@@ -52,14 +64,16 @@ QRect ZNStackView::touched(const Painted& painted) {
 }
 
 void ZNStackView::repaintMoved() {
+    QRect dirty;
     for (const ZNStackViewItem* item : _stackViews) {
         const Painted now = appearance(*item);
         Painted& before = _painted[item];
         if (now == before) continue;
-        update(touched(before));
-        update(touched(now));
+        dirty |= touched(before) | touched(now);
         before = now;
     }
+    // One rectangle, though it is a little larger: in a region of several, pictures are painted line by line.
+    if (!dirty.isEmpty()) update(dirty);
     const ZNStackViewItem* top = topItem();
     if (top == nullptr || top->controls() == nullptr) return;
     const QPointF away = shownRect(*top).center() - QRectF(top->geometry()).center();
@@ -79,13 +93,19 @@ std::vector<ZNStackViewItem*> ZNStackView::itemsBackToFront() const {
 
 void ZNStackView::paintEvent(QPaintEvent* event) {
     QPainter painter(this);
+    // One rectangle after the other: through a clip of several, pictures are painted line by line.
+    for (const QRect& rect : event->region())
+        paintCards(painter, rect);
+}
+
+void ZNStackView::paintCards(QPainter& painter, const QRect& rect) {
     const double scale = devicePixelRatioF();
     const auto items = itemsBackToFront();
     for (std::size_t i = 0; i < items.size(); ++i) {
         const Painted painted = appearance(*items[i]);
         if (painted.alpha <= 0) continue;
         // Straight opaque cards above hide what lies under them, but for their corners.
-        QRegion visible = event->region() & touched(painted);
+        QRegion visible = rect & touched(painted);
         for (std::size_t above = i + 1; above < items.size(); ++above) {
             const Painted cover = appearance(*items[above]);
             if (cover.alpha < 1 || cover.tilt != 0) continue;
@@ -112,14 +132,31 @@ void ZNStackView::paintItem(QPainter& painter, ZNStackViewItem& item, const Pain
         if (isTop) paintGlows(painter, item, scale);
         return;
     }
+    paintLeaning(painter, item, painted, scale);
+}
+
+void ZNStackView::paintLeaning(QPainter& painter, ZNStackViewItem& item, const Painted& painted, double scale) {
+    const QPixmap& picture = item.picture(scale);
     if (_leaning.item != &item || _leaning.picture != picture.cacheKey()) {
+        const double footer = item.face().measures().footerHeight;
         _leaning = {&item, picture.cacheKey(), _skin->whole(painted.card.size(), footer, picture, scale)};
     }
+    const QRect area = touched(painted) & painter.clipBoundingRect().toAlignedRect();
+    const int height = bandHeight(scale);
+    const int first = height > 0 ? area.top() - area.top() % height - height : area.top();
+    for (int top = first; top <= area.bottom(); top += height > 0 ? height : area.height()) {
+        painter.save();
+        painter.setClipRect(QRect(area.left(), top, area.width(), height > 0 ? height : area.height()),
+                            Qt::IntersectClip);
+        painter.setTransform(leaning(painted.card, painted.tilt), true);
+        painter.setRenderHint(QPainter::SmoothPixmapTransform);
+        painter.drawPixmap(CardSkin::reachOf(painted.card), _leaning.pixmap, _leaning.pixmap.rect());
+        painter.restore();
+    }
+    if (&item != topItem()) return;
     painter.save();
     painter.setTransform(leaning(painted.card, painted.tilt), true);
-    painter.setRenderHint(QPainter::SmoothPixmapTransform);
-    painter.drawPixmap(CardSkin::reachOf(painted.card), _leaning.pixmap, _leaning.pixmap.rect());
-    if (isTop) paintGlows(painter, item, scale);
+    paintGlows(painter, item, scale);
     painter.restore();
 }
 

@@ -66,6 +66,9 @@ class ZNStackView final : public ZNView, private SwipeSink {
     void paintEvent(QPaintEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
+    // The focus is not shown on the stack itself, so that it need not be painted anew, which it is by default.
+    void focusInEvent(QFocusEvent*) override {}
+    void focusOutEvent(QFocusEvent*) override {}
     bool event(QEvent* event) override;
     bool eventFilter(QObject* watched, QEvent* event) override;
 
@@ -108,7 +111,9 @@ class ZNStackView final : public ZNView, private SwipeSink {
     [[nodiscard]] static QRect touched(const Painted& painted);
     void repaintMoved();
     void repaintItem(ZNStackViewItem& item);
+    void paintCards(QPainter& painter, const QRect& rect);
     void paintItem(QPainter& painter, ZNStackViewItem& item, const Painted& painted, double scale);
+    void paintLeaning(QPainter& painter, ZNStackViewItem& item, const Painted& painted, double scale);
     void paintGlows(QPainter& painter, const ZNStackViewItem& item, double scale);
     [[nodiscard]] std::vector<ZNStackViewItem*> itemsBackToFront() const;
     void renderPicturesSoon();

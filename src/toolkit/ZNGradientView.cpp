@@ -58,6 +58,8 @@ void ZNGradientView::paintEvent(QPaintEvent* event) {
     }
     QPainter painter(this);
     for (const QRect& dirty : event->region()) {
+        // Through a clip of several rectangles the tiles would be painted line by line.
+        painter.setClipRect(dirty);
         const double step = tileWidth / scale;
         for (double x = std::floor(dirty.left() / step) * step; x <= dirty.right(); x += step) {
             const double left = std::max<double>(x, dirty.left());
