@@ -87,10 +87,9 @@ void paintShadow(QPainter& painter, const QSize& pixels, const QPainterPath& sha
     painter.drawImage(QPointF(0, 0), shadow);
 }
 
-// One fill with a step in it, so that the rounded corners below blend footer and shadow only.
-QBrush groundOf(const QRectF& card, double footerHeight) {
+// White, darkened towards the footer by its shadow.
+QBrush groundAbove(double footerTop) {
     const QColor white = QColor::fromRgba(tokens::cardGround);
-    if (footerHeight <= 0) return white;
     const auto shaded = [](double share) {
         const QColor edge = QColor::fromRgba(tokens::cardFooterEdge);
         const auto mix = [&](int value) {
@@ -98,16 +97,23 @@ QBrush groundOf(const QRectF& card, double footerHeight) {
         };
         return QColor(mix(edge.red()), mix(edge.green()), mix(edge.blue()));
     };
-    const double step = (card.height() - footerHeight) / card.height();
-    const double shadowStart = step - CardMeasures::footerShadowHeight / card.height();
-    QLinearGradient ground(0, card.top(), 0, card.bottom());
+    QLinearGradient ground(0, footerTop - CardMeasures::footerShadowHeight, 0, footerTop);
     ground.setColorAt(0, white);
-    ground.setColorAt(shadowStart, white);
-    ground.setColorAt((shadowStart + step) / 2, shaded(0.25));
-    ground.setColorAt(step, shaded(1));
-    ground.setColorAt(step + 1e-9, QColor::fromRgba(tokens::cardFooter));
-    ground.setColorAt(1, QColor::fromRgba(tokens::cardFooter));
+    ground.setColorAt(0.5, shaded(0.25));
+    ground.setColorAt(1, shaded(1));
     return ground;
+}
+
+// The two parts meet on a device pixel, and the rounded corners below blend footer and shadow only.
+void paintPanel(QPainter& painter, const QRectF& card, double footerHeight, double scale) {
+    painter.setRenderHint(QPainter::Antialiasing);
+    const QPainterPath shape = outline(card, footerHeight);
+    if (footerHeight <= 0) return painter.fillPath(shape, QColor::fromRgba(tokens::cardGround));
+    const double footerTop = snapped(card.bottom() - footerHeight, scale);
+    painter.setClipRect(QRectF(card.left(), card.top(), card.width(), footerTop - card.top()));
+    painter.fillPath(shape, groundAbove(footerTop));
+    painter.setClipRect(QRectF(card.left(), footerTop, card.width(), card.bottom() - footerTop));
+    painter.fillPath(shape, QColor::fromRgba(tokens::cardFooter));
 }
 
 }  // namespace
@@ -128,8 +134,7 @@ void CardSkin::prepare(double height, double footerHeight, double scale) {
     const QPainterPath shape = outline(card.translated(0, tokens::cardShadowOffset), footerHeight);
     paintShadow(painter, pixels, shape, tokens::cardGlowBlur, tokens::cardGlowAlpha, scale);
     paintShadow(painter, pixels, shape, tokens::cardShadowBlur, tokens::cardShadowAlpha, scale);
-    painter.setRenderHint(QPainter::Antialiasing);
-    painter.fillPath(outline(card, footerHeight), groundOf(card, footerHeight));
+    paintPanel(painter, card, footerHeight, scale);
     painter.end();
     _pieces = QPixmap::fromImage(image);
 }

@@ -292,6 +292,23 @@ TEST_F(Stack, OutlivesItsBlocksAndItsDelegate) {
     EXPECT_THAT(log, IsEmpty());
 }
 
+// A card is put together from the panel's sides and the picture of its content; they must meet without a step.
+TEST_F(WideStack, PaintsEachRowOfACardInOnePiece) {
+    for (const QSize size : {QSize(980, 720), QSize(900, 600), QSize(1400, 901), QSize(2560, 1440)}) {
+        window.resize(size);
+        stack->setGeometry(window.rect());
+        settings.setWindowLayoutMode(size.width() > 980 ? 3 : 2);
+        deal({"A"});
+        const QImage image = paintedAnew();
+        const QRect card = item(0).geometry();
+        for (int y = card.top() + 20; y < card.bottom() - 20; ++y) {
+            const int step = qGray(image.pixel(card.left() + 3, y)) - qGray(image.pixel(card.left() + 16, y));
+            ASSERT_LE(std::abs(step), 1) << "row " << y - card.top() << " of " << card.height() << " at "
+                                         << size.width();
+        }
+    }
+}
+
 // Each frame paints only what moved; whatever it forgets stays on the screen as a smear.
 TEST_F(Stack, PaintsEachFrameAsIfFromNothing) {
     deal({"A", "B", "C", "D"});
