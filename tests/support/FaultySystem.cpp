@@ -110,7 +110,7 @@ enum class Verdict { GoOn, Refuse };
 template <typename Tear>
 Verdict judge(Needs needs, Tear tear) {
     Switch& s = theSwitch();
-    if (!s.armed) return Verdict::GoOn;
+    if (!s.armed || (s.fault == Fault::DiskFull && needs == Needs::Nothing)) return Verdict::GoOn;
     ++s.calls;
     const bool now = s.calls == s.atCall;
     s.struck |= now;
@@ -128,7 +128,7 @@ Verdict judge(Needs needs, Tear tear) {
             return now ? Verdict::Refuse : Verdict::GoOn;
         case Fault::DiskFull:
             errno = ENOSPC;
-            return s.struck && needs == Needs::Room ? Verdict::Refuse : Verdict::GoOn;
+            return s.struck ? Verdict::Refuse : Verdict::GoOn;
     }
     return Verdict::GoOn;
 }

@@ -12,7 +12,7 @@ enum class Fault {
     Kill,      // half of the write is done, then the process ends
     PowerCut,  // of the writes and names that no sync has made durable some are lost, then the process ends
     Fail,      // this one call fails (EIO)
-    DiskFull,  // this and every later call that needs room fails (ENOSPC)
+    DiskFull,  // this and every later call that needs room fails (ENOSPC); the others are not counted
 };
 
 // The process that was ended exits with this.
