@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstdint>
@@ -12,6 +13,8 @@
 #include <string_view>
 #include <system_error>
 
+#include "ZunDataModel/store/StoreConnection.h"
+#include "ZunDataModel/store/StoreFiles.h"
 #include "ZunDataModel/store/StoreSchema.h"
 #include "ZunDataModel/store/StoreTuning.h"
 

@@ -5,8 +5,6 @@
 
 #include <filesystem>
 
-#include "ZunDataModel/store/StoreFiles.h"
-
 namespace zun {
 
 // False if one of the header's fields that never change has changed, or there is no header. SQLite looks at few of
