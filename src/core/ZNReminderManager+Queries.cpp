@@ -154,12 +154,11 @@ ZNReminderManager::Reminders ZNReminderManager::fetchAllIncompleteReminders() co
 }
 
 OptionalDate ZNReminderManager::nextFireDateAfter(NSDate date) const {
-    const auto soonest = _with.database.fetchFirstReminderForPredicate(
+    return _with.database.earliestDateForPredicate(
         predicate("locationLatitude = 0 AND locationLongitude = 0 AND fire_date > %@ AND completed_date = nil "
                   "AND (shouldDeleteRemote = %@ OR shouldDeleteRemote = nil)",
                   {date, false}),
-        {{"fire_date", true}});
-    return soonest ? soonest->fire_date() : std::nullopt;
+        "fire_date");
 }
 
 std::size_t ZNReminderManager::numberOfActiveReminders() const {

@@ -1,5 +1,7 @@
 #include "shell/AppDelegate.h"
 
+#include <malloc.h>
+
 #include <QApplication>
 #include <QFileInfo>
 #include <QFileSystemWatcher>
@@ -23,8 +25,7 @@ constexpr int afterFirstPaintDelay = 250;  // milliseconds
 
 AppDelegate::AppDelegate(const Collaborators& collaborators)
     : _with(collaborators),
-      _topics(collaborators.environment, collaborators.strings),
-      _cardTexts(collaborators.environment, collaborators.strings, collaborators.labels, _topics),
+      _cardTexts(collaborators.environment, collaborators.strings, collaborators.labels, collaborators.topics),
       _animations(collaborators.dispatch),
       _menuBarController(collaborators.notifications, collaborators.strings, _undoStack),
       _keptReminders(collaborators.home.state),
@@ -119,6 +120,8 @@ void AppDelegate::afterFirstPaint() {
     _desktop.start();
     watchSettings();
     scheduleMinute();
+    // Reading fonts, patterns and pictures leaves holes of a megabyte or two, for a program that then rests for hours.
+    ::malloc_trim(0);
 }
 
 void AppDelegate::cleanupReminders() {

@@ -31,6 +31,7 @@ class AppDelegate final : public QObject {
         ZNSettingsObject& settings;
         const LocalizedStrings& strings;
         const DateLabels& labels;
+        const TopicDetection& topics;
         ZNDatabase& database;
         ZNReminderManager& manager;
     };
@@ -65,7 +66,6 @@ class AppDelegate final : public QObject {
     [[nodiscard]] QString text(std::string_view key, std::initializer_list<std::string_view> arguments = {}) const;
 
     Collaborators _with;
-    TopicDetection _topics;
     ReminderCardTexts _cardTexts;
     Pictures _pictures;
     ZNAnimationTimeline _animations;

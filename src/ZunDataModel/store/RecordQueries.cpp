@@ -51,7 +51,7 @@ std::string& queryText(std::string_view beginning) {
 }  // namespace
 
 std::vector<ReminderPtr> fetchRecords(StoreConnection& connection, const std::optional<NSPredicate>& predicate,
-                                      const std::vector<NSSortDescriptor>& sort, std::optional<int> atMost) {
+                                      const std::vector<NSSortDescriptor>& sort) {
     requireKnown(predicate);
     static const std::string selection = "SELECT " + recordColumns() + " FROM reminders";
     std::string& sql = queryText(selection);
@@ -64,7 +64,6 @@ std::vector<ReminderPtr> fetchRecords(StoreConnection& connection, const std::op
     }
     // Equal keys come in a fixed order, so that a refetch does not shuffle them.
     if (!sort.empty()) sql += sort.back().ascending ? ", rowid ASC" : ", rowid DESC";
-    if (atMost) sql += " LIMIT " + std::to_string(*atMost);
 
     std::vector<ReminderPtr> reminders;
     const StatementUse query(connection.statement(sql));
@@ -81,6 +80,18 @@ std::size_t countRecords(StoreConnection& connection, const std::optional<NSPred
     const StatementUse query(connection.statement(sql));
     bindArguments(*query, predicate);
     return query->step() ? static_cast<std::size_t>(query->integer(0)) : 0;
+}
+
+OptionalDate earliestDate(StoreConnection& connection, const NSPredicate& predicate, std::string_view attribute) {
+    requireAttribute(attribute);
+    requireKnown(predicate);
+    std::string& sql = queryText("SELECT min(");
+    sql.append(attribute).append(") FROM reminders");
+    appendCondition(sql, predicate);
+    const StatementUse query(connection.statement(sql));
+    bindArguments(*query, predicate);
+    if (!query->step() || sqlite3_column_type(query->handle(), 0) == SQLITE_NULL) return std::nullopt;
+    return NSDate(std::chrono::microseconds(query->integer(0)));
 }
 
 ReminderPtr fetchRecord(StoreConnection& connection, std::string_view reminderID) {

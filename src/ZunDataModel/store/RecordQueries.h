@@ -16,9 +16,10 @@ namespace zun {
 
 [[nodiscard]] std::vector<ReminderPtr> fetchRecords(StoreConnection& connection,
                                                     const std::optional<NSPredicate>& predicate,
-                                                    const std::vector<NSSortDescriptor>& sort,
-                                                    std::optional<int> atMost = {});
+                                                    const std::vector<NSSortDescriptor>& sort);
 [[nodiscard]] std::size_t countRecords(StoreConnection& connection, const std::optional<NSPredicate>& predicate);
+[[nodiscard]] OptionalDate earliestDate(StoreConnection& connection, const NSPredicate& predicate,
+                                        std::string_view attribute);
 // Null if there is none.
 [[nodiscard]] ReminderPtr fetchRecord(StoreConnection& connection, std::string_view reminderID);
 // Throws if the schema does not name all columns of a record. SQLite's check of a file does not read names.

@@ -4,6 +4,7 @@
 #include <QApplication>
 
 #include "apps/wiring/Core.h"
+#include "apps/zun/Preparations.h"
 #include "shell/AppDelegate.h"
 #include "shell/ApplicationService.h"
 #include "toolkit/QtMainQueue.h"
@@ -43,6 +44,7 @@ namespace zun {
 
 int runApplication(int argc, char** argv, const std::function<void(AppDelegate&)>& started) {
     Arguments arguments;
+    Preparations preparations;
     // Qt takes its own options out of the line first, so that they are no wrong usage of ours.
     QApplication::setStyle("fusion");
     QApplication::setDesktopFileName(applicationIdentifier);
@@ -56,11 +58,12 @@ int runApplication(int argc, char** argv, const std::function<void(AppDelegate&)
     const auto urls = qtList(arguments.urls);
     if (service.start(urls) == ApplicationService::Outcome::HandedOver) return 0;
 
-    QApplication::setFont(appFont(13));
     const auto mainQueue = std::make_shared<QtMainQueue>();
     Core core(home, DispatchQueuePtr(mainQueue));
+    const auto& topics = preparations.topics();
+    QApplication::setFont(appFont(13));
     AppDelegate delegate({home, core.environment, core.dispatch, core.notifications, core.settings, core.strings,
-                          core.labels, core.database, core.manager});
+                          core.labels, topics, core.database, core.manager});
     QObject::connect(&service, &ApplicationService::activated, &delegate, &AppDelegate::activate);
     QObject::connect(&service, &ApplicationService::opened, &delegate, &AppDelegate::openLinks);
 
