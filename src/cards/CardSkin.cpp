@@ -15,7 +15,7 @@ namespace zun {
 
 namespace {
 
-// How far from its edge a card's corners and the picture of its content stay apart.
+// How far from its edge a card's corners and the picture of its content stay apart; a multiple of 4 as well.
 constexpr double corner = 12;
 
 // The part of a card at its bottom that does not stretch.
@@ -124,7 +124,7 @@ void CardSkin::prepare(double height, double footerHeight, double scale) {
     _footerHeight = footerHeight;
     _scale = scale;
     // Large enough for the shadow to be straight where it is stretched.
-    const double side = 2 * (reach + corner) + 2;
+    const double side = 2 * (reach + corner) + 4;
     const QRectF card(reach, reach, side, height);
     const QSize pixels = (QSizeF(card.width() + 2 * reach, card.height() + 2 * reach) * scale).toSize();
     QImage image(pixels, QImage::Format_ARGB32_Premultiplied);

@@ -13,8 +13,9 @@ namespace zun {
 
 class CardSkin {
   public:
-    // How far the shadow reaches around a card, in logical pixels.
-    static constexpr int reach = 34;
+    // How far the shadow reaches around a card, in logical pixels; a multiple of 4, which is whole device pixels at
+    // every quarter of a scale.
+    static constexpr int reach = 36;
 
     // The rectangle that a card's pixels may touch.
     [[nodiscard]] static QRectF reachOf(const QRectF& card) { return card.adjusted(-reach, -reach, reach, reach); }

@@ -5,10 +5,12 @@
 
 #include <QGuiApplication>
 #include <QImage>
+#include <QPainter>
 #include <algorithm>
 #include <cmath>
 #include <set>
 
+#include "cards/CardSkin.h"
 #include "cards/CardWorld.h"
 #include "toolkit/Pictures.h"
 #include "toolkit/Tokens.h"
@@ -214,6 +216,28 @@ TEST_F(CardPictures, OffersOnlyLinksThatAreSeenAndSafe) {
 
     const CardFace face = faceOf(content("T", "https://example.org/a"));
     EXPECT_TRUE(face.notesRect().contains(face.links().front().rect));
+}
+
+// The sides of a card are its panel, the middle is its picture; at no scale may a step be seen between them.
+TEST_F(CardPictures, MeetTheirPanelInEachRow) {
+    for (const double scale : {1.0, 1.25, 1.5, 1.75, 2.0, 3.0}) {
+        for (const CardSetting& setting : {smallCard, largeCard}) {
+            const CardFace face = faceOf(content("Title"), setting);
+            const QRectF card(QPointF(60, 60), setting.size);
+            QImage image(((setting.size + QSizeF(120, 120)) * scale).toSize(), QImage::Format_RGB32);
+            image.setDevicePixelRatio(scale);
+            image.fill(Qt::black);
+            QPainter painter(&image);
+            CardSkin().paint(painter, card, face.measures().footerHeight, face.render(pictures, scale), scale);
+            painter.end();
+            const auto at = [scale](double point) { return static_cast<int>(std::lround(point * scale)); };
+            for (int y = at(card.top()); y < at(card.bottom() - 12); ++y) {
+                const int step =
+                    qGray(image.pixel(at(card.left() + 8), y)) - qGray(image.pixel(at(card.left() + 16), y));
+                ASSERT_LE(std::abs(step), 2) << "row " << y << " of " << image.height() << " at scale " << scale;
+            }
+        }
+    }
 }
 
 // Relative luminance and contrast as the accessibility guidelines define them.
