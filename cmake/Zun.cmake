@@ -17,6 +17,10 @@ if(ZUN_MOLD)
     add_link_options(-fuse-ld=mold)
 endif()
 
+# What nobody calls is left out of what is shipped: fewer pages to load at the start.
+add_compile_options($<$<CONFIG:Release>:-ffunction-sections>)
+add_link_options($<$<CONFIG:Release>:-Wl,--gc-sections>)
+
 add_compile_options(-Wall -Wextra -Wshadow -Wnon-virtual-dtor -Woverloaded-virtual -Werror -fno-omit-frame-pointer)
 add_compile_definitions(SQLITE_ENABLE_COLUMN_METADATA=1)
 if(ZUN_SANITIZE)

@@ -1,7 +1,9 @@
 #include "apps/zun/Application.h"
 
-#include <CLI/CLI.hpp>
 #include <QApplication>
+#include <QCommandLineParser>
+#include <QFile>
+#include <iostream>
 
 #include "apps/wiring/Core.h"
 #include "apps/zun/Preparations.h"
@@ -13,29 +15,29 @@
 namespace {
 
 struct Arguments {
-    std::optional<std::string> home;
-    std::vector<std::string> urls;
+    std::optional<std::filesystem::path> home;
+    QStringList urls;
 };
 
 // The status to end with, if there is nothing to start.
-std::optional<int> parse(int argc, char** argv, Arguments& arguments) {
-    CLI::App options{"Zun keeps your reminders and shows those that are due as a stack of cards.", "zun"};
-    options.add_option("--home", arguments.home, "Keep every file in this folder")->type_name("DIR");
-    options.add_option("link", arguments.urls, "Links of the scheme zun.create")->type_name("URL");
-    try {
-        options.parse(argc, argv);
-    } catch (const CLI::ParseError& error) {
-        const int status = options.exit(error);
-        return status == 0 ? 0 : 2;
+std::optional<int> parse(const QStringList& words, Arguments& arguments) {
+    const QCommandLineOption home("home", "Keep every file in this folder.", "folder");
+    QCommandLineParser options;
+    options.setApplicationDescription("Zun keeps your reminders and shows those that are due as a stack of cards.");
+    const auto help = options.addHelpOption();
+    options.addOption(home);
+    options.addPositionalArgument("link", "Links of the scheme zun.create.", "[link...]");
+    if (!options.parse(words)) {
+        std::cerr << options.errorText().toStdString() << '\n';
+        return 2;
     }
+    if (options.isSet(help)) {
+        std::cout << options.helpText().toStdString();
+        return 0;
+    }
+    if (options.isSet(home)) arguments.home = QFile::encodeName(options.value(home)).toStdString();
+    arguments.urls = options.positionalArguments();
     return std::nullopt;
-}
-
-QStringList qtList(const std::vector<std::string>& urls) {
-    QStringList list;
-    for (const auto& url : urls)
-        list << QString::fromStdString(url);
-    return list;
 }
 
 }  // namespace
@@ -51,12 +53,11 @@ int runApplication(int argc, char** argv, const std::function<void(AppDelegate&)
     QApplication application(argc, argv);
     QApplication::setApplicationName("Zun");
     QApplication::setQuitOnLastWindowClosed(false);
-    if (const auto status = parse(argc, argv, arguments)) return *status;
+    if (const auto status = parse(QApplication::arguments(), arguments)) return *status;
 
     const auto home = Home::find(arguments.home);
     ApplicationService service(QString::fromStdString(home.busName));
-    const auto urls = qtList(arguments.urls);
-    if (service.start(urls) == ApplicationService::Outcome::HandedOver) return 0;
+    if (service.start(arguments.urls) == ApplicationService::Outcome::HandedOver) return 0;
 
     const auto mainQueue = std::make_shared<QtMainQueue>();
     Core core(home, DispatchQueuePtr(mainQueue));
@@ -69,7 +70,7 @@ int runApplication(int argc, char** argv, const std::function<void(AppDelegate&)
 
     delegate.applicationWillFinishLaunching();
     delegate.applicationDidFinishLaunching();
-    delegate.openLinks(urls);
+    delegate.openLinks(arguments.urls);
     if (started) started(delegate);
     return QApplication::exec();
 }
