@@ -1,7 +1,5 @@
 #include "shell/AppDelegate.h"
 
-#include <malloc.h>
-
 #include <QApplication>
 #include <QFileInfo>
 #include <QFileSystemWatcher>
@@ -120,8 +118,6 @@ void AppDelegate::afterFirstPaint() {
     _desktop.start();
     watchSettings();
     scheduleMinute();
-    // Reading fonts, patterns and pictures leaves holes of a megabyte or two, for a program that then rests for hours.
-    ::malloc_trim(0);
 }
 
 void AppDelegate::cleanupReminders() {
