@@ -17,6 +17,13 @@ double floorSingle(double value) {
     return std::floor(static_cast<float>(value));
 }
 
+// Of the calendar beside the cards, by the width that both have.
+double calendarWidth(double available, double windowWidth, bool isLarge) {
+    const bool isMediumLarge = isLarge && windowWidth >= 1200 && windowWidth < 1400;
+    const double ratio = isMediumLarge ? 0.28 : windowWidth < 1400 ? 0.35 : 0.22;
+    return std::min(std::max(220.0, ceilSingle(ratio * available)), 400.0);
+}
+
 }  // namespace
 
 QSizeF StackGeometry::cardSize() const {
@@ -32,9 +39,7 @@ double StackGeometry::cardXOffset() const {
     const double width = _metrics.bounds.width();
     if (width < wideWidth) return 0;
     const double gap = floorSingle(0.025 * width);
-    const bool isMediumLarge = isLarge() && _metrics.windowWidth >= 1200 && _metrics.windowWidth < 1400;
-    const double ratio = isMediumLarge ? 0.28 : _metrics.windowWidth < 1400 ? 0.35 : 0.22;
-    const double calendar = std::min(std::max(220.0, ceilSingle(ratio * width)), 400.0);
+    const double calendar = calendarWidth(width, _metrics.windowWidth, isLarge());
     return ceilSingle(ceilSingle((std::min(gap, 60.0) + calendar) * 0.5) + 10);
 }
 
@@ -66,6 +71,13 @@ double StackGeometry::skipTarget(SkipLeft skipLeft, double horizontalOffset) con
     return rest + (goesLeft ? -skipDistance : skipDistance);
 }
 
+double zeroStateXOffset(double windowWidth, std::uint64_t windowLayoutMode) {
+    const double available = windowWidth - 80;
+    if (available < wideWidth) return 0;
+    const double margin = std::max(34.0, std::min(floorSingle(0.025 * available), 60.0));
+    return 10 - ceilSingle((margin + calendarWidth(available, windowWidth, windowLayoutMode == 3)) * 0.5);
+}
+
 CardMeasures cardMeasures(std::uint64_t windowLayoutMode, double windowWidth) {
     switch (windowLayoutMode) {
         case 0:
@@ -89,13 +101,6 @@ int titleLineLimit(double cardHeight, HasNotes hasNotes) {
 
 double titleHeight(double textHeight, double templateHeight) {
     return std::max(1.0, std::min(textHeight, templateHeight));
-}
-
-double cardTextWidth(double cardWidth, double windowWidth, std::uint64_t windowLayoutMode) {
-    constexpr double insets = 72;
-    if (cardWidth > 0) return cardWidth - insets;
-    const double available = ceilSingle((windowWidth - 80) * 0.94);
-    return ceilSingle(std::min<double>(available, windowLayoutMode == 3 ? 576 : 400) - 20) - insets;
 }
 
 bool notesFit(const TextHeights& heights, double cardHeight, double footerHeight) {

@@ -52,6 +52,9 @@ class StackGeometry {
     StackMetrics _metrics;
 };
 
+// How far the zero state stands right of the centre; negative where it makes room for the calendar, as the cards do.
+[[nodiscard]] double zeroStateXOffset(double windowWidth, std::uint64_t windowLayoutMode);
+
 // The measures inside a card that depend on the layout mode.
 struct CardMeasures {
     double margin;
@@ -80,8 +83,6 @@ enum class HasNotes { No, Yes };
 // The most lines a title may take.
 [[nodiscard]] int titleLineLimit(double cardHeight, HasNotes hasNotes);
 [[nodiscard]] double titleHeight(double textHeight, double templateHeight);
-// The width that texts are measured with; a card without a width yet is judged by its window.
-[[nodiscard]] double cardTextWidth(double cardWidth, double windowWidth, std::uint64_t windowLayoutMode);
 
 struct TextHeights {
     double date;

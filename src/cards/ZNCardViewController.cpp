@@ -309,8 +309,8 @@ void ZNCardViewController::resizeEvent(QResizeEvent* event) {
     ZNView::resizeEvent(event);
     _stackView->setGeometry(rect());
     _toolbar->setGeometry(0, 0, width(), DeckToolbar::height);
-    // Where the stack makes room at its side, the zero state follows it.
-    _zeroState->move((width() - ZNZeroStateView::size.width()) / 2,
+    const auto offset = zeroStateXOffset(_with.cards.windowSize().width(), _with.cards.settings.windowLayoutMode());
+    _zeroState->move((width() - ZNZeroStateView::size.width()) / 2 + static_cast<int>(offset),
                      (height() - ZNZeroStateView::size.height()) / 2 + ZNZeroStateView::verticalOffset);
     _toolbar->raise();
 }

@@ -1,6 +1,8 @@
 #include "cards/ZNZeroStateView.h"
 
 #include <QPainter>
+#include <QTextLayout>
+#include <cmath>
 
 #include "toolkit/Tokens.h"
 #include "toolkit/ZNFonts.h"
@@ -13,7 +15,31 @@ using std::chrono::milliseconds;
 constexpr QSizeF pictureSize{240, 176};
 constexpr int pictureTop = 56;
 constexpr int titleTop = 252;
-constexpr int subtitleTop = 286;
+constexpr int subtitleTop = 284;
+constexpr int textMargin = 16;
+
+// Lays the text out centred, in lines of about equal length: a last line of one word looks lost.
+void layOutBalanced(QTextLayout& layout, double width, double lineHeight) {
+    const auto layOut = [&](double lineWidth) {
+        double y = 0;
+        layout.beginLayout();
+        for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
+            line.setLineWidth(lineWidth);
+            line.setPosition({(width - line.naturalTextWidth()) / 2, y + (lineHeight - line.height()) / 2});
+            y += lineHeight;
+        }
+        layout.endLayout();
+        return layout.lineCount();
+    };
+    const int fewest = layOut(width);
+    double narrow = 0;
+    double wide = width;
+    while (fewest > 1 && wide - narrow > 1) {
+        const double middle = (narrow + wide) / 2;
+        (layOut(middle) > fewest ? narrow : wide) = middle;
+    }
+    layOut(wide);
+}
 
 }  // namespace
 
@@ -65,14 +91,19 @@ void ZNZeroStateView::paintEvent(QPaintEvent*) {
     painter.drawPixmap(QPointF((width() - pictureWidth) / 2, pictureTop), picture);
 
     painter.setOpacity(_textAlpha.shown());
-    const auto line = [&](int top, const QString& text, const QFont& font, QRgb colour) {
-        painter.setFont(font);
+    const auto paintText = [&](int top, const QString& text, const QFont& font, double lineHeight, QRgb colour) {
+        QTextLayout layout(text, font);
+        QTextOption option;
+        option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+        layout.setTextOption(option);
+        layOutBalanced(layout, width() - 2 * textMargin, std::ceil(font.pixelSize() * lineHeight));
         painter.setPen(QColor::fromRgba(colour));
-        painter.drawText(QRect(0, top, width(), 60), Qt::AlignHCenter | Qt::AlignTop | Qt::TextWordWrap, text);
+        layout.draw(&painter, QPointF(textMargin, top));
     };
-    // The title is the word that matters here, so it takes the lighter of the two stated tints.
-    line(titleTop, _title, appFontWithSizeStyle(SizeStyle::LargeText, 1, QFont::DemiBold), tokens::groundTextSecondary);
-    line(subtitleTop, _subtitle, appFontWithSizeStyle(SizeStyle::Paragraph, 4), tokens::groundTextSecondary);
+    paintText(titleTop, _title, appFontWithSizeStyle(SizeStyle::LargeText, 1, QFont::DemiBold), tokens::titleLineHeight,
+              tokens::groundTextTertiary);
+    paintText(subtitleTop, _subtitle, appFontWithSizeStyle(SizeStyle::Paragraph, 4), tokens::notesLineHeight,
+              tokens::groundTextSecondary);
 }
 
 }  // namespace zun
