@@ -16,9 +16,16 @@ constexpr double badgeHeight = 20;
 constexpr QRgb badgeGround = 0x33ffffff;
 
 QFont badgeFont() {
-    auto font = appFontWithSizeStyle(SizeStyle::AllCaps, 4, QFont::DemiBold);
-    // Tabular figures: the badge must not jump in width from 11 to 20.
-    return font;
+    return appFontWithSizeStyle(SizeStyle::AllCaps, 4, QFont::DemiBold);
+}
+
+// Every figure takes the room of the widest: the badge must not jump in width from 11 to 20.
+double figureWidth() {
+    const QFontMetricsF metrics(badgeFont());
+    double widest = 0;
+    for (const QChar figure : QStringView(u"0123456789"))
+        widest = std::max(widest, metrics.horizontalAdvance(figure));
+    return widest;
 }
 
 }  // namespace
@@ -33,7 +40,7 @@ DeckToolbar::DeckToolbar(const CardContext& context, QWidget* parent) : ZNView(p
 }
 
 double DeckToolbar::textAndPadding() const {
-    return QFontMetricsF(badgeFont()).horizontalAdvance(QString::number(_count)) + badgePadding;
+    return QString::number(_count).size() * figureWidth() + badgePadding;
 }
 
 void DeckToolbar::setItemCount(std::size_t count) {
@@ -67,14 +74,20 @@ void DeckToolbar::paintEvent(QPaintEvent*) {
     if (alpha <= 0) return;
     painter.setOpacity(alpha);
     const double badgeWidth = std::max(smallestBadge, std::ceil(textAndPadding()));
-    const QRectF badge(logoCorner.x() + logoSize.width() + gapBesideLogo + 4, std::round(_centreLine - badgeHeight / 2),
+    const QRectF badge(logoCorner.x() + logoSize.width() + gapBesideLogo, std::round(_centreLine - badgeHeight / 2),
                        badgeWidth, badgeHeight);
     painter.setPen(Qt::NoPen);
     painter.setBrush(QColor::fromRgba(badgeGround));
     painter.drawRoundedRect(badge, badgeHeight / 2, badgeHeight / 2);
     painter.setPen(QColor::fromRgba(tokens::groundText));
     painter.setFont(badgeFont());
-    painter.drawText(badge, Qt::AlignCenter, QString::number(_count));
+    const QString number = QString::number(_count);
+    const double figure = figureWidth();
+    double x = badge.center().x() - number.size() * figure / 2;
+    for (const QChar digit : number) {
+        painter.drawText(QRectF(x, badge.top(), figure, badge.height()), Qt::AlignCenter, digit);
+        x += figure;
+    }
 }
 
 }  // namespace zun

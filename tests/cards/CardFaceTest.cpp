@@ -12,6 +12,7 @@
 
 #include "cards/CardSkin.h"
 #include "cards/CardWorld.h"
+#include "cards/DeckToolbar.h"
 #include "toolkit/Pictures.h"
 #include "toolkit/Tokens.h"
 
@@ -43,6 +44,17 @@ CardFace faceOf(const CardContent& content, const CardSetting& setting = smallCa
 // Also for a rectangle without a height.
 bool isInside(const QRectF& rect, QSizeF card) {
     return rect.left() >= 0 && rect.top() >= 0 && rect.right() <= card.width() && rect.bottom() <= card.height();
+}
+
+// Where anything is painted at all.
+QRect inkOf(const QImage& image) {
+    QRect found;
+    for (int y = 0; y < image.height(); ++y) {
+        for (int x = 0; x < image.width(); ++x) {
+            if (qAlpha(image.pixel(x, y)) > 8) found |= QRect(x, y, 1, 1);
+        }
+    }
+    return found;
 }
 
 class CardPictures : public testing::Test {
@@ -253,6 +265,28 @@ double contrast(QRgb a, QRgb b) {
     const double one = luminance(a);
     const double other = luminance(b);
     return (std::max(one, other) + 0.05) / (std::min(one, other) + 0.05);
+}
+
+class Badge : public CardWorld {};
+
+TEST_F(Badge, KeepsItsPlaceWhileTheNumberChanges) {
+    DeckToolbar toolbar(context);
+    toolbar.resize(400, DeckToolbar::height);
+    const auto painted = [&](std::size_t count) {
+        toolbar.setItemCount(count);
+        advance(300);
+        QImage image(toolbar.size(), QImage::Format_ARGB32_Premultiplied);
+        image.fill(Qt::transparent);
+        toolbar.render(&image, {}, {}, QWidget::DrawChildren);
+        return std::pair(inkOf(image), image);
+    };
+    const auto [eleven, first] = painted(11);
+    const auto [twenty, second] = painted(20);
+    EXPECT_EQ(eleven, twenty);
+    EXPECT_NE(first, second);
+    // Logo and badge together stand in the middle.
+    EXPECT_NEAR(eleven.center().x(), 199.5, 1.5);
+    EXPECT_GE(painted(1234).first.width(), eleven.width() + 8);
 }
 
 TEST(CardColours, CanBeRead) {
