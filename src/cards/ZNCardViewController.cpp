@@ -209,7 +209,12 @@ void ZNCardViewController::shouldSkipTopCard(FlyLeft flyLeft) {
 }
 
 void ZNCardViewController::shouldSkipTopCard() {
-    if (_reminders.size() < 2 || !_stackView->shouldRespondToActions()) return;
+    if (_reminders.size() < 2) return;
+    if (!_stackView->shouldRespondToActions()) {
+        // A direction asked for while a card flies must not turn a later skip round.
+        _skipLeft = false;
+        return;
+    }
     std::rotate(_reminders.begin(), _reminders.begin() + 1, _reminders.end());
     const auto skipped = _reminders.back();
     _with.manager.bulkSortAndUpdate(_reminders, ShouldSyncWithiCloud::Yes);
