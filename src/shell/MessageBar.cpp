@@ -1,8 +1,10 @@
 #include "shell/MessageBar.h"
 
 #include <QFontMetrics>
+#include <QKeyEvent>
 #include <QPainter>
 #include <QPointer>
+#include <algorithm>
 
 #include "toolkit/Tokens.h"
 #include "toolkit/ZNFonts.h"
@@ -17,7 +19,10 @@ constexpr auto fade = 200ms;
 constexpr int margin = 16;
 constexpr int padding = 14;
 constexpr int widest = 440;
+constexpr double radius = 8;
 constexpr QRgb ground = 0xf228113f;
+// A folder's name may have no place to break.
+constexpr int wrapping = Qt::TextWordWrap | Qt::TextWrapAnywhere;
 
 QFont messageFont() {
     return appFontWithSizeStyle(SizeStyle::Paragraph, 4);
@@ -29,6 +34,7 @@ MessageBar::MessageBar(Dispatch& dispatch, ZNAnimationTimeline& animations, QWid
     : ZNView(parent), _dispatch(dispatch), _animations(animations) {
     setAccessibilityRole(QAccessible::AlertMessage);
     setCursor(Qt::PointingHandCursor);
+    setFocusPolicy(Qt::TabFocus);
     _frames = _animations.observeFrames([this] {
         if (isVisible()) update();
     });
@@ -61,13 +67,13 @@ void MessageBar::leave() {
 }
 
 QRect MessageBar::textRect(int width) const {
-    return QFontMetrics(messageFont()).boundingRect(QRect(0, 0, width - 2 * padding, 1000), Qt::TextWordWrap, _message);
+    return QFontMetrics(messageFont()).boundingRect(QRect(0, 0, width - 2 * padding, 1000), wrapping, _message);
 }
 
 void MessageBar::place() {
     const auto area = parentWidget()->rect();
     const int width = std::min(area.width() - 2 * margin, widest);
-    const int height = textRect(width).height() + 2 * padding;
+    const int height = std::min(textRect(width).height() + 2 * padding, area.height() - 2 * margin);
     setGeometry((area.width() - width) / 2, area.bottom() - margin - height, width, height);
 }
 
@@ -77,15 +83,39 @@ void MessageBar::paintEvent(QPaintEvent*) {
     painter.setOpacity(_visibility.shown());
     painter.setPen(Qt::NoPen);
     painter.setBrush(QColor::fromRgba(ground));
-    painter.drawRoundedRect(rect(), 8, 8);
+    painter.drawRoundedRect(rect(), radius, radius);
+    if (hasFocus()) {
+        const double inset = tokens::focusRingGap + tokens::focusRingWidth / 2;
+        painter.setPen(QPen(QColor::fromRgba(tokens::focusRing), tokens::focusRingWidth));
+        painter.setBrush(Qt::NoBrush);
+        painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset), radius - inset, radius - inset);
+    }
     painter.setPen(QColor::fromRgba(tokens::groundText));
     painter.setFont(messageFont());
-    painter.drawText(rect().adjusted(padding, padding, -padding, -padding), Qt::TextWordWrap | Qt::AlignVCenter,
-                     _message);
+    painter.drawText(rect().adjusted(padding, padding, -padding, -padding), wrapping | Qt::AlignVCenter, _message);
 }
 
 void MessageBar::mouseReleaseEvent(QMouseEvent*) {
     leave();
+}
+
+void MessageBar::keyPressEvent(QKeyEvent* event) {
+    switch (event->key()) {
+        case Qt::Key_Escape:
+        case Qt::Key_Return:
+        case Qt::Key_Enter:
+        case Qt::Key_Space:
+            return leave();
+        default:
+            ZNView::keyPressEvent(event);
+    }
+}
+
+bool MessageBar::event(QEvent* event) {
+    // Escape is a command of the window too; here it means the message.
+    if (event->type() == QEvent::ShortcutOverride && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape)
+        event->accept();
+    return ZNView::event(event);
 }
 
 }  // namespace zun

@@ -1,8 +1,8 @@
 #pragma once
 
 // A sentence at the bottom edge of the window that says what happened and goes away by itself, or stays until it is
-// clicked if it must be read. The latest message replaces the one before. Owned by its parent widget, over whose lower
-// part it lies. Main thread.
+// clicked if it must be read. Reached by the tab key, where Escape, Return and Space count as clicks. The latest
+// message replaces the one before. Owned by its parent widget, over whose lower part it lies. Main thread.
 
 #include "platform/foundation/Dispatch.h"
 #include "toolkit/ZNAnimationGroup.h"
@@ -25,6 +25,8 @@ class MessageBar final : public ZNView {
   protected:
     void paintEvent(QPaintEvent* event) override;
     void mouseReleaseEvent(QMouseEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
+    bool event(QEvent* event) override;
 
   private:
     void leave();

@@ -3,6 +3,7 @@
 #include <QPaintEvent>
 #include <QPainter>
 
+#include "cards/TextBlock.h"
 #include "cards/ZNStackView.h"
 #include "core/NotificationNames.h"
 #include "shell/MessageBar.h"
@@ -10,6 +11,17 @@
 #include "toolkit/Tokens.h"
 
 namespace zun {
+namespace {
+
+// A title inside a sentence: one line, and no longer than a sentence bears.
+std::string shortTitle(const ZNReminderObject& reminder) {
+    constexpr qsizetype longest = 60;
+    const QString title = displayText(reminder.title(), longest + 1).simplified();
+    if (title.size() <= longest) return title.toStdString();
+    return (displayText(title.toStdString(), longest).trimmed() + u'…').toStdString();
+}
+
+}  // namespace
 
 ZNTabViewController::ZNTabViewController(const Collaborators& collaborators, QWidget* parent)
     : ZNView(parent),
@@ -39,6 +51,8 @@ void ZNTabViewController::addObservers() {
             [this] { _cardController->shouldSkipTopCard(ZNCardViewController::FlyLeft::No); });
     onCards(ZNSkipTopCardLeftMenuActionNotification,
             [this] { _cardController->shouldSkipTopCard(ZNCardViewController::FlyLeft::Yes); });
+    _observations.push_back(notifications.addObserver(ZNReminderCountDidUpdateNotification,
+                                                      [this](const NSNotification&) { update(toolbarBorder()); }));
     onCards(ZNEditTopCardMenuActionNotification, [this] { editTopCard(); });
     _observations.push_back(
         notifications.addObserver(ZNEditControllerRequested, [this](const NSNotification& notification) {
@@ -56,8 +70,8 @@ void ZNTabViewController::showCardEditor(const ReminderPtr& reminder) {
         _messages->showMessage(QString::fromStdString(stringWithFormat(_with.strings.string(key), {argument})));
     };
     if (reminder->reminderID()) return message("Editor_Missing_Message", *reminder->reminderID());
-    _with.keptReminders.keep(*reminder);
-    message("URL_Reminder_Kept_Message", reminder->title());
+    const bool isKept = _with.keptReminders.keep(*reminder);
+    message(isKept ? "URL_Reminder_Kept_Message" : "URL_Reminder_Not_Kept_Message", shortTitle(*reminder));
 }
 
 void ZNTabViewController::onSetActiveTab(int tab) {
@@ -75,13 +89,21 @@ void ZNTabViewController::updateViewsForActiveTab() {
     notifications.postNotificationName(ZNDisableEditControllerMenuActionsNotification);
 }
 
+QRect ZNTabViewController::toolbarBorder() const {
+    return {0, ShellToolbar::height - 1, width(), 1};
+}
+
+// Cards may reach up to the toolbar, and no line shall lie behind them.
+bool ZNTabViewController::showsToolbarBorder() const {
+    return _activeTab == 1 || _cardController->reminders().empty();
+}
+
 // The veil lies under the cards, so that one that flies passes over it.
 void ZNTabViewController::paintEvent(QPaintEvent* event) {
     QPainter painter(this);
     const QRect veil(0, 0, width(), ShellToolbar::height);
     painter.fillRect(event->rect() & veil, QColor::fromRgba(tokens::toolbarGround));
-    painter.fillRect(event->rect() & QRect(0, ShellToolbar::height - 1, width(), 1),
-                     QColor::fromRgba(tokens::toolbarRule));
+    if (showsToolbarBorder()) painter.fillRect(event->rect() & toolbarBorder(), QColor::fromRgba(tokens::toolbarRule));
 }
 
 void ZNTabViewController::resizeEvent(QResizeEvent* event) {

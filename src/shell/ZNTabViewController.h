@@ -49,6 +49,8 @@ class ZNTabViewController final : public ZNView {
     void updateViewsForActiveTab();
     void showCardEditor(const ReminderPtr& reminder);
     void editTopCard();
+    [[nodiscard]] QRect toolbarBorder() const;
+    [[nodiscard]] bool showsToolbarBorder() const;
     [[nodiscard]] bool cardActionsArePossible() const { return _activeTab != 1; }
 
     Collaborators _with;

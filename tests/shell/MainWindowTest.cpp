@@ -4,6 +4,8 @@
 #include <boost/json/parse.hpp>
 #include <fstream>
 
+#include "cards/ZNStackView.h"
+#include "cards/ZNStackViewItem.h"
 #include "core/NotificationNames.h"
 #include "platform/foundation/ISO8601.h"
 #include "shell/ShellWorld.h"
@@ -140,6 +142,35 @@ TEST_F(MainWindowTest, WithoutAnEditorEditingSaysSoAndKeepsWhatIsNew) {
     const auto record = boost::json::parse(line);
     EXPECT_EQ(record.at("title"), "Bring keys");
     EXPECT_EQ(record.at("notes"), "For Ana");
+}
+
+TEST_F(MainWindowTest, ADirectionAskedForInVainTurnsNoLaterSkip) {
+    cards().shouldCompleteTopCard();
+    cards().shouldSkipTopCard(ZNCardViewController::FlyLeft::Yes);
+    advance(std::chrono::seconds(1));
+    ASSERT_THAT(deck(), ElementsAre("call", "errand"));
+    cards().shouldSkipTopCard();
+    const auto* skipped = cards().stackView().stackViews().back();
+    EXPECT_GT(skipped->centerX.value(), skipped->restX);
+}
+
+TEST_F(MainWindowTest, MessagesAreShortTrueAndGoWithAKey) {
+    MessageBar& messages = tabs->messages();
+    links.open("zun.create://" + std::string(1'000'000, 'a') + "%0Asecond%20line");
+    EXPECT_LT(messages.message().size(), 200);
+    EXPECT_FALSE(messages.message().contains('\n'));
+
+    const auto state = kept.file().parent_path();
+    std::filesystem::remove_all(state);
+    std::ofstream(state) << "in the way";
+    links.open("zun.create://Bring%20keys");
+    EXPECT_THAT(messages.message().toStdString(), HasSubstr("could not be kept"));
+
+    messages.showMessage(QString(2000, 'x'), MessageBar::Stays::UntilClicked);
+    EXPECT_TRUE(tabs->rect().contains(messages.geometry()));
+    messages.setFocus();
+    press(Qt::Key_Escape, Qt::NoModifier);
+    EXPECT_FALSE(messages.isVisible());
 }
 
 TEST_F(MainWindowTest, AllKeysOfACommandWork) {
