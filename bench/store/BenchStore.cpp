@@ -133,8 +133,8 @@ ReminderAttributes recordToSave(int number) {
     return record;
 }
 
-double firstDecile(std::vector<double> values) {
-    const auto place = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 10);
+double quantile(std::vector<double> values, double share) {
+    const auto place = values.begin() + static_cast<std::ptrdiff_t>(static_cast<double>(values.size()) * share);
     std::nth_element(values.begin(), place, values.end());
     return *place;
 }
@@ -192,9 +192,10 @@ void saveOne(benchmark::State& state) {
         state.SetIterationTime(ours.back());
     }
     constexpr double microseconds = 1e6;
-    state.counters["decile_us"] = firstDecile(ours) * microseconds;
-    state.counters["floor_decile_us"] = firstDecile(floors) * microseconds;
-    state.counters["times_floor"] = firstDecile(ours) / firstDecile(floors);
+    state.counters["decile_us"] = quantile(ours, 0.1) * microseconds;
+    state.counters["decile_times_floor"] = quantile(ours, 0.1) / quantile(floors, 0.1);
+    state.counters["median_us"] = quantile(ours, 0.5) * microseconds;
+    state.counters["median_times_floor"] = quantile(ours, 0.5) / quantile(floors, 0.5);
 }
 
 // What a program pays that starts, looks at the deck and ends.
