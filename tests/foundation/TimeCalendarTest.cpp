@@ -52,7 +52,7 @@ TEST(TimeCalendar, AdditionIsInWallClockTime) {
              Case{"Antarctica/Troll", "2026-03-28T01:30", Day, 1, "2026-03-29T01:30:00Z"},
              Case{"UTC", "2026-01-31T09:00", Month, 1, "2026-02-28T09:00:00Z"},
              Case{"UTC", "2024-02-29T09:00", Year, 1, "2025-02-28T09:00:00Z"},
-             Case{"UTC", "0001-03-15T09:00", Year, -1, "0000-03-15T09:00:00Z"},
+             Case{"UTC", "0001-03-15T09:00", Year, -1, "+000000-03-15T09:00:00Z"},
              Case{"UTC", "1582-10-04T09:00", Day, 1, "1582-10-05T09:00:00Z"},
              Case{"UTC", "2026-01-01T09:00", WeekOfYear, 53, "2027-01-07T09:00:00Z"},
          }) {

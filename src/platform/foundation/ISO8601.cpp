@@ -15,6 +15,13 @@ using std::chrono::milliseconds;
 using std::chrono::minutes;
 using std::chrono::seconds;
 
+constexpr int firstPlainYear = 1;
+constexpr int lastPlainYear = 9999;
+
+bool isPlainYear(std::int64_t year) {
+    return year >= firstPlainYear && year <= lastPlainYear;
+}
+
 bool isDigit(char c) {
     return c >= '0' && c <= '9';
 }
@@ -57,8 +64,20 @@ class Scanner {
         return microseconds{value};
     }
 
+    // Four digits, or a sign and six for the years that four cannot say.
+    std::optional<int> takeYear() {
+        const bool isNegative = take('-');
+        if (!isNegative && !take('+')) return takeNumber(4, firstPlainYear, lastPlainYear);
+        // The years that a date holds in full.
+        constexpr int farthest = 290'000;
+        const auto digits = takeNumber(6, 0, farthest);
+        if (!digits) return std::nullopt;
+        const int year = isNegative ? -*digits : *digits;
+        return isPlainYear(year) ? std::nullopt : std::optional(year);
+    }
+
     std::optional<LocalTime> takeDay() {
-        const auto year = takeNumber(4, 1, 9999);
+        const auto year = takeYear();
         if (!year || !take('-')) return std::nullopt;
         const auto month = takeNumber(2, 1, 12);
         if (!month || !take('-')) return std::nullopt;
@@ -76,14 +95,18 @@ class Scanner {
         return hours{*hour} + minutes{*minute};
     }
 
-    // "Z" or "+hh:mm"
+    // "Z", "+hh:mm", and "+hhmm" and "+hh" as other programs print them
     std::optional<minutes> takeOffset() {
         if (take('Z')) return minutes::zero();
         const bool west = take('-');
         if (!west && !take('+')) return std::nullopt;
-        const auto offset = takeHourAndMinute();
-        if (!offset) return std::nullopt;
-        return west ? -*offset : *offset;
+        const auto hour = takeNumber(2, 0, 23);
+        if (!hour) return std::nullopt;
+        std::optional<int> minute = 0;
+        if (take(':') || !atEnd()) minute = takeNumber(2, 0, 59);
+        if (!minute) return std::nullopt;
+        const minutes offset = hours{*hour} + minutes{*minute};
+        return west ? -offset : offset;
     }
 
   private:
@@ -94,7 +117,8 @@ std::string dayAndTime(NSDate date) {
     const auto day = floor<days>(date);
     const auto civil = civilDate(day.time_since_epoch().count());
     const std::chrono::hh_mm_ss time{floor<seconds>(date) - day};
-    return fmt::format("{:04}-{:02}-{:02}T{:02}:{:02}:{:02}", civil.year, civil.month, civil.day, time.hours().count(),
+    const auto year = isPlainYear(civil.year) ? fmt::format("{:04}", civil.year) : fmt::format("{:+07}", civil.year);
+    return fmt::format("{}-{:02}-{:02}T{:02}:{:02}:{:02}", year, civil.month, civil.day, time.hours().count(),
                        time.minutes().count(), time.seconds().count());
 }
 
@@ -131,7 +155,7 @@ OptionalDate dateFromInternetFormat(std::string_view text) {
     constexpr std::size_t lengthWithOffset = std::string_view("2026-02-01T09:00:00+01:00").size();
     // The shape leaves only two lengths; what is neither too short nor has a fraction is then read as above.
     if (text.size() != lengthUpToSeconds + 1 && text.size() != lengthWithOffset) return std::nullopt;
-    if (text[lengthUpToSeconds] == '.') return std::nullopt;
+    if (!isDigit(text.front()) || text[lengthUpToSeconds] == '.') return std::nullopt;
     return dateFromISO8601(text, *NSTimeZone::utc());
 }
 
