@@ -62,7 +62,10 @@ void ZNReminderManager::completeReminder(const ReminderPtr& reminder, const Remi
         if (withCompletion) withCompletion(reminder);
         return;
     }
-    const auto copy = completionCopy(reminder, now);
+    auto copy = completionCopy(reminder, now);
+    // The identifier says milliseconds, and two occurrences completed within one are still two.
+    for (auto later = now; fetchReminderWithReminderID(copy->reminderID());)
+        copy = completionCopy(reminder, later += std::chrono::milliseconds(1));
     saveReminder(copy, ShouldSyncWithiCloud::Yes);
     if (withCompletion) withCompletion(copy);
 

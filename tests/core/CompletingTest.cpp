@@ -106,6 +106,17 @@ TEST_P(Completing, ASeriesLeavesACopyAndMovesOn) {
     EXPECT_THAT(world.alerts.takeLines(), ElementsAre("schedule " + copyID, "schedule s"));
 }
 
+TEST_P(Completing, TwoCompletionsWithinAMillisecondAreTwo) {
+    world.store(series("2026-01-05T09:00", RepeatType::daily, "2026-01-14T09:00"));
+    complete();
+    const auto second = complete()->reminderID().value();
+    EXPECT_THAT(world.storedIDs(), UnorderedElementsAre("s", copyID, second));
+    EXPECT_EQ(second, "s+2026-01-14T10:00:00.001Z");
+    undo(second);
+    EXPECT_THAT(world.storedIDs(), UnorderedElementsAre("s", copyID));
+    EXPECT_EQ(world.stored("s")->due_date(), world.at("2026-01-15T09:00"));
+}
+
 struct NextDate {
     const char* name;
     const char* start;
