@@ -72,6 +72,9 @@ std::optional<OptionError> checkCombinations(const ReminderOptions& options, Req
     if (namesDate && !options.date && requiresDate == RequiresDate::Yes) {
         return wrongUsage("--repeat, --every, --on, --until and --early need --date");
     }
+    if ((options.every || options.until) && !options.repeat && !options.on && requiresDate == RequiresDate::Yes) {
+        return wrongUsage("--every and --until need --repeat or --on");
+    }
     return std::nullopt;
 }
 
@@ -92,17 +95,19 @@ std::optional<OptionError> readRepeat(const ReminderOptions& options, ReminderFi
     if (options.every) {
         fields.interval = wholeNumber(*options.every);
         if (!fields.interval || *fields.interval < 1 || *fields.interval > largestInterval) {
-            return notPossible(fmt::format("\"{}\" is not a number from 1 to {}.", *options.every, largestInterval));
+            return wrongUsage(fmt::format("\"{}\" is not a number from 1 to {}", *options.every, largestInterval));
         }
     }
     if (options.on) {
         fields.ordinals = dayOrdinalsFromText(*options.on);
-        if (!fields.ordinals) return notPossible(fmt::format("\"{}\" are not weekdays, such as mon,wed.", *options.on));
-        fields.repeatType = RepeatType::weekly;
+        if (!fields.ordinals) return wrongUsage(fmt::format("\"{}\" are not weekdays, such as mon,wed", *options.on));
+        if (fields.repeatType) fields.repeatType = RepeatType::weekly;
     }
-    if (fields.interval && fields.repeatType == RepeatType::none) return wrongUsage("--every needs a repeat");
+    if ((fields.interval || fields.until) && fields.repeatType == RepeatType::none) {
+        return wrongUsage("--every and --until need a repeat");
+    }
     if (options.early && !(fields.early = earlyReminderFromText(*options.early))) {
-        return notPossible(fmt::format("\"{}\" is not a time ahead, such as 10m, 2h, 1d or 1w.", *options.early));
+        return wrongUsage(fmt::format("\"{}\" is not a time ahead, such as 10m, 2h, 1d or 1w", *options.early));
     }
     return std::nullopt;
 }
@@ -173,7 +178,7 @@ std::optional<OptionError> applyFields(const ReminderFields& fields, ZNReminderO
     if (fields.nag) attributes.naggingNotifications = *fields.nag;
     if (fields.suppress) attributes.shouldSuppressNotifications = *fields.suppress;
 
-    if (fields.clearDate) {
+    if (fields.clearDate && !isLocationBased(attributes)) {
         attributes.start_date = attributes.due_date = attributes.fire_date = attributes.end_date = std::nullopt;
         attributes.repeat_type = attributes.customRepeatInterval = 0;
         attributes.customRepeatDayOrdinals.reset();
@@ -185,11 +190,18 @@ std::optional<OptionError> applyFields(const ReminderFields& fields, ZNReminderO
     }
     if (fields.repeatType) {
         attributes.repeat_type = *fields.repeatType;
-        attributes.customRepeatInterval = fields.interval.value_or(fields.ordinals ? 1 : 0);
-        attributes.customRepeatDayOrdinals = fields.ordinals;
+        attributes.customRepeatInterval = 0;
+        attributes.customRepeatDayOrdinals.reset();
         if (attributes.repeat_type == RepeatType::none) attributes.end_date.reset();
-    } else if (fields.interval) {
-        if (attributes.repeat_type == RepeatType::none) return OptionError{"--every needs --repeat or --on", true};
+    }
+    if (fields.ordinals) {
+        attributes.repeat_type = RepeatType::weekly;
+        attributes.customRepeatDayOrdinals = fields.ordinals;
+        // Weekdays named alone leave the interval as it is.
+        attributes.customRepeatInterval = std::max<std::uint64_t>(attributes.customRepeatInterval, 1);
+    }
+    if (fields.interval) {
+        if (attributes.repeat_type == RepeatType::none) return notPossible("The reminder does not repeat.");
         attributes.customRepeatInterval = *fields.interval;
     }
     if (fields.until) attributes.end_date = fields.until;
@@ -200,16 +212,15 @@ std::optional<OptionError> applyFields(const ReminderFields& fields, ZNReminderO
     }
 
     const bool isDated = attributes.start_date.has_value();
-    const bool namesRepeat =
-        fields.repeatType.value_or(RepeatType::none) != RepeatType::none || fields.until || fields.early;
-    if (namesRepeat && !isDated) return OptionError{"--repeat, --every, --on, --until and --early need a date", false};
-    if (fields.until && attributes.repeat_type == RepeatType::none) return OptionError{"--until needs a repeat", true};
-    if (attributes.end_date && isDated && *attributes.end_date < *attributes.start_date) {
-        return OptionError{"The last date lies before the first one.", false};
+    const bool namesRepeat = fields.repeatType.value_or(RepeatType::none) != RepeatType::none || fields.ordinals ||
+                             fields.until || fields.early;
+    if (namesRepeat && !isDated) return notPossible("The reminder has no date to repeat from or to be early for.");
+    if (fields.until && attributes.repeat_type == RepeatType::none) return notPossible("The reminder does not repeat.");
+    if ((fields.date || fields.until) && attributes.end_date && *attributes.end_date < *attributes.start_date) {
+        return notPossible("The last date lies before the first one.");
     }
     if (fields.date || fields.early) {
-        const auto seconds = earlyReminderUnit(attributes.earlyReminderType) * attributes.earlyReminderInterval;
-        if (const auto due = dueDateOf(attributes)) attributes.fire_date = *due - seconds;
+        attributes.fire_date = ZNReminderObject(attributes).dateAdjustedForEarlyReminderType(dueDateOf(attributes));
     }
     reminder.setAttributes(std::move(attributes));
     return std::nullopt;

@@ -39,8 +39,8 @@ struct ReminderFields {
     bool clearNotes = false, clearChecklist = false, clearDate = false, clearUntil = false;
 };
 
-// What is wrong with the options, as one sentence; `isUsage` tells wrong use of the command from a value that cannot be
-// had.
+// What is wrong with the options, as one sentence; `isUsage` tells words that no reminder could be given from a date
+// that is none and from what this reminder cannot have.
 struct OptionError {
     std::string message;
     bool isUsage = false;
@@ -49,7 +49,7 @@ struct OptionError {
 enum class RequiresDate { No, Yes };
 
 // Reads dates in `zone` where they carry no offset. With RequiresDate::Yes the repeat, its end and the early warning
-// need --date in the same call, as for a reminder that has none yet.
+// need --date in the same call, and the end and the interval a repeat, as for a reminder that has none yet.
 [[nodiscard]] std::variant<ReminderFields, OptionError> readFields(const ReminderOptions& options,
                                                                    const NSTimeZone& zone, RequiresDate requiresDate);
 

@@ -57,18 +57,20 @@ TEST(ReminderFields, TellsWrongUsageFromWhatCannotBe) {
         {{.date = "yesterday"}, false},
         {{.date = "2026-02-30"}, false},
         {{.title = " \n"}, false},
-        {{.date = "2026-02-01", .repeat = "daily", .every = "0"}, false},
-        {{.date = "2026-02-01", .repeat = "daily", .every = "1000"}, false},
-        {{.date = "2026-02-01", .repeat = "daily", .every = "-1"}, false},
-        {{.date = "2026-02-01", .on = "mon,,wed"}, false},
-        {{.date = "2026-02-01", .early = "10"}, false},
-        {{.date = "2026-02-01", .early = "m"}, false},
+        {{.date = "2026-02-01", .repeat = "daily", .every = "0"}, true},
+        {{.date = "2026-02-01", .repeat = "daily", .every = "1000"}, true},
+        {{.date = "2026-02-01", .repeat = "daily", .every = "-1"}, true},
+        {{.date = "2026-02-01", .on = "mon,,wed"}, true},
+        {{.date = "2026-02-01", .early = "10"}, true},
+        {{.date = "2026-02-01", .early = "m"}, true},
         {{.date = "2026-02-01", .repeat = "daily", .until = "2026-01-31"}, false},
         {{.repeat = "daily"}, false},
+        {{.early = "10m"}, false},
+        {{.every = "2"}, false},
+        {{.date = "2026-02-01", .every = "2"}, false},
+        {{.date = "2026-02-01", .until = "2026-03-01"}, false},
         {{.date = "2026-02-01", .repeat = "hourly"}, true},
-        {{.date = "2026-02-01", .every = "2"}, true},
         {{.date = "2026-02-01", .repeat = "none", .every = "2"}, true},
-        {{.date = "2026-02-01", .until = "2026-03-01"}, true},
         {{.notes = "a", .noNotes = true}, true},
         {{.date = "2026-02-01", .noDate = true}, true},
     };
@@ -81,7 +83,38 @@ TEST(ReminderFields, TellsWrongUsageFromWhatCannotBe) {
         EXPECT_EQ(reminder.attributes(), before);
     }
     ZNReminderObject fresh;
-    EXPECT_TRUE(apply({.early = "10m"}, fresh, RequiresDate::Yes).starts_with("usage: "));
+    for (const auto& options : {ReminderOptions{.early = "10m"}, ReminderOptions{.date = "2026-02-01", .every = "2"},
+                                ReminderOptions{.date = "2026-02-01", .until = "2026-03-01"}}) {
+        EXPECT_TRUE(apply(options, fresh, RequiresDate::Yes).starts_with("usage: "));
+    }
+}
+
+TEST(ReminderFields, WeekdaysKeepTheIntervalAndAnotherRepeatDoesNot) {
+    ZNReminderObject reminder;
+    ASSERT_EQ(apply({.date = "2026-02-01T09:00", .repeat = "monthly", .every = "3"}, reminder), "");
+    EXPECT_EQ(apply({.on = "mon"}, reminder), "");
+    EXPECT_EQ(reminder.repeat_type(), RepeatType::weekly);
+    EXPECT_EQ(reminder.customRepeatInterval(), 3u);
+    EXPECT_EQ(apply({.on = "tue,wed"}, reminder), "");
+    EXPECT_EQ(reminder.customRepeatInterval(), 3u);
+    EXPECT_EQ(reminder.customRepeatDayOrdinals(), (DayOrdinals{3, 4}));
+    EXPECT_EQ(apply({.repeat = "daily"}, reminder), "");
+    EXPECT_EQ(reminder.customRepeatInterval(), 0u);
+    EXPECT_FALSE(reminder.customRepeatDayOrdinals());
+}
+
+TEST(ReminderFields, AnEditDoesNotMindWhatItLeavesAlone) {
+    ReminderAttributes attributes;
+    attributes.start_date = attributes.due_date = environment.date("2026-02-01T00:00:00Z");
+    attributes.end_date = environment.date("2026-01-01T00:00:00Z");
+    ZNReminderObject endsTooSoon(attributes);
+    EXPECT_EQ(apply({.title = "b", .nag = true}, endsTooSoon), "");
+    EXPECT_EQ(endsTooSoon.title(), "b");
+
+    ZNReminderObject early;
+    EXPECT_EQ(apply({.date = "0001-01-02T00:00:00Z", .early = "999w"}, early), "");
+    EXPECT_EQ(early.fire_date(), environment.date("0001-01-01T00:00:00Z"));
+    EXPECT_FALSE(early.onGetIsSnoozed());
 }
 
 TEST(ReminderFields, ChangesTheNamedFieldsOnly) {
@@ -119,6 +152,8 @@ TEST(ReminderFields, ADateTakesThePlaceOfAPlace) {
     reminder.setLocationLongitude(13.4);
     reminder.setLocationName("Home");
     reminder.setRepeat_type(RepeatType::atLocation);
+    EXPECT_EQ(apply({.noDate = true}, reminder), "");
+    EXPECT_EQ(reminder.repeat_type(), RepeatType::atLocation);
     EXPECT_EQ(apply({.date = "2026-02-01"}, reminder), "");
     EXPECT_FALSE(reminder.isLocationBased());
     EXPECT_FALSE(reminder.locationName());
