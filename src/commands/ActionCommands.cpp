@@ -4,18 +4,6 @@
 #include "platform/foundation/ISO8601.h"
 
 namespace zun {
-namespace {
-
-// Prints the record as the store has it after everything that was started is durable.
-int printSettled(CommandContext& context, const std::string& reminderID) {
-    context.manager.waitUntilSettled();
-    const auto reminder = context.fetch(reminderID);
-    if (!reminder) return context.fail(fmt::format("The reminder {} could not be written.", reminderID));
-    context.printRecord(*reminder);
-    return ExitStatus::done;
-}
-
-}  // namespace
 
 int completeCommand(CommandContext& context, const std::string& reminderID) {
     const auto reminder = context.find(reminderID);
@@ -24,7 +12,7 @@ int completeCommand(CommandContext& context, const std::string& reminderID) {
     std::string completedID = reminderID;
     context.manager.completeReminder(
         reminder, [&](const ReminderPtr& completed) { completedID = completed->reminderID().value_or(reminderID); });
-    return printSettled(context, completedID);
+    return context.printStored(completedID);
 }
 
 int uncompleteCommand(CommandContext& context, const std::string& reminderID) {
@@ -33,7 +21,7 @@ int uncompleteCommand(CommandContext& context, const std::string& reminderID) {
     if (!reminder->completed_date()) return context.fail("The reminder is not completed.");
     const bool isCopy = reminder->repeat_type() != RepeatType::none;
     context.manager.undoCompletionForReminder(reminder);
-    return printSettled(context, isCopy ? reminderID.substr(0, reminderID.find('+')) : reminderID);
+    return context.printStored(isCopy ? reminderID.substr(0, reminderID.find('+')) : reminderID);
 }
 
 int snoozeCommand(CommandContext& context, const std::string& reminderID, const std::optional<std::string>& until) {
@@ -45,7 +33,7 @@ int snoozeCommand(CommandContext& context, const std::string& reminderID, const 
     if (!reminder) return ExitStatus::notPossible;
     if (reminder->completed_date()) return context.fail("The reminder is completed.");
     context.manager.snoozeReminder(reminder, date);
-    return printSettled(context, reminderID);
+    return context.printStored(reminderID);
 }
 
 int unsnoozeCommand(CommandContext& context, const std::string& reminderID) {
@@ -53,7 +41,7 @@ int unsnoozeCommand(CommandContext& context, const std::string& reminderID) {
     if (!reminder) return ExitStatus::notPossible;
     if (!reminder->onGetIsSnoozed()) return context.fail("The reminder is not snoozed.");
     context.manager.undoSnoozeForReminder(reminder);
-    return printSettled(context, reminderID);
+    return context.printStored(reminderID);
 }
 
 int skipCommand(CommandContext& context) {
@@ -62,7 +50,7 @@ int skipCommand(CommandContext& context) {
     std::rotate(deck.begin(), deck.begin() + 1, deck.end());
     const auto skippedID = deck.back()->reminderID().value_or("");
     context.manager.bulkSortAndUpdate(deck, ShouldSyncWithiCloud::Yes);
-    return printSettled(context, skippedID);
+    return context.printStored(skippedID);
 }
 
 int deleteCommand(CommandContext& context, const std::string& reminderID) {

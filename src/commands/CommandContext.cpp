@@ -28,6 +28,17 @@ void CommandContext::printRecord(const ZNReminderObject& reminder) {
     print(helper.reminderAsString(reminder));
 }
 
+int CommandContext::printStored(const std::string& reminderID) {
+    manager.waitUntilSettled();
+    const auto reminder = fetch(reminderID);
+    if (reminder) {
+        printRecord(*reminder);
+        return ExitStatus::done;
+    }
+    missing = fmt::format("The reminder {} is not there any more.", reminderID);
+    return ExitStatus::notPossible;
+}
+
 ReminderPtr CommandContext::fetch(const std::string& reminderID) {
     return manager.fetchReminderWithReminderID(reminderID);
 }

@@ -36,12 +36,16 @@ struct CommandContext {
 
     std::string out{};  // what goes to standard output once the command is done
     std::string err{};  // sentences for standard error
+    // A sentence about a record that is missing after its write; not for standard error if a failed write says why.
+    std::string missing{};
 
     int fail(std::string_view sentence, int status = ExitStatus::notPossible);
     void print(std::string_view line);
     void printJSON(const boost::json::value& value);
     // A record for scripts, or a few lines about it for people.
     void printRecord(const ZNReminderObject& reminder);
+    // Waits until everything that was started is durable, and prints the record as the store has it then.
+    int printStored(const std::string& reminderID);
 
     // The stored record that is there for the user; null, with a sentence on standard error, if there is none.
     [[nodiscard]] ReminderPtr find(const std::string& reminderID);

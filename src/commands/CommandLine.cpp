@@ -1,6 +1,7 @@
 #include "commands/CommandLine.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <array>
 #include <fstream>
 #include <iostream>
@@ -172,7 +173,12 @@ int runCommand(const CommandLine& line, CommandContext& context, const std::func
     if (failure) {
         // What would have been printed did not come to be.
         context.out.clear();
-        status = context.fail(failure->message);
+        status = ExitStatus::notPossible;
+        const bool isTold = std::ranges::any_of(
+            health.findings, [&](const auto& finding) { return finding.message == failure->message; });
+        if (!isTold) context.fail(failure->message);
+    } else if (!context.missing.empty()) {
+        context.fail(context.missing);
     }
     flush();
     return status;

@@ -20,12 +20,8 @@ int addCommand(CommandContext& context, const ReminderOptions& options) {
     if (const auto error = applyFields(std::get<ReminderFields>(read), *reminder)) return failWith(context, *error);
     reminder->setCreated_date(context.environment.now());
     context.manager.saveReminder(reminder, ShouldSyncWithiCloud::Yes);
-    context.manager.waitUntilSettled();
-    if (context.json) {
-        context.printRecord(*reminder);
-    } else {
-        context.print(reminder->reminderID().value_or(""));
-    }
+    if (context.json) return context.printStored(reminder->reminderID().value_or(""));
+    context.print(reminder->reminderID().value_or(""));
     return ExitStatus::done;
 }
 
@@ -37,9 +33,7 @@ int editCommand(CommandContext& context, const std::string& reminderID, const Re
     if (const auto error = applyFields(std::get<ReminderFields>(read), *reminder)) return failWith(context, *error);
 
     context.manager.updateReminder(reminder, ShouldUpdateDateModified::Yes, ShouldSyncWithiCloud::Yes);
-    context.manager.waitUntilSettled();
-    context.printRecord(*reminder);
-    return ExitStatus::done;
+    return context.printStored(reminderID);
 }
 
 int openCommand(CommandContext& context, const std::string& url) {
@@ -50,14 +44,11 @@ int openCommand(CommandContext& context, const std::string& url) {
         } else if (!shouldShowEditor) {
             reminder->setCreated_date(context.environment.now());
             context.manager.saveReminder(reminder, ShouldSyncWithiCloud::Yes);
-            context.manager.waitUntilSettled();
-            context.printRecord(*reminder);
-            status = ExitStatus::done;
+            status = context.printStored(reminder->reminderID().value_or(""));
         } else if (context.openInApplication(url)) {
             status = ExitStatus::done;
         } else {
-            context.fail(
-                "Zun is not running, and the link asks for its editor. Start Zun, or add silent=0 to the link.");
+            context.fail("Zun is not running, and without silent=0 the link asks for its editor.");
         }
     });
     return status;

@@ -48,13 +48,13 @@ std::vector<Row> rowsForList(CommandContext& context, ListKind kind, const std::
     return {};
 }
 
-// Titles may hold anything; on a terminal each takes one line and no control character gets through.
-std::string oneLine(std::string_view title) {
+// Titles and places may hold anything; on a terminal each takes one line and no control character gets through.
+std::string oneLine(std::string_view text) {
     constexpr std::size_t longest = 200;
     std::string line;
-    for (const char c : title.substr(0, longest))
+    for (const char c : text.substr(0, longest))
         line += static_cast<unsigned char>(c) < 0x20 || c == 0x7f ? ' ' : c;
-    if (title.size() > longest) {
+    if (text.size() > longest) {
         while (!line.empty() && (static_cast<unsigned char>(line.back()) & 0xc0u) == 0x80u)
             line.pop_back();
         if (!line.empty() && (static_cast<unsigned char>(line.back()) & 0x80u)) line.pop_back();
@@ -82,7 +82,7 @@ int listCommand(CommandContext& context, ListKind kind, const std::string& searc
         } else {
             const auto& reminder = *std::get<ReminderPtr>(row);
             context.print(fmt::format("{}  {}  ({})", reminder.reminderID().value_or(""), oneLine(reminder.title()),
-                                      context.helper.subtitleStringForReminder(reminder)));
+                                      oneLine(context.helper.subtitleStringForReminder(reminder))));
         }
     }
     return ExitStatus::done;

@@ -1,5 +1,6 @@
 #include "commands/CommandLine.h"
 
+#include <SQLiteCpp/SQLiteCpp.h>
 #include <gtest/gtest.h>
 
 #include <boost/json.hpp>
@@ -160,6 +161,34 @@ TEST_F(CommandLineTest, LinksForTheEditorGoToTheRunningApplication) {
         "given string\n"
         "Zun was unable to create a reminder using the URL scheme zun.create: There was an error parsing the URL\n");
     EXPECT_EQ(titles(zunctlJSON({"list", "--all"})), "");
+}
+
+TEST_F(CommandLineTest, WhatIsPrintedCanBeReadBack) {
+    EXPECT_EQ(zunctlJSON({"add", "bad \xff"}).at("title"), "bad \uFFFD");
+    const auto last = add({"last", "--date", "9999-12-31T09:00:00Z", "--repeat", "daily"});
+    add({"first", "--date", "0001-01-01T00:00:00+01:00"});
+    EXPECT_EQ(zunctlJSON({"complete", last}).at("due_date"), "9999-12-31T09:00:00Z");
+    ASSERT_EQ(zunctl({"export"}), 0);
+    const auto exported = out;
+    EXPECT_NE(exported.find("+010000-01-01T09:00:00Z"), std::string::npos) << exported;
+    std::ofstream(folder.path() / "records.jsonl") << exported;
+    EXPECT_EQ(zunctl({"import", folder.path() / "records.jsonl"}), 0) << err;
+    ASSERT_EQ(zunctl({"export"}), 0);
+    EXPECT_EQ(out, exported);
+}
+
+TEST_F(CommandLineTest, TellsOnceThatTheStoreIsOfANewerVersion) {
+    const auto id = add({"old", "--date", "2026-01-01T09:00", "--repeat", "daily"});
+    SQLite::Database(folder.path() / "data" / "reminders.sqlite", SQLite::OPEN_READWRITE)
+        .exec("PRAGMA user_version = 1000");
+    for (const std::vector<std::string>& words :
+         std::vector<std::vector<std::string>>{{"add", "new"}, {"complete", id}, {"edit", id, "--title", "new"}}) {
+        EXPECT_EQ(zunctl(words), 1);
+        EXPECT_EQ(out, "");
+        EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1) << err;
+        EXPECT_NE(err.find("newer version"), std::string::npos) << err;
+    }
+    EXPECT_EQ(zunctl({"show", id}), 0);
 }
 
 TEST_F(CommandLineTest, SaysInOneSentenceWhatIsNotPossible) {
