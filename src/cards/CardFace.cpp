@@ -71,13 +71,20 @@ QString singleLine(QString text) {
     return text.replace(u'\n', u' ').trimmed();
 }
 
+// Lines in which nothing is seen must not push the picture away.
+QString withoutEmptyEnd(QString text) {
+    while (!text.isEmpty() && text.back().isSpace())
+        text.chop(1);
+    return text;
+}
+
 }  // namespace
 
 CardContent CardContent::of(const ZNReminderObject& reminder, const CardTexts& texts) {
     const ReminderAttributes attributes = reminder.attributes();
     CardContent content;
     content.title = singleLine(displayText(attributes.title, titleLimit));
-    content.notes = displayText(attributes.notes.value_or(std::string()), notesLimit);
+    content.notes = withoutEmptyEnd(displayText(attributes.notes.value_or(std::string()), notesLimit));
     content.dateText = singleLine(displayText(texts.dateText(reminder), titleLimit)).toUpper();
     content.pictureName = QString::fromStdString(texts.topicPictureName(reminder));
     content.lateness = texts.lateness(reminder);

@@ -7,6 +7,7 @@
 #include <QTextLayout>
 #include <algorithm>
 #include <cmath>
+#include <utility>
 
 #include "toolkit/ZNFonts.h"
 
@@ -153,7 +154,7 @@ QString displayText(std::string_view utf8, qsizetype limit) {
             character = u' ';
         }
     }
-    return text;
+    return withJoinableEmoji(std::move(text));
 }
 
 TextBlock::TextBlock(const QString& text, const TextStyle& style, double width) {

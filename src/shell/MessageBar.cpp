@@ -1,11 +1,11 @@
 #include "shell/MessageBar.h"
 
-#include <QFontMetrics>
 #include <QKeyEvent>
 #include <QPainter>
 #include <QPointer>
 #include <algorithm>
 
+#include "cards/TextBlock.h"
 #include "toolkit/Tokens.h"
 #include "toolkit/ZNFonts.h"
 
@@ -21,11 +21,13 @@ constexpr int padding = 14;
 constexpr int widest = 440;
 constexpr double radius = 8;
 constexpr QRgb ground = 0xf228113f;
-// A folder's name may have no place to break.
-constexpr int wrapping = Qt::TextWordWrap | Qt::TextWrapAnywhere;
 
-QFont messageFont() {
-    return appFontWithSizeStyle(SizeStyle::Paragraph, 4);
+TextBlock laidOut(const QString& message, int width) {
+    TextStyle style;
+    style.font = appFontWithSizeStyle(SizeStyle::Paragraph, 4);
+    style.color = QColor::fromRgba(tokens::groundText);
+    style.lineHeight = tokens::notesLineHeight;
+    return {message, style, static_cast<double>(width - 2 * padding)};
 }
 
 }  // namespace
@@ -66,14 +68,11 @@ void MessageBar::leave() {
         });
 }
 
-QRect MessageBar::textRect(int width) const {
-    return QFontMetrics(messageFont()).boundingRect(QRect(0, 0, width - 2 * padding, 1000), wrapping, _message);
-}
-
 void MessageBar::place() {
     const auto area = parentWidget()->rect();
     const int width = std::min(area.width() - 2 * margin, widest);
-    const int height = std::min(textRect(width).height() + 2 * padding, area.height() - 2 * margin);
+    const int height =
+        std::min(static_cast<int>(laidOut(_message, width).height()) + 2 * padding, area.height() - 2 * margin);
     setGeometry((area.width() - width) / 2, area.bottom() - margin - height, width, height);
 }
 
@@ -90,9 +89,8 @@ void MessageBar::paintEvent(QPaintEvent*) {
         painter.setBrush(Qt::NoBrush);
         painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset), radius - inset, radius - inset);
     }
-    painter.setPen(QColor::fromRgba(tokens::groundText));
-    painter.setFont(messageFont());
-    painter.drawText(rect().adjusted(padding, padding, -padding, -padding), wrapping | Qt::AlignVCenter, _message);
+    painter.setClipRect(rect().adjusted(padding, padding, -padding, -padding));
+    laidOut(_message, width()).paint(painter, QPointF(padding, padding));
 }
 
 void MessageBar::mouseReleaseEvent(QMouseEvent*) {

@@ -30,7 +30,6 @@ class MessageBar final : public ZNView {
 
   private:
     void leave();
-    [[nodiscard]] QRect textRect(int width) const;
 
     Dispatch& _dispatch;
     ZNAnimationTimeline& _animations;

@@ -13,12 +13,14 @@
 namespace zun {
 namespace {
 
-// A title inside a sentence: one line, and no longer than a sentence bears.
-std::string shortTitle(const ZNReminderObject& reminder) {
+// A title inside a sentence: one line, no longer than a sentence bears, and without power over the direction in which
+// the rest is read.
+std::string quoted(const ZNReminderObject& reminder) {
     constexpr qsizetype longest = 60;
-    const QString title = displayText(reminder.title(), longest + 1).simplified();
-    if (title.size() <= longest) return title.toStdString();
-    return (displayText(title.toStdString(), longest).trimmed() + u'…').toStdString();
+    const QString whole = displayText(reminder.title(), 2 * longest).simplified();
+    const QString start = displayText(whole.toStdString(), longest);
+    const QString title = start.size() < whole.size() ? start.trimmed() + u'…' : whole;
+    return (QChar(0x2068) + title + QChar(0x2069)).toStdString();
 }
 
 }  // namespace
@@ -71,7 +73,7 @@ void ZNTabViewController::showCardEditor(const ReminderPtr& reminder) {
     };
     if (reminder->reminderID()) return message("Editor_Missing_Message", *reminder->reminderID());
     const bool isKept = _with.keptReminders.keep(*reminder);
-    message(isKept ? "URL_Reminder_Kept_Message" : "URL_Reminder_Not_Kept_Message", shortTitle(*reminder));
+    message(isKept ? "URL_Reminder_Kept_Message" : "URL_Reminder_Not_Kept_Message", quoted(*reminder));
 }
 
 void ZNTabViewController::onSetActiveTab(int tab) {

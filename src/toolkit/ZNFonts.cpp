@@ -68,7 +68,7 @@ bool beginsEmoji(const Walker& walker) {
     if (character < 0x80) return next == keyCap || (next == pictureSelector && has(character, UCHAR_EMOJI));
     if (next == textSelector) return false;
     return has(character, UCHAR_EMOJI_PRESENTATION) || has(character, UCHAR_REGIONAL_INDICATOR) ||
-           (next == pictureSelector && has(character, UCHAR_EMOJI));
+           ((next == pictureSelector || next == joiner) && has(character, UCHAR_EMOJI));
 }
 
 bool continuesEmoji(char32_t character) {
@@ -137,6 +137,19 @@ QList<TextRun> emojiRuns(QStringView text) {
         }
     }
     return runs;
+}
+
+QString withJoinableEmoji(QString text) {
+    const QChar selector(static_cast<char16_t>(pictureSelector));
+    for (qsizetype at = text.indexOf(selector); at >= 0; at = text.indexOf(selector, at)) {
+        const char32_t next = at + 1 < text.size() ? text[at + 1].unicode() : 0;
+        if (next == joiner || next == keyCap) {
+            text.remove(at, 1);
+        } else {
+            ++at;
+        }
+    }
+    return text;
 }
 
 QList<QTextLayout::FormatRange> emojiFormats(QStringView text, int size) {

@@ -36,6 +36,9 @@ struct TextRun {
 // flags and joined sequences. A character followed by the text selector is none.
 [[nodiscard]] QList<TextRun> emojiRuns(QStringView text);
 
+// The text without the picture selectors inside joined sequences and key caps, over which Qt would not join them.
+[[nodiscard]] QString withJoinableEmoji(QString text);
+
 // Formats that draw these runs in colour, for QTextLayout.
 [[nodiscard]] QList<QTextLayout::FormatRange> emojiFormats(QStringView text, int size);
 

@@ -6,6 +6,7 @@
 #include <QGuiApplication>
 #include <QImage>
 #include <QPainter>
+#include <QTextLayout>
 #include <algorithm>
 #include <cmath>
 #include <set>
@@ -15,6 +16,7 @@
 #include "cards/DeckToolbar.h"
 #include "toolkit/Pictures.h"
 #include "toolkit/Tokens.h"
+#include "toolkit/ZNFonts.h"
 
 namespace zun {
 namespace {
@@ -150,6 +152,14 @@ TEST_F(CardPictures, CutsWhatIsTooLongBeforeItCosts) {
     }
 }
 
+TEST_F(CardPictures, KeepsItsPictureOverEmptyLines) {
+    ReminderAttributes attributes;
+    attributes.notes = "Said" + std::string(500, '\n') + " \t";
+    const CardContent made = CardContent::of(ZNReminderObject(attributes), PlainTexts());
+    EXPECT_EQ(made.notes, "Said");
+    EXPECT_EQ(faceOf(made).bannerAlpha(), 1);
+}
+
 TEST_F(CardPictures, EndsATitleThatIsTooLongInAnEllipsis) {
     // Without notes on a short card four lines are shown; what does not fit is told apart from what does.
     const QImage fitting = render(faceOf(content("one two three four")));
@@ -211,6 +221,25 @@ TEST_F(CardPictures, DrawsEmojiInColour) {
         }
     }
     EXPECT_GE(hues.size(), 3u);
+}
+
+TEST_F(CardPictures, DrawsJoinedEmojiAsOne) {
+    const auto widthOf = [](const char* emoji) {
+        TextStyle style;
+        style.font = appFont(24);
+        const QString text = displayText(emoji, 100);
+        QTextLayout layout(text, style.font);
+        layout.setFormats(emojiFormats(text, 24));
+        layout.beginLayout();
+        const double width = layout.createLine().naturalTextWidth();
+        layout.endLayout();
+        return width;
+    };
+    const double one = widthOf("\U0001F389");
+    for (const char* emoji : {"\U0001F3F3\uFE0F\u200D\U0001F308", "1\uFE0F\u20E3", "\u2764\uFE0F\u200D\U0001F525",
+                              "\U0001F468\u200D\U0001F469\u200D\U0001F467", "\u2600\uFE0F"}) {
+        EXPECT_NEAR(widthOf(emoji), one, one / 4) << emoji;
+    }
 }
 
 TEST_F(CardPictures, OffersOnlyLinksThatAreSeenAndSafe) {
