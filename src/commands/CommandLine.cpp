@@ -153,7 +153,8 @@ std::optional<int> parseCommandLine(int argc, const char* const* argv, CommandLi
     return std::nullopt;
 }
 
-int runCommand(const CommandLine& line, CommandContext& context, const std::function<void()>& flush) {
+int runCommand(const CommandLine& line, CommandContext& context,
+               const std::function<bool(const std::string& out)>& print) {
     std::mutex mutex;
     std::optional<StoreError> failure;
     context.database.setFailureHandler([&](const StoreError& error) {
@@ -180,8 +181,7 @@ int runCommand(const CommandLine& line, CommandContext& context, const std::func
     } else if (!context.missing.empty()) {
         context.fail(context.missing);
     }
-    flush();
-    return status;
+    return print(context.out) ? status : context.fail(answerNotWritten);
 }
 
 }  // namespace zun

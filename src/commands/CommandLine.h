@@ -5,6 +5,7 @@
 #include <functional>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "commands/CommandContext.h"
 #include "commands/Commands.h"
@@ -22,8 +23,13 @@ struct CommandLine {
 // Reads the words. A status to end with if there is nothing to run: help was printed, or what is wrong.
 [[nodiscard]] std::optional<int> parseCommandLine(int argc, const char* const* argv, CommandLine& line);
 
-// Runs the command and waits until what it started is durable. A store that cannot be used, or a write that failed, is
-// a sentence on standard error and the status 1. Prints through `flush` before it returns.
-[[nodiscard]] int runCommand(const CommandLine& line, CommandContext& context, const std::function<void()>& flush);
+// Runs the command, waits until what it started is durable, and hands its answer to `print`, which says whether it
+// could be written. A store that cannot be used, a write that failed or an answer that got lost is a sentence in
+// `context.err`, which the caller prints, and the status 1.
+[[nodiscard]] int runCommand(const CommandLine& line, CommandContext& context,
+                             const std::function<bool(const std::string& out)>& print);
+
+// For a backup or a script, half an answer is worse than none.
+inline constexpr std::string_view answerNotWritten = "The answer could not be written.";
 
 }  // namespace zun

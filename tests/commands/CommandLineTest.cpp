@@ -24,6 +24,7 @@ class CommandLineTest : public testing::Test {
     TemporaryFolder folder;
     std::vector<std::string> handedOver;
     bool applicationRuns = false;
+    bool outputIsFull = false;
     std::string out, err;
 
     int zunctl(std::vector<std::string> words) {
@@ -52,10 +53,12 @@ class CommandLineTest : public testing::Test {
                                    return applicationRuns;
                                }};
         context.json = line.json;
-        return runCommand(line, context, [&] {
-            out = context.out;
-            err = context.err;
+        const int status = runCommand(line, context, [&](const std::string& answer) {
+            out = answer;
+            return !outputIsFull;
         });
+        err = context.err;
+        return status;
     }
 
     json::value zunctlJSON(std::vector<std::string> words) {
@@ -144,6 +147,9 @@ TEST_F(CommandLineTest, ExportAndImportLoseNothing) {
     ASSERT_EQ(zunctl({"export"}), 0);
     EXPECT_EQ(out, exported);
     EXPECT_EQ(zunctl({"import", folder.path() / "missing"}), 1);
+    outputIsFull = true;
+    EXPECT_EQ(zunctl({"export"}), 1);
+    EXPECT_EQ(err, "zunctl: The answer could not be written.\n");
 }
 
 TEST_F(CommandLineTest, LinksForTheEditorGoToTheRunningApplication) {

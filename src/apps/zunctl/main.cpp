@@ -1,5 +1,7 @@
 // The command line over the same store as the application.
 
+#include <fmt/format.h>
+
 #include <cstdio>
 #include <memory>
 
@@ -10,9 +12,11 @@
 
 namespace {
 
-void write(std::FILE* stream, const std::string& text) {
-    std::fwrite(text.data(), 1, text.size(), stream);
-    std::fflush(stream);
+bool write(std::FILE* stream, const std::string& text) {
+    return std::fwrite(text.data(), 1, text.size(), stream) == text.size() && std::fflush(stream) == 0;
+}
+bool print(const std::string& out) {
+    return write(stdout, out);
 }
 
 int run(const zun::CommandLine& line) {
@@ -20,8 +24,9 @@ int run(const zun::CommandLine& line) {
     if (line.isDoctor) {
         std::string out;
         const int status = zun::doctorCommand(home.data, zun::SystemEnvironment(), line.json, out);
-        write(stdout, out);
-        return status;
+        if (print(out)) return status;
+        write(stderr, fmt::format("zunctl: {}\n", zun::answerNotWritten));
+        return zun::ExitStatus::notPossible;
     }
     zun::Core core(home, std::make_shared<zun::LoopQueue>());
 
@@ -33,10 +38,9 @@ int run(const zun::CommandLine& line) {
                                 core.helper,
                                 [&](const std::string& url) { return zun::ApplicationCaller(home.busName).open(url); }};
     context.json = line.json;
-    return zun::runCommand(line, context, [&] {
-        write(stdout, context.out);
-        write(stderr, context.err);
-    });
+    const int status = zun::runCommand(line, context, print);
+    write(stderr, context.err);
+    return status;
 }
 
 }  // namespace
