@@ -4,6 +4,7 @@
 
 #include <boost/json/serialize.hpp>
 
+#include "commands/TerminalText.h"
 #include "text/RecordJSON.h"
 
 namespace zun {
@@ -24,8 +25,9 @@ void CommandContext::printJSON(const boost::json::value& value) {
 
 void CommandContext::printRecord(const ZNReminderObject& reminder) {
     if (json) return printJSON(jsonFromRecord(reminder.attributes()));
-    print(fmt::format("{}  {}", reminder.reminderID().value_or(""), helper.subtitleStringForReminder(reminder)));
-    print(helper.reminderAsString(reminder));
+    print(fmt::format("{}  {}", reminder.reminderID().value_or(""),
+                      terminalLine(helper.subtitleStringForReminder(reminder))));
+    print(terminalText(helper.reminderAsString(reminder), LineBreaks::Kept));
 }
 
 int CommandContext::printStored(const std::string& reminderID) {

@@ -4,6 +4,7 @@
 
 #include "ZunDataModel/SearchFolding.h"
 #include "commands/Commands.h"
+#include "commands/TerminalText.h"
 #include "core/ListSections.h"
 #include "platform/foundation/ISO8601.h"
 #include "text/RecordJSON.h"
@@ -48,21 +49,6 @@ std::vector<Row> rowsForList(CommandContext& context, ListKind kind, const std::
     return {};
 }
 
-// Titles and places may hold anything; on a terminal each takes one line and no control character gets through.
-std::string oneLine(std::string_view text) {
-    constexpr std::size_t longest = 200;
-    std::string line;
-    for (const char c : text.substr(0, longest))
-        line += static_cast<unsigned char>(c) < 0x20 || c == 0x7f ? ' ' : c;
-    if (text.size() > longest) {
-        while (!line.empty() && (static_cast<unsigned char>(line.back()) & 0xc0u) == 0x80u)
-            line.pop_back();
-        if (!line.empty() && (static_cast<unsigned char>(line.back()) & 0x80u)) line.pop_back();
-        line += "...";
-    }
-    return line;
-}
-
 }  // namespace
 
 int listCommand(CommandContext& context, ListKind kind, const std::string& search) {
@@ -81,8 +67,9 @@ int listCommand(CommandContext& context, ListKind kind, const std::string& searc
             context.print(context.out.empty() ? *title : "\n" + *title);
         } else {
             const auto& reminder = *std::get<ReminderPtr>(row);
-            context.print(fmt::format("{}  {}  ({})", reminder.reminderID().value_or(""), oneLine(reminder.title()),
-                                      oneLine(context.helper.subtitleStringForReminder(reminder))));
+            context.print(fmt::format("{}  {}  ({})", reminder.reminderID().value_or(""),
+                                      terminalLine(reminder.title()),
+                                      terminalLine(context.helper.subtitleStringForReminder(reminder))));
         }
     }
     return ExitStatus::done;

@@ -183,6 +183,16 @@ TEST_F(CommandLineTest, WhatIsPrintedCanBeReadBack) {
     EXPECT_EQ(out, exported);
 }
 
+TEST_F(CommandLineTest, PrintsNothingThatATerminalObeys) {
+    const auto id = add({"a\x1b[31m\u009b\u202eb\nc " + std::string(300, 'x')});
+    ASSERT_EQ(zunctl({"list"}), 0);
+    EXPECT_EQ(out, id + "  a [31m b c " + std::string(200 - 12, 'x') + "...  (Added now)\n");
+    ASSERT_EQ(zunctl({"show", id}), 0);
+    EXPECT_EQ(out, id + "  Added now\na [31m b\nc " + std::string(300, 'x') + "\n");
+    ASSERT_EQ(zunctl({"copy", id}), 0);
+    EXPECT_EQ(out, "a\x1b[31m\u009b\u202eb\nc " + std::string(300, 'x') + "\n");
+}
+
 TEST_F(CommandLineTest, TellsOnceThatTheStoreIsOfANewerVersion) {
     const auto id = add({"old", "--date", "2026-01-01T09:00", "--repeat", "daily"});
     SQLite::Database(folder.path() / "data" / "reminders.sqlite", SQLite::OPEN_READWRITE)

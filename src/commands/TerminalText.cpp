@@ -1,0 +1,63 @@
+#include "commands/TerminalText.h"
+
+#include <unicode/utf8.h>
+
+#include <cstdint>
+
+namespace zun {
+namespace {
+
+bool isControl(UChar32 character) {
+    return character < 0x20 || (character >= 0x7F && character <= 0x9F);
+}
+bool turnsDirection(UChar32 character) {
+    return (character >= 0x202A && character <= 0x202E) || (character >= 0x2066 && character <= 0x2069);
+}
+
+// Calls the block with each character and its bytes until it returns false. What is no UTF-8 counts as controls.
+template <typename Block>
+void forEachCharacter(std::string_view text, Block block) {
+    const auto* bytes = reinterpret_cast<const uint8_t*>(text.data());
+    const auto size = static_cast<int64_t>(text.size());
+    for (int64_t at = 0; at < size;) {
+        const auto begin = at;
+        UChar32 character = 0;
+        U8_NEXT(bytes, at, size, character);
+        if (!block(character, text.substr(static_cast<std::size_t>(begin), static_cast<std::size_t>(at - begin))))
+            return;
+    }
+}
+
+}  // namespace
+
+std::string terminalText(std::string_view text, LineBreaks lineBreaks) {
+    std::string result;
+    result.reserve(text.size());
+    forEachCharacter(text, [&](UChar32 character, std::string_view bytes) {
+        const bool isKeptBreak = character == '\n' && lineBreaks == LineBreaks::Kept;
+        if (isControl(character) && !isKeptBreak) {
+            result += ' ';
+        } else if (!turnsDirection(character)) {
+            result += bytes;
+        }
+        return true;
+    });
+    return result;
+}
+
+std::string terminalLine(std::string_view text) {
+    constexpr int most = 200;
+    int count = 0;
+    std::size_t length = 0;
+    forEachCharacter(text, [&](UChar32, std::string_view bytes) {
+        if (count == most) return false;
+        ++count;
+        length += bytes.size();
+        return true;
+    });
+    auto line = terminalText(text.substr(0, length), LineBreaks::MadeBlanks);
+    if (length < text.size()) line += "...";
+    return line;
+}
+
+}  // namespace zun

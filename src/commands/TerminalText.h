@@ -1,0 +1,19 @@
+#pragma once
+
+// Text that came from anywhere, made fit for a terminal.
+
+#include <string>
+#include <string_view>
+
+namespace zun {
+
+enum class LineBreaks { Kept, MadeBlanks };
+
+// Control characters become blanks, so that no text moves the cursor or sets colours; marks that turn the reading
+// direction of what follows are left out.
+[[nodiscard]] std::string terminalText(std::string_view text, LineBreaks lineBreaks);
+
+// One line of at most 200 characters; what is cut off shows as "...".
+[[nodiscard]] std::string terminalLine(std::string_view text);
+
+}  // namespace zun
