@@ -39,7 +39,7 @@ int snoozeCommand(CommandContext& context, const std::string& reminderID, const 
 int unsnoozeCommand(CommandContext& context, const std::string& reminderID) {
     const auto reminder = context.find(reminderID);
     if (!reminder) return ExitStatus::notPossible;
-    if (!reminder->onGetIsSnoozed()) return context.fail("The reminder is not snoozed.");
+    // Put off to a moment before its due date, a reminder does not read as snoozed; it comes back all the same.
     context.manager.undoSnoozeForReminder(reminder);
     return context.printStored(reminderID);
 }

@@ -103,7 +103,10 @@ TEST_F(CommandLineTest, DeckIsSnoozedAndSkipped) {
     EXPECT_EQ(zunctlJSON({"skip"}).at("reminderID"), json::value(second));
     EXPECT_EQ(titles(zunctlJSON({"list", "--deck"})), "first second ");
 
-    EXPECT_EQ(zunctl({"unsnooze", first}), 1);
+    const auto later = add({"later", "--date", "2026-02-01T09:00"});
+    EXPECT_EQ(zunctlJSON({"snooze", later, "--until", "2026-01-31T09:00"}).at("isSnoozed"), false);
+    EXPECT_EQ(zunctlJSON({"unsnooze", later}).at("fire_date"), "2026-02-01T09:00:00Z");
+    EXPECT_EQ(zunctl({"delete", later}), 0);
     const auto snoozed = zunctlJSON({"snooze", first, "--until", "2026-01-20T08:00"});
     EXPECT_EQ(snoozed.at("fire_date"), "2026-01-20T08:00:00Z");
     EXPECT_EQ(snoozed.at("isSnoozed"), true);
