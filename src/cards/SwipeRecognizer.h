@@ -44,6 +44,8 @@ class SwipeRecognizer {
     void startFrom(QPointF displacement) { _progress.displacement = displacement; }
     void cancel();
 
+    // What the latest step that showed gave.
+    [[nodiscard]] const SwipeProgress& progress() const { return _progress; }
     // Summed travel in whole points.
     [[nodiscard]] unsigned gestureDistance() const { return _gestureDistance; }
     [[nodiscard]] bool isVisible() const { return _gestureDistance >= visualStart; }

@@ -23,18 +23,35 @@ void ZNStackView::swipeChanged(QPointF delta, DirectionInvertedFromDevice invert
     const QPointF rest(top.restX, StackGeometry::startingYOffset);
     // A card on its way back is taken up where it is seen.
     if (!_recognizer.isVisible()) _recognizer.startFrom(QPointF(top.centerX.shown(), top.centerY.shown()) - rest);
-    const auto progress = _recognizer.changed(delta, inverted, power);
-    if (!progress) return;
-    top.centerX.jump(rest.x() + progress->displacement.x());
-    top.centerY.jump(rest.y() + progress->displacement.y());
-    for (const int index : {1, 2}) {
-        _stackViews[static_cast<std::size_t>(index)]->cardAlpha.jump(
-            StackGeometry::alphaMovingUp(index, progress->fade));
-    }
-    top.setSkipStatusWithPercentage(progress->skip);
-    top.setSnoozeStatusWithPercentage(progress->snooze);
-    top.setCompleteStatusWithPercentage(progress->complete);
+    if (!_recognizer.changed(delta, inverted, power)) return;
+    showSwipe();
     repaintMoved();
+}
+
+void ZNStackView::showSwipe() {
+    ZNStackViewItem& top = *topItem();
+    const SwipeProgress& progress = _recognizer.progress();
+    top.centerX.jump(top.restX + progress.displacement.x());
+    top.centerY.jump(StackGeometry::startingYOffset + progress.displacement.y());
+    for (const int index : {1, 2}) {
+        ZNStackViewItem& below = *_stackViews[static_cast<std::size_t>(index)];
+        if (!below.cardHidden) below.cardAlpha.jump(StackGeometry::alphaMovingUp(index, progress.fade));
+    }
+    top.setSkipStatusWithPercentage(progress.skip);
+    top.setSnoozeStatusWithPercentage(progress.snooze);
+    top.setCompleteStatusWithPercentage(progress.complete);
+}
+
+// The deck may be fetched anew at any moment; the card under the finger stays there, and a card that came up in its
+// place takes nothing of the gesture.
+void ZNStackView::goOnWithSwipe(const ReminderPtr& swiped) {
+    if (!_recognizer.isVisible() || _stackViews.empty()) return;
+    const ReminderPtr& now = topItem()->reminder();
+    const bool isSame = !topItem()->cardHidden && swiped && now &&
+                        (swiped == now || (swiped->reminderID() && swiped->reminderID() == now->reminderID()));
+    if (isSame) return showSwipe();
+    _recognizer.cancel();
+    _gatherer.cancel();
 }
 
 void ZNStackView::swipeEnded(SwipePower power) {

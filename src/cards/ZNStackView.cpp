@@ -87,8 +87,7 @@ ZNStackView::Rendered ZNStackView::renderStack(bool animated, Skipped skipped, B
     if (_animating) return Rendered::Dropped;
     if (_stackViews.empty()) return Rendered::Yes;
     _animating = animated;
-    // The cards go back to their places, so a swipe under way goes on from there.
-    _recognizer.startFrom({});
+    const ReminderPtr swiped = topItem()->reminder();
     const int shown = _delegate == nullptr ? 0 : std::min(_delegate->numberOfItemsInStack(), StackGeometry::shownCount);
     const StackGeometry geometry = geometryNow();
     const auto duration = animated ? tokens::renderDuration : tokens::renderDuration.zero();
@@ -103,6 +102,7 @@ ZNStackView::Rendered ZNStackView::renderStack(bool animated, Skipped skipped, B
         [this, self = QPointer<ZNStackView>(this), skipped, completion = std::move(completion)] {
             if (self) finishRender(skipped, completion);
         });
+    goOnWithSwipe(swiped);
     repaintMoved();
     return Rendered::Yes;
 }

@@ -79,6 +79,8 @@ class ZNStackView final : public ZNView, private SwipeSink {
     void swipeEnded(SwipePower power) override;
     void swipeAbandoned() override;
     [[nodiscard]] bool swipesAllowed() const;
+    void showSwipe();
+    void goOnWithSwipe(const ReminderPtr& swiped);
 
     // Answers whether it was dropped.
     enum class Rendered { Yes, Dropped };

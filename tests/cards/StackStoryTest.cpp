@@ -230,6 +230,35 @@ TEST_F(Stack, ShowsASwipeAndSpringsBack) {
     EXPECT_NEAR(item(1).cardAlpha.shown(), 0.6, 1e-9);
 }
 
+TEST_F(Stack, KeepsACardUnderTheFingerWhileTheDeckIsFetched) {
+    deal({"A", "B", "C"});
+    wheel(Qt::ScrollBegin, {});
+    wheel(Qt::ScrollUpdate, {0, -100});
+    std::swap(deck[1], deck[2]);
+    stack->renderStackWithAnimation(false);
+    EXPECT_EQ(item(0).centerY.shown(), 13 - 100);
+    EXPECT_NEAR(item(0).completeStatus(), 100 / 120.0, 1e-9);
+    EXPECT_EQ(item(1).cardAlpha.shown(), 1);
+    wheel(Qt::ScrollUpdate, {0, -30});
+    wheel(Qt::ScrollEnd, {});
+    advance(400);
+    EXPECT_THAT(log, ElementsAre("completed A"));
+
+    // Another card that comes up meanwhile is not thrown in its place.
+    wheel(Qt::ScrollBegin, {});
+    wheel(Qt::ScrollUpdate, {0, -130});
+    deck.insert(deck.begin(), std::make_shared<ZNReminderObject>());
+    stack->renderStackWithAnimation(false);
+    EXPECT_EQ(item(0).centerY.shown(), 13);
+    wheel(Qt::ScrollUpdate, {0, -130});
+    wheel(Qt::ScrollEnd, {});
+    advance(400);
+    EXPECT_THAT(log, ElementsAre("completed A"));
+    EXPECT_EQ(item(0).centerY.shown(), 13);
+    swipe({0, -130});
+    EXPECT_EQ(deck.size(), 2u) << "the next gesture counts";
+}
+
 TEST_F(Stack, RefusesSwipesAndActionsWhileTheyAreOff) {
     deal({"A", "B"});
     respondsToGestures = false;
