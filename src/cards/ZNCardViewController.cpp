@@ -77,6 +77,11 @@ void ZNCardViewController::fetchData() {
     restartTimer();
 }
 
+void ZNCardViewController::writeFailed() {
+    _leaving.clear();
+    fetchData();
+}
+
 void ZNCardViewController::fetchDataFromTheDatabase() {
     takeDeck(_with.manager.fetchAllActiveRemindersWithDefaultSort(true));
 }

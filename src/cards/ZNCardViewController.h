@@ -46,6 +46,8 @@ class ZNCardViewController final : public ZNView, private ZNStackViewDelegate, p
 
     // The full refresh, which also puts the next regular one off by the whole interval.
     void fetchData();
+    // The store refused a change: every card whose write is under way comes back.
+    void writeFailed();
     // The next fetch brings this reminder to the top, once.
     void showReminderWithID(std::string reminderID) { _reminderIDToShowOnTop = std::move(reminderID); }
     // Null with an empty deck.

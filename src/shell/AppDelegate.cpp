@@ -215,8 +215,7 @@ void AppDelegate::reportFailure(const StoreError& error) {
         return text("Store_Unavailable_Message", {folder, error.message});
     }();
     _tabViewController->messages().showMessage(message, MessageBar::Stays::UntilClicked);
-    // A card whose change was not kept comes back.
-    _tabViewController->fetchData();
+    _tabViewController->cardController().writeFailed();
 }
 
 }  // namespace zun

@@ -144,6 +144,15 @@ TEST_F(MainWindowTest, WithoutAnEditorEditingSaysSoAndKeepsWhatIsNew) {
     EXPECT_EQ(record.at("notes"), "For Ana");
 }
 
+TEST_F(MainWindowTest, ACardWhoseWriteFailsComesBackAtOnce) {
+    cards().shouldSnoozeTopCard();
+    notifications.postNotificationName(ZNDatabaseDeDupedNotification);
+    settle();
+    ASSERT_THAT(deck(), ElementsAre("call", "errand")) << "a fetch meanwhile does not bring it back";
+    cards().writeFailed();
+    EXPECT_THAT(deck(), ElementsAre("rent", "call", "errand"));
+}
+
 TEST_F(MainWindowTest, ADirectionAskedForInVainTurnsNoLaterSkip) {
     cards().shouldCompleteTopCard();
     cards().shouldSkipTopCard(ZNCardViewController::FlyLeft::Yes);
