@@ -20,6 +20,9 @@ constexpr int margin = 16;
 constexpr int padding = 14;
 constexpr int widest = 440;
 constexpr double radius = 8;
+constexpr double crossSide = 9;  // of the sign that a click sends the message away
+constexpr int crossRoom = 24;
+constexpr double crossStroke = 1.75;
 constexpr QRgb ground = 0xf228113f;
 
 TextBlock laidOut(const QString& message, int width) {
@@ -27,7 +30,14 @@ TextBlock laidOut(const QString& message, int width) {
     style.font = appFontWithSizeStyle(SizeStyle::Paragraph, 4);
     style.color = QColor::fromRgba(tokens::groundText);
     style.lineHeight = tokens::notesLineHeight;
-    return {message, style, static_cast<double>(width - 2 * padding)};
+    return {message, style, static_cast<double>(width)};
+}
+
+void paintCross(QPainter& painter, QPointF corner) {
+    painter.setPen(
+        QPen(QColor::fromRgba(tokens::groundTextSecondary), crossStroke, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
+    painter.drawLine(corner, corner + QPointF(crossSide, crossSide));
+    painter.drawLine(corner + QPointF(crossSide, 0), corner + QPointF(0, crossSide));
 }
 
 }  // namespace
@@ -45,6 +55,7 @@ MessageBar::MessageBar(Dispatch& dispatch, ZNAnimationTimeline& animations, QWid
 
 void MessageBar::showMessage(const QString& message, Stays stays) {
     _message = message;
+    _stays = stays;
     setAccessibilityLabel(message);
     place();
     show();
@@ -68,11 +79,15 @@ void MessageBar::leave() {
         });
 }
 
+int MessageBar::textWidth(int width) const {
+    return width - 2 * padding - (_stays == Stays::UntilClicked ? crossRoom : 0);
+}
+
 void MessageBar::place() {
     const auto area = parentWidget()->rect();
     const int width = std::min(area.width() - 2 * margin, widest);
-    const int height =
-        std::min(static_cast<int>(laidOut(_message, width).height()) + 2 * padding, area.height() - 2 * margin);
+    const int height = std::min(static_cast<int>(laidOut(_message, textWidth(width)).height()) + 2 * padding,
+                                area.height() - 2 * margin);
     setGeometry((area.width() - width) / 2, area.bottom() - margin - height, width, height);
 }
 
@@ -89,8 +104,9 @@ void MessageBar::paintEvent(QPaintEvent*) {
         painter.setBrush(Qt::NoBrush);
         painter.drawRoundedRect(QRectF(rect()).adjusted(inset, inset, -inset, -inset), radius - inset, radius - inset);
     }
+    if (_stays == Stays::UntilClicked) paintCross(painter, QPointF(width() - padding - crossSide, padding + 4.5));
     painter.setClipRect(rect().adjusted(padding, padding, -padding, -padding));
-    laidOut(_message, width()).paint(painter, QPointF(padding, padding));
+    laidOut(_message, textWidth(width())).paint(painter, QPointF(padding, padding));
 }
 
 void MessageBar::mouseReleaseEvent(QMouseEvent*) {

@@ -30,10 +30,12 @@ class MessageBar final : public ZNView {
 
   private:
     void leave();
+    [[nodiscard]] int textWidth(int width) const;
 
     Dispatch& _dispatch;
     ZNAnimationTimeline& _animations;
     QString _message;
+    Stays _stays = Stays::ForAWhile;
     AnimatedValue _visibility{AnimatedValue::Kind::Fade};
     NSTimer _timer;
     Observation _frames;
