@@ -92,7 +92,7 @@ void ZNZeroStateView::paintEvent(QPaintEvent*) {
 
     painter.setOpacity(_textAlpha.shown());
     const auto paintText = [&](int top, const QString& text, const QFont& font, double lineHeight, QRgb colour) {
-        QTextLayout layout(text, font);
+        QTextLayout layout(QString(text).replace(u'\n', QChar(QChar::LineSeparator)), font);
         QTextOption option;
         option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
         layout.setTextOption(option);
