@@ -113,11 +113,20 @@ void AppDelegate::addObservers() {
 
 void AppDelegate::afterFirstPaint() {
     _with.database.watchForChanges();
+    setWindowIcon();
     reportHealth();
     if (!_with.settings.onGetCloudKitStatus()) cleanupReminders();
     _desktop.start();
     watchSettings();
     scheduleMinute();
+}
+
+// For X11, where no desktop entry tells the window's icon.
+void AppDelegate::setWindowIcon() {
+    QIcon icon;
+    for (const int side : {16, 32, 48, 128})
+        icon.addPixmap(_pictures.pixmap(side < 48 ? "zun_icon" : "zun_icon_large", QSizeF(side, side), 1));
+    _tabWindow->setWindowIcon(icon);
 }
 
 void AppDelegate::cleanupReminders() {

@@ -56,6 +56,7 @@ class AppDelegate final : public QObject {
     void prepareWindow();
     void addObservers();
     void afterFirstPaint();
+    void setWindowIcon();
     void cleanupReminders();
     void minutePassed();
     void scheduleMinute();
