@@ -42,7 +42,7 @@ std::optional<Bytes> bytesFromBase64(std::string_view text) {
             bytes.push_back(static_cast<std::uint8_t>(group >> shift));
         group = 0;
     }
-    bytes.resize(bytes.size() - padding);
+    bytes.erase(bytes.end() - static_cast<std::ptrdiff_t>(padding), bytes.end());
     return bytes;
 }
 
