@@ -32,6 +32,8 @@ ZNCardViewController::ZNCardViewController(const Collaborators& collaborators, Q
       _zeroState(new ZNZeroStateView(collaborators.cards, this)) {
     _stackView->setOverflow(QMargins(0, stackTop, 0, 0));
     _toolbar->setCentreLine(stackTop);
+    // A card that flies passes over logo and number.
+    _toolbar->lower();
     addObservers();
     _stackView->onSetDelegate(this);
 }
@@ -322,7 +324,6 @@ void ZNCardViewController::resizeEvent(QResizeEvent* event) {
     const auto offset = zeroStateXOffset(_with.cards.windowSize().width(), _with.cards.settings.windowLayoutMode());
     _zeroState->move((width() - ZNZeroStateView::size.width()) / 2 + static_cast<int>(offset),
                      (height() - ZNZeroStateView::size.height()) / 2 + ZNZeroStateView::verticalOffset);
-    _toolbar->raise();
 }
 
 }  // namespace zun

@@ -1,5 +1,7 @@
 #include "shell/ShellToolbar.h"
 
+#include <QPainter>
+
 namespace zun {
 namespace {
 
@@ -25,12 +27,19 @@ ZNButton* ShellToolbar::makeButton(const char* icon, const char* tooltipKey, con
     button->setTexts(QString::fromStdString(_strings.string(labelKey)),
                      QString::fromStdString(_strings.string(tooltipKey)));
     button->resize(buttonSide, buttonSide);
+    button->setFace(ZNButton::Face::Parents);
     return button;
 }
 
 void ShellToolbar::setActiveTab(int tab) {
     _cardViewButton->setIconNamed(tab == 0 ? "cardsIconSelected" : "cardsIcon", iconSide);
     _listViewButton->setIconNamed(tab == 1 ? "seeAllIconSelected" : "seeAllIcon", iconSide);
+}
+
+void ShellToolbar::paintFaces(QPainter& painter, const QRect& dirty) const {
+    for (const auto* button : {_cardViewButton, _listViewButton, _addButton, _settingsButton}) {
+        if (button->geometry().intersects(dirty)) button->paintFace(painter, button->geometry(), devicePixelRatioF());
+    }
 }
 
 void ShellToolbar::resizeEvent(QResizeEvent*) {

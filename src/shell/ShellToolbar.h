@@ -24,6 +24,9 @@ class ShellToolbar final : public ZNView {
     [[nodiscard]] ZNButton& settingsButton() { return *_settingsButton; }
     // 0 is the card tab, 1 the list.
     void setActiveTab(int tab);
+    // Paints the icons, in the toolbar's coordinates. The buttons paint only their states: a card that flies passes
+    // between the two.
+    void paintFaces(QPainter& painter, const QRect& dirty) const;
 
   protected:
     void resizeEvent(QResizeEvent* event) override;

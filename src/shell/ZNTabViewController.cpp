@@ -100,11 +100,12 @@ bool ZNTabViewController::showsToolbarBorder() const {
     return _activeTab == 1 || _cardController->reminders().empty();
 }
 
-// The veil lies under the cards, so that one that flies passes over it.
+// The veil and what is on it lie under the cards, so that one that flies passes over them.
 void ZNTabViewController::paintEvent(QPaintEvent* event) {
     QPainter painter(this);
     const QRect veil(0, 0, width(), ShellToolbar::height);
     painter.fillRect(event->rect() & veil, QColor::fromRgba(tokens::toolbarGround));
+    _toolbar->paintFaces(painter, event->rect());
     if (showsToolbarBorder()) painter.fillRect(event->rect() & toolbarBorder(), QColor::fromRgba(tokens::toolbarRule));
 }
 

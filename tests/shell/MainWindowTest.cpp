@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <QWheelEvent>
 #include <boost/json/parse.hpp>
 #include <fstream>
 
@@ -151,6 +152,25 @@ TEST_F(MainWindowTest, ACardWhoseWriteFailsComesBackAtOnce) {
     ASSERT_THAT(deck(), ElementsAre("call", "errand")) << "a fetch meanwhile does not bring it back";
     cards().writeFailed();
     EXPECT_THAT(deck(), ElementsAre("rent", "call", "errand"));
+}
+
+TEST_F(MainWindowTest, ACardPassesOverTheToolbar) {
+    ZNStackView& stack = cards().stackView();
+    const auto swipe = [&](Qt::ScrollPhase phase, QPoint way) {
+        QWheelEvent event({200, 300}, stack.mapToGlobal(QPointF(200, 300)), way, {}, Qt::NoButton, Qt::NoModifier,
+                          phase, true);
+        QCoreApplication::sendEvent(&stack, &event);
+    };
+    const QRect card(stack.stackViews().front()->mapTo(&window, QPoint()), QSize(301, 120));
+    const QRect inside = card.adjusted(12, 12, -12, 0);
+    const QImage atRest = window.grab(inside).toImage();
+    for (const int way : {-40, -60, -80}) {
+        swipe(Qt::ScrollBegin, {});
+        swipe(Qt::ScrollUpdate, {0, way});
+        EXPECT_EQ(window.grab(inside.translated(0, way)).toImage(), atRest) << way;
+        swipe(Qt::ScrollEnd, {});
+        advance(std::chrono::seconds(1));
+    }
 }
 
 TEST_F(MainWindowTest, ADirectionAskedForInVainTurnsNoLaterSkip) {
