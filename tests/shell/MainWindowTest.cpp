@@ -155,6 +155,9 @@ TEST_F(MainWindowTest, ACardWhoseWriteFailsComesBackAtOnce) {
 }
 
 TEST_F(MainWindowTest, ACardPassesOverTheToolbar) {
+    // Here the logo lies in the way of the date line.
+    window.resize(ZNWindow::smallest);
+    advance(std::chrono::seconds(1));
     ZNStackView& stack = cards().stackView();
     const auto swipe = [&](Qt::ScrollPhase phase, QPoint way) {
         QWheelEvent event({200, 300}, stack.mapToGlobal(QPointF(200, 300)), way, {}, Qt::NoButton, Qt::NoModifier,
@@ -164,7 +167,7 @@ TEST_F(MainWindowTest, ACardPassesOverTheToolbar) {
     const QRect card(stack.stackViews().front()->mapTo(&window, QPoint()), QSize(301, 120));
     const QRect inside = card.adjusted(12, 12, -12, 0);
     const QImage atRest = window.grab(inside).toImage();
-    for (const int way : {-40, -60, -80}) {
+    for (const int way : {-76, -80}) {
         swipe(Qt::ScrollBegin, {});
         swipe(Qt::ScrollUpdate, {0, way});
         EXPECT_EQ(window.grab(inside.translated(0, way)).toImage(), atRest) << way;
