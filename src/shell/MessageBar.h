@@ -24,6 +24,8 @@ class MessageBar final : public ZNView {
 
   protected:
     void paintEvent(QPaintEvent* event) override;
+    // A press that is left to the parent would move the window.
+    void mousePressEvent(QMouseEvent*) override {}
     void mouseReleaseEvent(QMouseEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
     bool event(QEvent* event) override;

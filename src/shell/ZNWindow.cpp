@@ -1,9 +1,11 @@
 #include "shell/ZNWindow.h"
 
+#include <QApplication>
 #include <QCloseEvent>
-#include <QGuiApplication>
+#include <QMouseEvent>
 #include <QScreen>
 #include <QSettings>
+#include <QWindow>
 
 namespace zun {
 namespace {
@@ -65,6 +67,23 @@ void ZNWindow::resizeEvent(QResizeEvent* event) {
 void ZNWindow::closeEvent(QCloseEvent* event) {
     rememberPlace();
     event->accept();
+}
+
+void ZNWindow::mousePressEvent(QMouseEvent* event) {
+    if (event->button() == Qt::LeftButton && !isFullScreen()) _heldAt = event->globalPosition().toPoint();
+}
+
+void ZNWindow::mouseMoveEvent(QMouseEvent* event) {
+    if (!_heldAt ||
+        (event->globalPosition().toPoint() - *_heldAt).manhattanLength() < QApplication::startDragDistance())
+        return;
+    _heldAt.reset();
+    // The window manager moves it from here on, with its own edges, snapping and workspaces.
+    if (auto* handle = windowHandle()) handle->startSystemMove();
+}
+
+void ZNWindow::mouseReleaseEvent(QMouseEvent*) {
+    _heldAt.reset();
 }
 
 void ZNWindow::changeEvent(QEvent* event) {

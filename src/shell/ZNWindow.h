@@ -5,6 +5,7 @@
 // it as large as it likes; only the size that is remembered and restored keeps to the stated maximum. Main thread.
 
 #include <filesystem>
+#include <optional>
 
 #include "settings/ZNSettingsObject.h"
 #include "toolkit/ZNGradientView.h"
@@ -27,6 +28,9 @@ class ZNWindow final : public ZNGradientView {
     void restorePlace();
     void toggleFullScreen();
 
+    // Whether the mouse holds the ground, by which the window is moved: nothing that lies on it took the press.
+    [[nodiscard]] bool isHeldByGround() const { return _heldAt.has_value(); }
+
   signals:
     void becameActive();
     void resignedActive();
@@ -35,6 +39,9 @@ class ZNWindow final : public ZNGradientView {
     void resizeEvent(QResizeEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
     void changeEvent(QEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
+    void mouseMoveEvent(QMouseEvent* event) override;
+    void mouseReleaseEvent(QMouseEvent* event) override;
 
   private:
     void rememberPlace() const;
@@ -42,6 +49,7 @@ class ZNWindow final : public ZNGradientView {
     ZNSettingsObject& _settings;
     std::filesystem::path _placeFile;
     QWidget* _content = nullptr;
+    std::optional<QPoint> _heldAt;
 };
 
 }  // namespace zun

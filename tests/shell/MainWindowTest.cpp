@@ -176,6 +176,26 @@ TEST_F(MainWindowTest, ACardPassesOverTheToolbar) {
     }
 }
 
+TEST_F(MainWindowTest, TheWindowIsHeldByItsBareGroundAlone) {
+    window.resize(ZNWindow::smallest);
+    advance(std::chrono::seconds(1));
+    const struct {
+        const char* name;
+        QPoint place;
+        bool holds;
+    } cases[] = {
+        {"beside the card", {20, 300}, true},   {"the toolbar's ground", {150, 15}, true},
+        {"the logo", {200, 40}, true},          {"a button of the toolbar", {36, 40}, false},
+        {"the card's text", {200, 150}, false}, {"the message that the click brought", {100, 400}, false},
+    };
+    for (const auto& c : cases) {
+        QTest::mousePress(window.windowHandle(), Qt::LeftButton, {}, c.place);
+        EXPECT_EQ(window.isHeldByGround(), c.holds) << c.name;
+        QTest::mouseRelease(window.windowHandle(), Qt::LeftButton, {}, c.place);
+        EXPECT_FALSE(window.isHeldByGround()) << c.name;
+    }
+}
+
 TEST_F(MainWindowTest, ADirectionAskedForInVainTurnsNoLaterSkip) {
     cards().shouldCompleteTopCard();
     cards().shouldSkipTopCard(ZNCardViewController::FlyLeft::Yes);
