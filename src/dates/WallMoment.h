@@ -16,8 +16,10 @@ struct WallMoment {
 
     [[nodiscard]] static WallMoment of(NSDate date, const NSTimeZone& zone) {
         const auto wall = zone.localTime(date);
-        const auto day = std::chrono::floor<std::chrono::days>(wall);
-        return {date, day.time_since_epoch().count(), wall.time_since_epoch() - day.time_since_epoch()};
+        // Not the difference between the two: the first day of all begins before what microseconds reach.
+        constexpr std::chrono::days one{1};
+        const auto timeOfDay = (wall.time_since_epoch() % one + one) % one;
+        return {date, std::chrono::floor<std::chrono::days>(wall).time_since_epoch().count(), timeOfDay};
     }
 
     [[nodiscard]] std::chrono::seconds secondOfDay() const {

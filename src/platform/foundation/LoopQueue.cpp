@@ -73,6 +73,12 @@ void LoopQueue::runUntil(const std::function<bool()>& condition) {
     }
 }
 
+void LoopQueue::dropBlocks() {
+    std::multimap<Clock::time_point, Block> dropped;
+    const std::lock_guard lock(_state->mutex);
+    dropped.swap(_state->blocks);
+}
+
 void LoopQueue::wake() {
     {
         const std::lock_guard lock(_state->mutex);

@@ -23,6 +23,8 @@ class LoopQueue final : public DispatchQueue {
     void runUntil(const std::function<bool()>& condition);
     // Has the condition tested again. Any thread.
     void wake();
+    // Lets go of every block that waits, unrun. What they hold may hold this queue.
+    void dropBlocks();
 
   private:
     struct State;

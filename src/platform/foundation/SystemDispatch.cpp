@@ -169,6 +169,7 @@ SystemDispatch::~SystemDispatch() {
     // Both are at rest before either goes: a block of one may still post to the other.
     _pool->stop();
     _quietPool->stop();
+    if (_loop) _loop->dropBlocks();
 }
 
 DispatchQueuePtr SystemDispatch::makeSerialQueue(std::string_view, QualityOfService quality) {
