@@ -45,6 +45,17 @@ icu::UnicodeString lookedAt(std::string_view title) {
     return text;
 }
 
+// Every emoji of the tables holds a character from here on, a surrogate among them. Most titles hold none, and most
+// users none at all: they are spared the patterns, which take as long to compile as the rest together.
+constexpr char16_t firstOfEmojis = 0x2000;
+
+bool mayHoldEmoji(const icu::UnicodeString& title) {
+    for (int32_t at = 0; at < title.length(); ++at) {
+        if (title.charAt(at) >= firstOfEmojis) return true;
+    }
+    return false;
+}
+
 }  // namespace
 
 // Matchers keep their place in a text, so one title at a time.
@@ -53,6 +64,7 @@ class TopicDetection::Patterns {
     explicit Patterns(const LocalizedStrings& strings) : _strings(strings) {}
 
     std::size_t topicByEmoji(const icu::UnicodeString& title) {
+        if (!mayHoldEmoji(title)) return 0;
         const std::lock_guard lock(_mutex);
         prepare(_emojis, emojisEnding, "(", ")", 0);
         for (std::size_t row = 0; row < topicCount; ++row) {
