@@ -236,6 +236,7 @@ void ZNCardViewController::shouldEditTopCard() {
     _with.cards.notifications.postNotificationName(ZNEditControllerRequested, _reminders.front());
 }
 
+// Without a menu of other times a right click asks for nothing.
 void ZNCardViewController::shouldShowSnoozeForCell(ZNStackViewItem&, ZNButton&, QPoint) {}
 
 // ---- undo

@@ -56,11 +56,13 @@ void ZNTabViewController::addObservers() {
     _observations.push_back(notifications.addObserver(ZNReminderCountDidUpdateNotification,
                                                       [this](const NSNotification&) { update(toolbarBorder()); }));
     onCards(ZNEditTopCardMenuActionNotification, [this] { editTopCard(); });
-    _observations.push_back(
-        notifications.addObserver(ZNEditControllerRequested, [this](const NSNotification& notification) {
+    // The checklist is edited in the editor's room as well.
+    for (const auto name : {ZNEditControllerRequested, ZNChecklistRequestedNotification}) {
+        _observations.push_back(notifications.addObserver(name, [this](const NSNotification& notification) {
             if (const auto* reminder = std::any_cast<ReminderPtr>(&notification.object))
                 showCardEditor((*reminder)->copy());
         }));
+    }
 }
 
 void ZNTabViewController::editTopCard() {

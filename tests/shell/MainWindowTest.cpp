@@ -135,6 +135,11 @@ TEST_F(MainWindowTest, WithoutAnEditorEditingSaysSoAndKeepsWhatIsNew) {
     EXPECT_THAT(tabs->messages().message().toStdString(), HasSubstr("rent"));
     EXPECT_FALSE(std::filesystem::exists(kept.file()));
 
+    tabs->messages().showMessage("nothing");
+    notifications.postNotificationName(ZNChecklistRequestedNotification, stored("call"));
+    EXPECT_THAT(tabs->messages().message().toStdString(), HasSubstr("call"));
+    EXPECT_FALSE(std::filesystem::exists(kept.file()));
+
     links.open("zun.create://Bring%20keys?n=For%20Ana");
     EXPECT_THAT(tabs->messages().message().toStdString(), HasSubstr("Bring keys"));
     std::ifstream file(kept.file());
