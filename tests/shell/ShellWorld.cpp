@@ -2,25 +2,12 @@
 
 #include <gtest/gtest.h>
 
-#include <QApplication>
+#include "support/QtApplication.h"
 
 namespace zun {
 namespace {
 
-// One application object for the whole program, as Qt wants it.
-class OneApplication final : public testing::Environment {
-  public:
-    void SetUp() override { _application = std::make_unique<QApplication>(_count, _arguments); }
-    void TearDown() override { _application.reset(); }
-
-  private:
-    int _count = 1;
-    char _name[11] = "test_shell";
-    char* _arguments[2] = {_name, nullptr};
-    std::unique_ptr<QApplication> _application;
-};
-
-[[maybe_unused]] const auto* application = testing::AddGlobalTestEnvironment(new OneApplication);
+[[maybe_unused]] const auto* application = testing::AddGlobalTestEnvironment(new OneQtApplication);
 
 }  // namespace
 
