@@ -26,12 +26,4 @@ struct CardContext {
     std::function<QSizeF()> windowSize;
 };
 
-// Posted with the reminder (ReminderPtr) as object when a round button is pressed, or observed by the stack.
-namespace CardNotifications {
-inline constexpr std::string_view checklistRequested = "com.zunlabs.ZNChecklistRequestedNotification";
-inline constexpr std::string_view shareControllerRequested = "com.zunlabs.ZNShareControllerRequested";
-inline constexpr std::string_view disableMenuActions = "com.zunlabs.ZNDisableCardControllerMenuActionsNotification";
-inline constexpr std::string_view enableMenuActions = "com.zunlabs.ZNEnableCardControllerMenuActionsNotification";
-}  // namespace CardNotifications
-
 }  // namespace zun

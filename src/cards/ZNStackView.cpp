@@ -7,6 +7,7 @@
 #include "cards/CardControls.h"
 #include "cards/CardSkin.h"
 #include "cards/ZNStackViewItem.h"
+#include "core/NotificationNames.h"
 #include "toolkit/Tokens.h"
 
 namespace zun {
@@ -32,10 +33,10 @@ ZNStackView::ZNStackView(const CardContext& context, QWidget* parent)
     const auto enable = onMain([this] { allowActions(true); });
     const auto renderAnew = onMain([this] { renderStack(false, Skipped::No, {}); });
     auto& notifications = _context.notifications;
-    _observations.push_back(notifications.addObserver(CardNotifications::disableMenuActions,
+    _observations.push_back(notifications.addObserver(ZNDisableCardControllerMenuActionsNotification,
                                                       [disable](const NSNotification&) { disable(); }));
-    _observations.push_back(
-        notifications.addObserver(CardNotifications::enableMenuActions, [enable](const NSNotification&) { enable(); }));
+    _observations.push_back(notifications.addObserver(ZNEnableCardControllerMenuActionsNotification,
+                                                      [enable](const NSNotification&) { enable(); }));
     _observations.push_back(
         _context.settings.observe({"windowLayoutMode"}, [renderAnew](std::string_view) { renderAnew(); }));
 }

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "cards/CardControls.h"
+#include "core/NotificationNames.h"
 #include "toolkit/Tokens.h"
 
 namespace zun {
@@ -94,11 +95,10 @@ void ZNStackViewItem::makeControls() {
         if (_delegate) _delegate->shouldShowSnoozeForCell(*this, _controls->snoozeButton(), position);
     };
     actions.checklist = [this] {
-        if (_reminder) _context.notifications.postNotificationName(CardNotifications::checklistRequested, _reminder);
+        if (_reminder) _context.notifications.postNotificationName(ZNChecklistRequestedNotification, _reminder);
     };
     actions.share = [this] {
-        if (_reminder)
-            _context.notifications.postNotificationName(CardNotifications::shareControllerRequested, _reminder);
+        if (_reminder) _context.notifications.postNotificationName(ZNShareControllerRequested, _reminder);
     };
     _controls = std::make_unique<CardControls>(_context.pictures, _context.texts, *this, actions);
     _controls->follow(_face);

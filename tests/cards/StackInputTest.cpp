@@ -6,6 +6,7 @@
 #include <QTest>
 
 #include "cards/CardWorld.h"
+#include "core/NotificationNames.h"
 
 namespace zun {
 namespace {
@@ -158,8 +159,8 @@ TEST_F(StackInput, OffersItsButtonsLinksAndTexts) {
         posted.emplace_back(std::any_cast<ReminderPtr>(notification.object)->title() + " " +
                             std::string(notification.name));
     };
-    const Observation checklist = center.addObserver(CardNotifications::checklistRequested, note);
-    const Observation share = center.addObserver(CardNotifications::shareControllerRequested, note);
+    const Observation checklist = center.addObserver(ZNChecklistRequestedNotification, note);
+    const Observation share = center.addObserver(ZNShareControllerRequested, note);
     QTest::mouseClick(&all.checklistButton(), Qt::LeftButton);
     QTest::mouseClick(&all.sharingButton(), Qt::LeftButton);
     EXPECT_THAT(posted, ElementsAre("A com.zunlabs.ZNChecklistRequestedNotification",

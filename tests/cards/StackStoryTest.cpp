@@ -4,6 +4,7 @@
 #include <set>
 
 #include "cards/CardWorld.h"
+#include "core/NotificationNames.h"
 
 namespace zun {
 namespace {
@@ -270,12 +271,12 @@ TEST_F(Stack, RefusesSwipesAndActionsWhileTheyAreOff) {
 
     deal({"A", "B"});
     respondsToGestures = true;
-    center.postNotificationName(CardNotifications::disableMenuActions);
+    center.postNotificationName(ZNDisableCardControllerMenuActionsNotification);
     swipe({0, -300});
     stack->skipTopCard();
     advance(400);
     EXPECT_THAT(shownTitles(), ElementsAre("A", "B"));
-    center.postNotificationName(CardNotifications::enableMenuActions);
+    center.postNotificationName(ZNEnableCardControllerMenuActionsNotification);
     swipe({0, -300});
     advance(400);
     EXPECT_THAT(shownTitles(), ElementsAre("B"));
