@@ -56,6 +56,9 @@ void ZNTabViewController::addObservers() {
     _observations.push_back(notifications.addObserver(ZNReminderCountDidUpdateNotification,
                                                       [this](const NSNotification&) { update(toolbarBorder()); }));
     onCards(ZNEditTopCardMenuActionNotification, [this] { editTopCard(); });
+    _observations.push_back(notifications.addObserver(ZNShareControllerRequested, [this](const NSNotification&) {
+        _messages->showMessage(QString::fromStdString(_with.strings.string("Sharing_Missing_Message")));
+    }));
     // The checklist is edited in the editor's room as well.
     for (const auto name : {ZNEditControllerRequested, ZNChecklistRequestedNotification}) {
         _observations.push_back(notifications.addObserver(name, [this](const NSNotification& notification) {

@@ -138,6 +138,8 @@ TEST_F(MainWindowTest, WithoutAnEditorEditingSaysSoAndKeepsWhatIsNew) {
     tabs->messages().showMessage("nothing");
     notifications.postNotificationName(ZNChecklistRequestedNotification, stored("call"));
     EXPECT_THAT(tabs->messages().message().toStdString(), HasSubstr("call"));
+    notifications.postNotificationName(ZNShareControllerRequested, stored("call"));
+    EXPECT_THAT(tabs->messages().message().toStdString(), HasSubstr("Sharing"));
     EXPECT_FALSE(std::filesystem::exists(kept.file()));
 
     links.open("zun.create://Bring%20keys?n=For%20Ana");
