@@ -1,0 +1,153 @@
+#include "platform/usernotifications/StoredNotificationCenter.h"
+
+#include "platform/usernotifications/AlertTuning.h"
+
+namespace zun {
+
+struct StoredNotificationCenter::State {
+    State(const std::filesystem::path& folder, const Environment& environment)
+        : store(storeFolder(folder), environment), bellFile(bell(folder)) {}
+
+    AlertStore store;
+    const std::filesystem::path bellFile;
+    DispatchQueuePtr queue;
+    // One writer at a time, so that changes keep their order. Taken before `mutex`.
+    std::mutex writing;
+    std::mutex mutex;
+    std::vector<AlertChange::Any> waiting;
+    bool isWriteUnderWay = false;
+};
+
+StoredNotificationCenter::StoredNotificationCenter(const std::filesystem::path& folder, Collaborators collaborators)
+    : _with(collaborators), _state(std::make_shared<State>(folder, collaborators.environment)) {
+    _state->queue = _with.dispatch.makeSerialQueue("com.zunlabs.alerts", QualityOfService::Utility);
+}
+
+StoredNotificationCenter::~StoredNotificationCenter() {
+    *_isHere = false;
+    _watcher.reset();
+    synchronize();
+    // The queue's blocks hold the state, and the state the queue.
+    const std::lock_guard lock(_state->mutex);
+    _state->queue.reset();
+}
+
+// ---- writing
+
+void StoredNotificationCenter::add(AlertChange::Any change) {
+    const std::lock_guard lock(_state->mutex);
+    _state->waiting.push_back(std::move(change));
+    if (_state->isWriteUnderWay) return;
+    _state->isWriteUnderWay = true;
+    writeLater(_state, alertTuning::gatherChanges);
+}
+
+// With the mutex held.
+void StoredNotificationCenter::writeLater(const std::shared_ptr<State>& state, std::chrono::microseconds delay) {
+    if (!state->queue) return;
+    state->queue->asyncAfter(delay, [state] {
+        const bool isWritten = write(*state);
+        const std::lock_guard lock(state->mutex);
+        state->isWriteUnderWay = !state->waiting.empty();
+        if (state->isWriteUnderWay)
+            writeLater(state, isWritten ? std::chrono::microseconds(alertTuning::gatherChanges)
+                                        : std::chrono::microseconds(alertTuning::retryChanges));
+    });
+}
+
+bool StoredNotificationCenter::write(State& state) {
+    const std::lock_guard writing(state.writing);
+    std::vector<AlertChange::Any> changes;
+    {
+        const std::lock_guard lock(state.mutex);
+        changes.swap(state.waiting);
+    }
+    if (changes.empty()) return true;
+    if (state.store.apply(changes)) {
+        ringBell(state.bellFile);
+        return true;
+    }
+    const std::lock_guard lock(state.mutex);
+    changes.insert(changes.end(), std::make_move_iterator(state.waiting.begin()),
+                   std::make_move_iterator(state.waiting.end()));
+    state.waiting = std::move(changes);
+    return false;
+}
+
+void StoredNotificationCenter::synchronize() {
+    write(*_state);
+}
+
+void StoredNotificationCenter::scheduleNotification(const NSUserNotification& notification) {
+    add(AlertChange::Schedule{notification});
+}
+
+void StoredNotificationCenter::removeScheduledNotification(const NSUserNotification& notification) {
+    add(AlertChange::RemoveScheduled{notification.identifier});
+}
+
+void StoredNotificationCenter::removeScheduledNotificationsForReminderID(const std::string& reminderID) {
+    add(AlertChange::RemoveScheduledOfReminder{reminderID});
+}
+
+void StoredNotificationCenter::removeDeliveredNotification(const NSUserNotification& notification) {
+    add(AlertChange::RemoveDelivered{notification.identifier});
+}
+
+// ---- reading
+
+AlertStore& StoredNotificationCenter::current() const {
+    write(*_state);
+    return _state->store;
+}
+
+std::vector<NSUserNotification> StoredNotificationCenter::scheduledNotifications() const {
+    return current().scheduled();
+}
+
+std::vector<NSUserNotification> StoredNotificationCenter::scheduledNotificationsForReminderID(
+    const std::string& reminderID) const {
+    return current().scheduledForReminder(reminderID);
+}
+
+std::unordered_set<std::string> StoredNotificationCenter::scheduledReminderIDs() const {
+    return current().scheduledReminderIDs();
+}
+
+std::vector<NSUserNotification> StoredNotificationCenter::deliveredNotifications() const {
+    return current().delivered();
+}
+
+bool StoredNotificationCenter::wasDelivered(const std::string& reminderID, NSDate deliveryDate) const {
+    return current().wasShown(reminderID, deliveryDate);
+}
+
+// ---- deliveries
+
+void StoredNotificationCenter::setDelegate(NSUserNotificationCenterDelegate* delegate) {
+    _delegate = delegate;
+    if (!delegate) {
+        _watcher.reset();
+        return;
+    }
+    _lastTold = _state->store.lastDelivered();
+    if (_watcher) return;
+    // The bell must be there to be watched.
+    std::error_code ignored;
+    std::filesystem::create_directories(_state->bellFile.parent_path(), ignored);
+    auto told = [this, isHere = _isHere, main = _with.dispatch.main()] {
+        main->async([this, isHere] {
+            if (*isHere) tellDeliveries();
+        });
+    };
+    _watcher = std::make_unique<FileWatcher>(
+        std::vector<FileWatcher::Watched>{{_state->bellFile.parent_path(), _state->bellFile.filename(), told}});
+}
+
+void StoredNotificationCenter::tellDeliveries() {
+    for (const auto& notification : current().deliveredAfter(_lastTold)) {
+        if (_delegate) _delegate->didDeliverNotification(notification);
+    }
+}
+
+}  // namespace zun
