@@ -44,8 +44,13 @@ Home Home::find(const std::optional<fs::path>& folder) {
         if (error) root = *chosen;
         // A trailing slash would make two names out of one folder.
         if (!root.has_filename()) root = root.parent_path();
-        home = {root / "config", root / "data", root / "state", root / "runtime",
-                fmt::format("{}.h{:016x}", applicationIdentifier, stableHash(root.native()))};
+        const auto ending = fmt::format(".h{:016x}", stableHash(root.native()));
+        home = {root / "config",
+                root / "data",
+                root / "state",
+                root / "runtime",
+                applicationIdentifier + ending,
+                alertServiceIdentifier + ending};
     } else {
         home.configuration = baseDirectory("XDG_CONFIG_HOME", ".config");
         home.data = baseDirectory("XDG_DATA_HOME", ".local/share");
@@ -54,6 +59,7 @@ Home Home::find(const std::optional<fs::path>& folder) {
         home.runtime =
             runtime && fs::path(*runtime).is_absolute() ? fs::path(*runtime) / "zun" : home.state / "runtime";
         home.busName = applicationIdentifier;
+        home.alertsBusName = alertServiceIdentifier;
     }
     return home;
 }

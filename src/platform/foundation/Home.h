@@ -11,6 +11,7 @@
 namespace zun {
 
 inline constexpr const char* applicationIdentifier = "com.zunlabs.Zun";
+inline constexpr const char* alertServiceIdentifier = "com.zunlabs.Zun.Alerts";
 
 struct Home {
     std::filesystem::path configuration;  // settings
@@ -18,6 +19,7 @@ struct Home {
     std::filesystem::path state;          // window places, logs
     std::filesystem::path runtime;        // locks
     std::string busName;                  // "com.zunlabs.Zun" or "com.zunlabs.Zun.h0123456789abcdef"
+    std::string alertsBusName;            // of the alert service: "com.zunlabs.Zun.Alerts", with the same ending
 
     // `folder` is what --home gave; without it ZUN_HOME counts, and without that the XDG directories. A relative folder
     // is taken from the working directory; relative XDG variables are ignored, as their convention asks. Makes nothing.
