@@ -13,6 +13,7 @@
 #include <cstring>
 #include <utility>
 
+#include "platform/foundation/DurableFile.h"
 #include "platform/foundation/ISO8601.h"
 #include "platform/foundation/Log.h"
 
@@ -31,21 +32,6 @@ struct Overloaded : Ts... {
 };
 template <class... Ts>
 Overloaded(Ts...) -> Overloaded<Ts...>;
-
-class Descriptor {
-  public:
-    explicit Descriptor(int number) : _number(number) {}
-    ~Descriptor() {
-        if (_number >= 0) ::close(_number);
-    }
-    Descriptor(const Descriptor&) = delete;
-    Descriptor& operator=(const Descriptor&) = delete;
-    [[nodiscard]] int number() const { return _number; }
-    [[nodiscard]] bool isOpen() const { return _number >= 0; }
-
-  private:
-    int _number;
-};
 
 void logFailure(std::string_view what, const fs::path& path, int error) {
     NSLog(fmt::format("The settings file {} could not be {}: {}", path.string(), what, std::strerror(error)));
@@ -100,30 +86,11 @@ std::string serialized(const json::object& object) {
     return text + "\n}\n";
 }
 
-bool writeAll(int descriptor, std::string_view text) {
-    while (!text.empty()) {
-        const auto written = ::write(descriptor, text.data(), text.size());
-        if (written < 0 && errno == EINTR) continue;
-        if (written < 0) return false;
-        text.remove_prefix(static_cast<std::size_t>(written));
-    }
-    return true;
-}
-
-// The new text is whole and on the disk before it takes the old one's place, and the exchange itself is on the disk on
-// return.
 bool replaceDurably(const fs::path& file, std::string_view text) {
-    const auto temporary = fs::path(file) += ".new";
     // Tokens of the account stand in it: nobody else's to read.
-    const Descriptor out(::open(temporary.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
-    if (out.isOpen() && writeAll(out.number(), text) && ::fdatasync(out.number()) == 0 &&
-        ::rename(temporary.c_str(), file.c_str()) == 0) {
-        const Descriptor folder(::open(file.parent_path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-        if (folder.isOpen() && ::fsync(folder.number()) == 0) return true;
-    }
-    logFailure("written", file, errno);
-    if (out.isOpen()) ::unlink(temporary.c_str());
-    return false;
+    const auto error = replaceFileDurably(file, text, 0600);
+    if (error) logFailure("written", file, error.value());
+    return !error;
 }
 
 }  // namespace
@@ -133,7 +100,7 @@ struct NSUserDefaults::File {
     json::object object;
 
     static File read(const fs::path& path) {
-        const Descriptor in(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
+        const FileDescriptor in(::open(path.c_str(), O_RDONLY | O_CLOEXEC));
         if (!in.isOpen()) {
             if (errno == ENOENT || errno == ENOTDIR) return {};
             logFailure("read", path, errno);
@@ -183,7 +150,7 @@ NSUserDefaults::NSUserDefaults(fs::path folder, std::string_view suiteName)
 bool NSUserDefaults::withLock(const std::function<bool()>& change) const {
     std::error_code error;
     fs::create_directories(_file.parent_path(), error);
-    const Descriptor lock(::open((fs::path(_file) += ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    const FileDescriptor lock(::open((fs::path(_file) += ".lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
     if (!lock.isOpen()) {
         logFailure("locked", _file, errno);
         return false;
