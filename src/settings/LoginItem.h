@@ -12,11 +12,4 @@ class LoginItem {
     [[nodiscard]] virtual bool isEnabledOnDemand() const = 0;
 };
 
-// What the cloud account is asked for; answers later, on any thread.
-class CloudAccount {
-  public:
-    virtual ~CloudAccount() = default;
-    virtual void requestAccountStatus() = 0;
-};
-
 }  // namespace zun

@@ -105,7 +105,7 @@ void ZNSettingsObject::onSetStartAtLogin(bool value) {
 bool ZNSettingsObject::onGetCloudKitStatus() const {
     if (!choices().shouldUseCloudKit) return false;
     // The answer comes too late for this caller; asking lets the account notice that it has become unavailable.
-    if (_account) _account->requestAccountStatus();
+    if (_account) _account->accountStatusWithCompletionHandler([](AccountStatus) {});
     return true;
 }
 

@@ -7,6 +7,7 @@
 #include <mutex>
 
 #include "platform/foundation/KeyValueObserving.h"
+#include "settings/CloudAccount.h"
 #include "settings/LoginItem.h"
 #include "settings/ZNUserDefaults.h"
 

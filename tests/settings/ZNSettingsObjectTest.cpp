@@ -32,7 +32,10 @@ class FakeLoginItem : public LoginItem {
 
 class FakeAccount : public CloudAccount {
   public:
-    void requestAccountStatus() override { ++requests; }
+    void accountStatusWithCompletionHandler(StatusHandler handler) override {
+        ++requests;
+        handler(AccountStatus::NoAccount);
+    }
     int requests = 0;
 };
 
