@@ -76,6 +76,14 @@ class ThreadFormats {
         return result;
     }
 
+    [[nodiscard]] std::string symbol(UCalendarAMPMs halfOfDay) const {
+        UErrorCode status = U_ZERO_ERROR;
+        const icu::DateFormatSymbols symbols(_locale, status);
+        int32_t count = 0;
+        const auto* names = symbols.getAmPmStrings(count);
+        return halfOfDay < count ? utf8(names[halfOfDay]) : std::string();
+    }
+
   private:
     explicit ThreadFormats(const std::string& identifier) : _identifier(identifier), _locale(identifier.c_str()) {
         UErrorCode status = U_ZERO_ERROR;
@@ -136,6 +144,14 @@ std::string ZNDateFormatter::dateAsShortStringWithWeekdayDayMonthYear(ShowTime s
 
 std::string ZNDateFormatter::dateAsTimeForDate(NSDate date) const {
     return formats(_environment).formatShortTime(wallTime(_environment, date));
+}
+
+std::string ZNDateFormatter::AMSymbol() const {
+    return formats(_environment).symbol(UCAL_AM);
+}
+
+std::string ZNDateFormatter::PMSymbol() const {
+    return formats(_environment).symbol(UCAL_PM);
 }
 
 std::string ZNDateFormatter::shortStringWithWeekdayAndIntegerDayMonthYearForDate(NSDate date) const {

@@ -34,6 +34,9 @@ class ZNDateFormatter {
     [[nodiscard]] std::string dateAsShortStringWithWeekdayDayMonthYear(ShowTime showTime, NSDate forDate) const;
     // The region's short time, "10:00 AM" (with the narrow blank that ICU puts there) or "10:00".
     [[nodiscard]] std::string dateAsTimeForDate(NSDate date) const;
+    // What the region writes for before and after noon, "AM" and "PM".
+    [[nodiscard]] std::string AMSymbol() const;
+    [[nodiscard]] std::string PMSymbol() const;
     [[nodiscard]] std::string shortStringWithWeekdayAndIntegerDayMonthYearForDate(NSDate date) const;
     [[nodiscard]] std::string monthAndDayStringForDate(NSDate date) const;
     [[nodiscard]] std::string monthAndYearStringForDate(NSDate date) const;
