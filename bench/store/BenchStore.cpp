@@ -10,11 +10,11 @@
 
 #include "HandWritten.h"
 #include "ZunDataModel/ZNDatabase.h"
-#include "core/NoAlerts.h"
 #include "core/NoCloud.h"
 #include "core/ZNReminderManager.h"
 #include "platform/foundation/LoopQueue.h"
 #include "platform/foundation/SystemDispatch.h"
+#include "support/MemoryNotificationCenter.h"
 #include "support/TemporaryFolder.h"
 #include "support/TestEnvironment.h"
 
@@ -79,8 +79,11 @@ struct Bench {
     ZNUserDefaults defaults{folder.path() / "configuration"};
     ZNSettingsObject settings{defaults, nullptr, nullptr};
     NoCloud cloud;
-    NoAlerts alerts;
-    ZNReminderManager manager{{store, settings, dispatch, notifications, environment, cloud, alerts}};
+    MemoryNotificationCenter userNotifications;
+    LocalizedStrings strings{{"en"}};
+    DateLabels labels{environment, strings};
+    ZNReminderManager manager{
+        {store, settings, dispatch, notifications, environment, cloud, userNotifications, labels, strings}};
     HandWritten floor{(folder.path() / "reminders.sqlite").string()};
 };
 

@@ -13,18 +13,8 @@ namespace {
 
 constexpr char copySeparator = '+';
 
-bool isRepeating(const ZNReminderObject& reminder) {
-    return reminder.repeat_type() != RepeatType::none;
-}
-
 bool hasUnit(std::uint64_t repeatType) {
     return repeatType >= RepeatType::daily && repeatType <= RepeatType::yearly;
-}
-
-// A stored 0 means a step of one.
-std::int64_t stepOf(const ZNReminderObject& reminder) {
-    constexpr auto largest = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
-    return static_cast<std::int64_t>(std::clamp<std::uint64_t>(reminder.customRepeatInterval(), 1, largest));
 }
 
 DayOrdinals ordinalsOf(const ZNReminderObject& reminder) {
@@ -46,6 +36,11 @@ ReminderPtr completionCopy(const ReminderPtr& series, NSDate now) {
 }
 
 }  // namespace
+
+std::int64_t ZNReminderManager::stepOf(const ZNReminderObject& reminder) {
+    constexpr auto largest = static_cast<std::uint64_t>(std::numeric_limits<std::int64_t>::max());
+    return static_cast<std::int64_t>(std::clamp<std::uint64_t>(reminder.customRepeatInterval(), 1, largest));
+}
 
 void ZNReminderManager::moveDates(const ReminderPtr& reminder, OptionalDate dueDate,
                                   const ZNReminderObject& adjustedBy) const {

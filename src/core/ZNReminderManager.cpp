@@ -1,8 +1,8 @@
 #include "core/ZNReminderManager.h"
 
-#include <atomic>
 #include <utility>
 
+#include "core/AlertOperations.h"
 #include "core/NotificationNames.h"
 #include "core/Reordering.h"
 
@@ -14,7 +14,8 @@ ZNReminderManager::ZNReminderManager(Collaborators collaborators)
       _notificationQueue(
           collaborators.dispatch.makeSerialQueue("com.zunlabs.notifications", QualityOfService::Utility)),
       _writes(std::make_shared<Writes>(collaborators.database)),
-      _reordering(std::make_shared<Reordering>()) {}
+      _reordering(std::make_shared<Reordering>()),
+      _alertOperations(std::make_shared<AlertOperations>(collaborators.dispatch)) {}
 
 ZNReminderManager::~ZNReminderManager() {
     waitUntilSettled();
@@ -27,14 +28,6 @@ bool ZNReminderManager::shouldPush(const ReminderPtr& reminder, ShouldSyncWithiC
 
 bool ZNReminderManager::shouldPushBulk(ShouldSyncWithiCloud shouldSyncWithiCloud) const {
     return shouldSyncWithiCloud == ShouldSyncWithiCloud::Yes && _with.settings.onGetCloudKitStatus();
-}
-
-void ZNReminderManager::scheduleNotificationsForReminder(const ReminderPtr& reminder) {
-    _notificationQueue->async([this, reminder] { _with.alerts.scheduleNotificationsForReminder(reminder); });
-}
-
-void ZNReminderManager::removeLocalNotificationsForReminder(const ReminderPtr& reminder) {
-    _notificationQueue->async([this, reminder] { _with.alerts.removeLocalNotificationsForReminder(reminder, {}); });
 }
 
 void ZNReminderManager::pushSave(const ReminderPtr& reminder) {
@@ -143,13 +136,7 @@ void ZNReminderManager::waitUntilSettled() {
     do {
         seen = _writes->submitted;
         _with.database.waitForWrites();
-        // The queue is serial: once this block runs, all that stood before it has run.
-        auto drained = std::make_shared<std::atomic<bool>>(false);
-        _notificationQueue->async([drained, &dispatch = _with.dispatch] {
-            *drained = true;
-            dispatch.notify();
-        });
-        _with.dispatch.waitUntil([&] { return drained->load(); });
+        _alertOperations->waitUntilNoneIsLeft();
     } while (_writes->submitted != seen);
 }
 

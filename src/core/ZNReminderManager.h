@@ -7,8 +7,8 @@
 // Any thread. Writes return before the store has finished and report no error: a write that the store refuses is told
 // to the store's failure handler and has no further effect; a push that fails leaves a mark on the record for the next
 // sync (didPersistToiCloud NO, hasLocalChanges YES or shouldDeleteRemote YES). Fetches block for the time of the query.
-// Everything towards the alerts runs on one serial queue, in the order of the changes. The collaborators outlive the
-// manager; its destructor waits until it is settled.
+// Scheduled alerts are changed on one serial queue, in the order of the changes; the delivered ones on the caller's
+// thread. The collaborators outlive the manager; its destructor waits until it is settled.
 
 #include <atomic>
 #include <chrono>
@@ -22,9 +22,11 @@
 #include <vector>
 
 #include "ZunDataModel/ZNDatabase.h"
-#include "core/ReminderAlerts.h"
 #include "core/ReminderCloudPushes.h"
+#include "dates/DateLabels.h"
 #include "dates/RepeatEngine.h"
+#include "platform/foundation/LocalizedStrings.h"
+#include "platform/usernotifications/NSUserNotificationCenter.h"
 #include "settings/ZNSettingsObject.h"
 
 namespace zun {
@@ -45,7 +47,9 @@ class ZNReminderManager {
         NSNotificationCenter& notifications;
         const Environment& environment;
         ReminderCloudPushes& cloud;
-        ReminderAlerts& alerts;
+        NSUserNotificationCenter& userNotifications;
+        const DateLabels& labels;
+        const LocalizedStrings& strings;
     };
 
     explicit ZNReminderManager(Collaborators collaborators);
@@ -104,6 +108,29 @@ class ZNReminderManager {
     [[nodiscard]] std::vector<NSDate> occurrencesOfReminder(const ZNReminderObject& reminder, NSDate from, NSDate to,
                                                             std::size_t maximumCount) const;
 
+    // Alerts. A reminder's alerts are thrown away and, if it passes the gate, added anew from its attributes at that
+    // moment: one at its fire date, three more behind it where it nags, and those of the coming week of its series.
+    // Only what lies ahead of now is added. Each addition is an operation behind what the queue holds by then, so two
+    // calls close behind each other leave every alert twice. Returns at once.
+    void scheduleNotificationsForReminder(const ReminderPtr& reminder);
+    // The gate: dated, not completed, not at a place, not silent, and with something still to come.
+    [[nodiscard]] bool shouldScheduleLocalNotificationsForReminder(const ZNReminderObject& reminder) const;
+    // The above for each reminder that fires at the date (now without one) or later; blocks for the fetch. The block
+    // runs before this returns and does not wait for the alerts; not at all if there are none.
+    void scheduleNotificationsForRemindersOnOrAfterDate(OptionalDate date, const Block& withCompletion = {});
+    // The same from the last scheduled alert on, unless exactly 64 are scheduled. On a queue of its own; the block is
+    // never called.
+    void updateLocalNotificationsIfNecessaryWithCompletion(const Block& completion = {});
+    // Seconds; 0 for a type without unit.
+    [[nodiscard]] static double earlyReminderInterval(std::uint64_t forType, std::uint64_t earlyReminderInterval);
+
+    // Takes the earlier ones of a nagging reminder, 300 to 1801 seconds old, from the delivered list. The walk goes by
+    // the list and ends at the first of this reminder that is younger or older. Blocks for queries.
+    void removePreviousNagNotificationsForReminderID(const std::optional<std::string>& reminderID);
+    // Leaves in the delivered list what matches a card at its present fire date, and what belongs to no reminder.
+    // Blocks for queries.
+    void clearDeliveredNotifications();
+
     // Queries. "Active" is what is on the cards; tombstones are seen only where it says so.
     [[nodiscard]] Reminders fetchAllReminders() const;  // everything, tombstones included
     [[nodiscard]] Reminders fetchAllCompletedReminders() const;
@@ -161,11 +188,20 @@ class ZNReminderManager {
         }
     };
     struct Reordering;
+    struct AlertOperations;
 
     [[nodiscard]] bool shouldPush(const ReminderPtr& reminder, ShouldSyncWithiCloud shouldSyncWithiCloud) const;
     [[nodiscard]] bool shouldPushBulk(ShouldSyncWithiCloud shouldSyncWithiCloud) const;
-    void scheduleNotificationsForReminder(const ReminderPtr& reminder);
-    void removeLocalNotificationsForReminder(const ReminderPtr& reminder);
+    // A stored interval of 0 means a step of one.
+    [[nodiscard]] static std::int64_t stepOf(const ZNReminderObject& reminder);
+    [[nodiscard]] static bool isRepeating(const ZNReminderObject& reminder) {
+        return reminder.repeat_type() != RepeatType::none;
+    }
+    void onNotificationQueue(Block operation);
+    void removeLocalNotificationsForReminder(const ReminderPtr& reminder, Block completionBlock = {});
+    void addLocalNotificationsForReminder(const ZNReminderObject& reminder);
+    [[nodiscard]] std::vector<NSDate> occurrencesToAlert(const ZNReminderObject& reminder) const;
+    void addLocalNotification(const std::string& title, NSDate fireDate, NSDate dueDate, const std::string& reminderID);
     void pushSave(const ReminderPtr& reminder);
     void pushUpdate(const ReminderPtr& reminder, ShouldUpdateDateModified shouldupdateDateModified);
     void pushDelete(const ReminderPtr& reminder);
@@ -183,6 +219,7 @@ class ZNReminderManager {
     const DispatchQueuePtr _notificationQueue;
     const std::shared_ptr<Writes> _writes;
     const std::shared_ptr<Reordering> _reordering;
+    const std::shared_ptr<AlertOperations> _alertOperations;
 };
 
 }  // namespace zun

@@ -6,9 +6,9 @@
 #include <boost/json.hpp>
 #include <fstream>
 
-#include "core/NoAlerts.h"
 #include "core/NoCloud.h"
 #include "platform/foundation/SystemDispatch.h"
+#include "platform/usernotifications/StoredNotificationCenter.h"
 #include "support/TemporaryFolder.h"
 #include "support/TestEnvironment.h"
 
@@ -46,8 +46,9 @@ class CommandLineTest : public testing::Test {
         const ZNReminderHelper helper(environment, strings);
         ZNDatabase database(folder.path() / "data", {dispatch, notifications, environment});
         NoCloud cloud;
-        NoAlerts alerts;
-        ZNReminderManager manager({database, settings, dispatch, notifications, environment, cloud, alerts});
+        StoredNotificationCenter userNotifications(folder.path() / "data", {dispatch, environment});
+        ZNReminderManager manager(
+            {database, settings, dispatch, notifications, environment, cloud, userNotifications, labels, strings});
         CommandContext context{environment, database, manager, strings, labels, helper, [&](const std::string& url) {
                                    if (applicationRuns) handedOver.push_back(url);
                                    return applicationRuns;

@@ -10,6 +10,8 @@ namespace zun {
 namespace {
 
 using namespace std::chrono_literals;
+using testing::AllOf;
+using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -60,7 +62,7 @@ TEST_P(Completing, AOneOffReminderCompletesInPlaceAndComesBackAsItWas) {
     expected.rank = 0;
     expected.modified_date = world.environment.now();
     EXPECT_EQ(world.stored("s")->attributes(), expected);
-    EXPECT_THAT(world.alerts.takeLines(), ElementsAre("schedule s", "schedule s"));
+    EXPECT_THAT(world.userNotifications.takeLines(), ElementsAre("remove s", "remove s"));
 }
 
 TEST_P(Completing, AnOpenEndedReminderComesBackWithoutDates) {
@@ -103,7 +105,8 @@ TEST_P(Completing, ASeriesLeavesACopyAndMovesOn) {
     expectedSeries.modified_date = world.environment.now();
     EXPECT_EQ(world.stored("s")->attributes(), expectedSeries);
     EXPECT_THAT(world.cloud.takeLines(), ElementsAre("save " + copyID + " retry", "update s retry"));
-    EXPECT_THAT(world.alerts.takeLines(), ElementsAre("schedule " + copyID, "schedule s"));
+    EXPECT_THAT(world.alerts(copyID), IsEmpty());
+    EXPECT_EQ(world.alerts("s").front(), "2026-01-15T08:50:00");
 }
 
 TEST_P(Completing, TwoCompletionsWithinAMillisecondAreTwo) {
@@ -213,7 +216,7 @@ TEST_P(Completing, UndoBringsTheSeriesBackToItsOccurrence) {
     edited->setEarlyReminderInterval(30);
     world.manager.updateReminder(edited, ShouldUpdateDateModified::Yes, ShouldSyncWithiCloud::No);
     world.settle();
-    world.alerts.takeLines();
+    world.userNotifications.takeLines();
     world.settings.setShouldUseCloudKit(true);
 
     undo(copyID);
@@ -225,7 +228,8 @@ TEST_P(Completing, UndoBringsTheSeriesBackToItsOccurrence) {
     EXPECT_EQ(world.stored("s")->checklist(), "[ ]milk") << "ticks are not restored";
     EXPECT_EQ(world.stored("s")->modified_date(), world.environment.now());
     EXPECT_THAT(world.cloud.takeLines(), ElementsAre("delete " + copyID, "update s retry"));
-    EXPECT_THAT(world.alerts.takeLines(), ElementsAre("remove " + copyID, "schedule s"));
+    EXPECT_THAT(world.userNotifications.takeLines(),
+                AllOf(Contains("remove " + copyID), Contains("schedule s 2026-01-15T08:30:00Z")));
 }
 
 TEST_P(Completing, UndoOfAnEarlyCompletionGoesBackOverTheOneSteppedOver) {
@@ -267,7 +271,7 @@ TEST_P(Completing, ASeriesThatHasEndedIsDeletedAndUndoRestoresIt) {
         EXPECT_EQ(world.stored("s") != nullptr, gone == FakeCloud::Answer::Error);
         EXPECT_EQ(ManagerWorld::ids(world.manager.fetchAllCompletedReminders()), std::vector{copyID});
         world.cloud.takeLines();
-        world.alerts.takeLines();
+        world.userNotifications.takeLines();
 
         world.cloud.setAnswer(FakeCloud::Answer::None);
         undo(copyID);
@@ -276,7 +280,8 @@ TEST_P(Completing, ASeriesThatHasEndedIsDeletedAndUndoRestoresIt) {
         EXPECT_EQ(world.stored("s")->attributes(), expected);
         EXPECT_THAT(world.storedIDs(), ElementsAre("s"));
         EXPECT_THAT(world.cloud.takeLines(), ElementsAre("delete " + copyID, "save s retry"));
-        EXPECT_THAT(world.alerts.takeLines(), ElementsAre("remove " + copyID, "schedule s"));
+        EXPECT_THAT(world.userNotifications.takeLines(),
+                    AllOf(Contains("remove " + copyID), Contains("schedule s 2026-01-21T09:00:00Z")));
         world.manager.clearCoreData();
         world.settle();
     }

@@ -7,14 +7,15 @@
 
 #include "core/ZNReminderManager.h"
 #include "platform/foundation/SimulatedDispatch.h"
-#include "support/FakeAlerts.h"
 #include "support/FakeCloud.h"
+#include "support/MemoryNotificationCenter.h"
 #include "support/TemporaryFolder.h"
 #include "support/TestEnvironment.h"
 
 namespace zun {
 
-// A manager over a real store in a folder of its own, in virtual time, with a cloud and alerts that take notes.
+// A manager over a real store in a folder of its own, in virtual time, with a cloud and alerts that take notes
+// and English texts.
 class ManagerWorld {
   public:
     explicit ManagerWorld(std::uint64_t seed = 1, std::string_view now = "2026-01-14T10:00:00Z")
@@ -49,6 +50,17 @@ class ManagerWorld {
         return manager.fetchReminderWithReminderID(std::string(reminderID));
     }
     std::vector<std::string> storedIDs() const { return ids(manager.fetchAllReminders()); }
+    // When the reminder's alerts come, by the clock on the wall: "2026-01-14T09:00:00".
+    std::vector<std::string> alerts(const std::string& reminderID) const {
+        std::vector<std::string> dates;
+        for (const auto& notification : userNotifications.scheduledNotificationsForReminderID(reminderID)) {
+            const auto wall = environment.timeZone()->localTime(notification.deliveryDate);
+            auto text = iso8601FromDate(NSDate(wall.time_since_epoch()));
+            text.pop_back();  // the "Z"
+            dates.push_back(std::move(text));
+        }
+        return dates;
+    }
     static std::vector<std::string> ids(const std::vector<ReminderPtr>& reminders) {
         std::vector<std::string> all;
         for (const auto& reminder : reminders)
@@ -64,8 +76,11 @@ class ManagerWorld {
     ZNUserDefaults defaults{folder.path() / "configuration"};
     ZNSettingsObject settings{defaults, nullptr, nullptr};
     FakeCloud cloud;
-    FakeAlerts alerts;
-    ZNReminderManager manager{{database, settings, dispatch, notifications, environment, cloud, alerts}};
+    MemoryNotificationCenter userNotifications;
+    LocalizedStrings strings{{"en"}};
+    DateLabels labels{environment, strings};
+    ZNReminderManager manager{
+        {database, settings, dispatch, notifications, environment, cloud, userNotifications, labels, strings}};
 };
 
 }  // namespace zun

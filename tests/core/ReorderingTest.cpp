@@ -36,7 +36,7 @@ TEST_P(Reordering, WritesFallingRanksThatTheDeckFollows) {
                 ElementsAre("b", "c", "a"));
     world.dispatch.advance(1min);
     EXPECT_THAT(world.cloud.takeLines(), IsEmpty()) << "without the flag there is no upload to hold back";
-    EXPECT_THAT(world.alerts.takeLines(), IsEmpty());
+    EXPECT_THAT(world.userNotifications.takeLines(), IsEmpty());
 }
 
 TEST_P(Reordering, OnlyTheLastOfARunIsUploadedFourSecondsLater) {

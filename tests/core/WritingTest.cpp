@@ -14,6 +14,7 @@
 namespace zun {
 namespace {
 
+using testing::Contains;
 using testing::ElementsAre;
 using testing::IsEmpty;
 using testing::UnorderedElementsAre;
@@ -102,6 +103,14 @@ TEST(Writing, LeavesAMarkForTheNextSyncWhereAPushFails) {
     }
 }
 
+std::string alertLine(const std::string& reminderID) {
+    return "schedule " + reminderID + " 2026-01-20T09:00:00Z";
+}
+std::vector<std::string> removals(std::vector<std::string> lines) {
+    std::erase_if(lines, [](const std::string& line) { return !line.starts_with("remove"); });
+    return lines;
+}
+
 TEST(Writing, KeepsTheAlertsInLineOnAQueueOfTheirOwnInTheOrderOfTheChanges) {
     for (std::uint64_t seed = 0; seed < 20; ++seed) {
         ManagerWorld world(seed);
@@ -111,22 +120,25 @@ TEST(Writing, KeepsTheAlertsInLineOnAQueueOfTheirOwnInTheOrderOfTheChanges) {
             world.manager.saveReminder(reminders.back(), ShouldSyncWithiCloud::No);
         }
         world.settle();
-        EXPECT_THAT(world.alerts.takeLines(), ElementsAre("schedule a", "schedule b", "schedule c"));
+        const auto lines = world.userNotifications.takeLines();
+        EXPECT_THAT(lines, UnorderedElementsAre("remove a", "remove b", "remove c", alertLine("a"), alertLine("b"),
+                                                alertLine("c")));
+        EXPECT_THAT(removals(lines), ElementsAre("remove a", "remove b", "remove c"));
 
         world.manager.bulkUpdateReminders(reminders, ShouldSyncWithiCloud::Yes);
         world.settle();
-        EXPECT_THAT(world.alerts.takeLines(), IsEmpty());
+        EXPECT_THAT(world.userNotifications.takeLines(), IsEmpty());
 
         bool blockCameFirst = false;
         world.manager.bulkDeleteReminders({reminders[0], reminders[1]}, ShouldSyncWithiCloud::No,
-                                          [&] { blockCameFirst = world.alerts.takeLines().empty(); });
+                                          [&] { blockCameFirst = world.userNotifications.takeLines().empty(); });
         world.settle();
         EXPECT_TRUE(blockCameFirst);
-        EXPECT_THAT(world.alerts.takeLines(), ElementsAre("remove a", "remove b"));
+        EXPECT_THAT(world.userNotifications.takeLines(), ElementsAre("remove a", "remove b"));
 
         world.manager.deleteReminder(reminders[2], ShouldSyncWithiCloud::No);
         world.settle();
-        EXPECT_THAT(world.alerts.takeLines(), ElementsAre("remove c"));
+        EXPECT_THAT(world.userNotifications.takeLines(), ElementsAre("remove c"));
     }
 }
 
@@ -144,8 +156,11 @@ TEST(Writing, AStoreThatRefusesLetsNothingFollow) {
     int refusals = 0;
     database.setFailureHandler([&](const StoreError&) { ++refusals; });
     FakeCloud cloud;
-    FakeAlerts alerts;
-    ZNReminderManager manager({database, settings, dispatch, notifications, environment, cloud, alerts});
+    MemoryNotificationCenter userNotifications;
+    const LocalizedStrings strings({"en"});
+    const DateLabels labels(environment, strings);
+    ZNReminderManager manager(
+        {database, settings, dispatch, notifications, environment, cloud, userNotifications, labels, strings});
 
     const auto reminder = std::make_shared<ZNReminderObject>();
     manager.saveReminder(reminder, ShouldSyncWithiCloud::Yes);
@@ -154,7 +169,7 @@ TEST(Writing, AStoreThatRefusesLetsNothingFollow) {
     dispatch.advance(std::chrono::minutes(1));
     EXPECT_EQ(refusals, 2);
     EXPECT_THAT(cloud.takeLines(), IsEmpty());
-    EXPECT_THAT(alerts.takeLines(), IsEmpty());
+    EXPECT_THAT(userNotifications.takeLines(), IsEmpty());
     EXPECT_THAT(manager.fetchAllReminders(), IsEmpty());
 }
 
@@ -173,7 +188,8 @@ TEST(Writing, ImportKeepsEveryAttributeReplacesAndSchedules) {
     world.settle();
     EXPECT_EQ(world.stored("known")->attributes(), known);
     EXPECT_EQ(world.stored("fresh")->attributes(), fresh);
-    EXPECT_THAT(world.alerts.takeLines(), UnorderedElementsAre("schedule known", "schedule fresh"));
+    EXPECT_THAT(world.alerts("known"), ElementsAre("2027-01-01T00:00:00"));
+    EXPECT_THAT(world.userNotifications.takeLines(), Contains("remove fresh"));
     EXPECT_THAT(world.cloud.takeLines(), IsEmpty());
 }
 
@@ -188,11 +204,14 @@ TEST(Writing, ManyThreadsWriteAndWaitingSeesAllOfIt) {
     ZNSettingsObject settings(defaults, nullptr, nullptr);
     settings.setShouldUseCloudKit(true);
     NoCloud cloud;
-    FakeAlerts alerts;
+    MemoryNotificationCenter userNotifications;
+    const LocalizedStrings strings({"en"});
+    const DateLabels labels(environment, strings);
     constexpr int threadCount = 4;
     constexpr int perThread = 10;
     {
-        ZNReminderManager manager({database, settings, dispatch, notifications, environment, cloud, alerts});
+        ZNReminderManager manager(
+            {database, settings, dispatch, notifications, environment, cloud, userNotifications, labels, strings});
         std::vector<std::thread> threads;
         for (int t = 0; t < threadCount; ++t) {
             threads.emplace_back([&, t] {
@@ -212,11 +231,11 @@ TEST(Writing, ManyThreadsWriteAndWaitingSeesAllOfIt) {
         EXPECT_EQ(manager.numberOfTotalReminders(), std::size_t{threadCount * perThread});
         EXPECT_EQ(manager.fetchAllCompletedReminders().size(), std::size_t{threadCount * perThread / 2});
         EXPECT_EQ(manager.fetchAllRemindersWithLocalChanges().size(), std::size_t{threadCount * perThread});
-        EXPECT_EQ(alerts.takeLines().size(), std::size_t{threadCount * perThread * 5 / 2});
+        EXPECT_EQ(userNotifications.takeLines().size(), std::size_t{threadCount * perThread * 5 / 2});
         manager.willBecomeInactive();
         manager.saveReminder(std::make_shared<ZNReminderObject>(), ShouldSyncWithiCloud::Yes);
     }
-    EXPECT_EQ(alerts.takeLines().size(), 1u) << "a manager that goes lets its last write come to its end";
+    EXPECT_EQ(userNotifications.takeLines().size(), 1u) << "a manager that goes lets its last write come to its end";
 }
 
 TEST(Housekeeping, RemovesWhatWasCompletedThirtyDaysAgoUnlessTurnedOff) {
@@ -246,7 +265,7 @@ TEST(Housekeeping, RemovesWhatWasCompletedThirtyDaysAgoUnlessTurnedOff) {
     EXPECT_THAT(world.storedIDs(), UnorderedElementsAre("a second later", "open"));
     EXPECT_THAT(world.cloud.takeLines(),
                 UnorderedElementsAre("delete exactly", "delete tombstone", "delete series+2026-01-01T09:00:00.000Z"));
-    EXPECT_EQ(world.alerts.takeLines().size(), 3u);
+    EXPECT_EQ(world.userNotifications.takeLines().size(), 3u);
 }
 
 TEST(Housekeeping, RemovesDoublesWipesAndAsksForTheBadge) {
@@ -266,7 +285,7 @@ TEST(Housekeeping, RemovesDoublesWipesAndAsksForTheBadge) {
     world.manager.clearCoreData();
     world.settle();
     EXPECT_THAT(world.storedIDs(), IsEmpty());
-    EXPECT_THAT(world.alerts.takeLines(), IsEmpty());
+    EXPECT_THAT(world.userNotifications.takeLines(), IsEmpty());
     EXPECT_THAT(world.cloud.takeLines(), IsEmpty());
 }
 

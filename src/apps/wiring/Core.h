@@ -5,7 +5,6 @@
 
 #include <memory>
 
-#include "core/NoAlerts.h"
 #include "core/NoCloud.h"
 #include "core/ZNReminderManager.h"
 #include "dates/DateLabels.h"
@@ -13,6 +12,7 @@
 #include "platform/foundation/LocalizedStrings.h"
 #include "platform/foundation/SystemDispatch.h"
 #include "platform/foundation/SystemEnvironment.h"
+#include "platform/usernotifications/StoredNotificationCenter.h"
 #include "settings/ZNSettingsObject.h"
 #include "text/ZNReminderHelper.h"
 
@@ -29,7 +29,9 @@ struct Core {
           labels(environment, strings),
           helper(environment, strings),
           database(home.data, {dispatch, notifications, environment}),
-          manager({database, settings, dispatch, notifications, environment, cloud, alerts}) {}
+          userNotifications(home.data, {dispatch, environment}),
+          manager(
+              {database, settings, dispatch, notifications, environment, cloud, userNotifications, labels, strings}) {}
 
     SystemEnvironment environment;
     SystemDispatch dispatch;
@@ -41,7 +43,7 @@ struct Core {
     ZNReminderHelper helper;
     ZNDatabase database;
     NoCloud cloud;
-    NoAlerts alerts;
+    StoredNotificationCenter userNotifications;
     ZNReminderManager manager;
 };
 
