@@ -84,18 +84,23 @@ void ZNReminderManager::addLocalNotification(const std::string& title, NSDate fi
     // The end of time is where a series stops, not a date to be reminded on.
     if (fireDate <= _with.environment.now() || fireDate == NSDate::max()) return;
     onNotificationQueue([this, title, fireDate, dueDate, reminderID] {
-        const auto relativeDate = _with.labels.dateAsRelativeStringWithOriginDate(dueDate, fireDate);
-        NSUserNotification notification;
-        notification.userInfo = {{NOTIFICATION_REMINDER_ID, reminderID}};
-        notification.deliveryDate = fireDate;
-        notification.deliveryTimeZone = _with.environment.timeZone()->name();
-        notification.title = title;
-        notification.subtitle = stringWithFormat(_with.strings.string("Reminder_Due_Format"), {relativeDate});
-        notification.hasActionButton = true;
-        notification.actionButtonTitle = _with.strings.string("Snooze_Action");
-        notification.soundName = NSUserNotificationDefaultSoundName;
-        _with.userNotifications.scheduleNotification(notification);
+        _with.userNotifications.scheduleNotification(localNotification(title, fireDate, dueDate, reminderID));
     });
+}
+
+NSUserNotification ZNReminderManager::localNotification(const std::string& title, NSDate fireDate, NSDate dueDate,
+                                                        const std::string& reminderID) const {
+    const auto relativeDate = _with.labels.dateAsRelativeStringWithOriginDate(dueDate, fireDate);
+    NSUserNotification notification;
+    notification.userInfo = {{NOTIFICATION_REMINDER_ID, reminderID}};
+    notification.deliveryDate = fireDate;
+    notification.deliveryTimeZone = _with.environment.timeZone()->name();
+    notification.title = title;
+    notification.subtitle = stringWithFormat(_with.strings.string("Reminder_Due_Format"), {relativeDate});
+    notification.hasActionButton = true;
+    notification.actionButtonTitle = _with.strings.string("Snooze_Action");
+    notification.soundName = NSUserNotificationDefaultSoundName;
+    return notification;
 }
 
 void ZNReminderManager::scheduleNotificationsForRemindersOnOrAfterDate(OptionalDate date, const Block& withCompletion) {

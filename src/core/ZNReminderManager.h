@@ -121,6 +121,9 @@ class ZNReminderManager {
     // The same from the last scheduled alert on, unless exactly 64 are scheduled. On a queue of its own; the block is
     // never called.
     void updateLocalNotificationsIfNecessaryWithCompletion(const Block& completion = {});
+    // One alert as the above make it, for whoever schedules further ones.
+    [[nodiscard]] NSUserNotification localNotification(const std::string& title, NSDate fireDate, NSDate dueDate,
+                                                       const std::string& reminderID) const;
     // Seconds; 0 for a type without unit.
     [[nodiscard]] static double earlyReminderInterval(std::uint64_t forType, std::uint64_t earlyReminderInterval);
 

@@ -98,8 +98,7 @@ void AlertFile::prepareSchema() {
         throw SQLite::Exception("The alerts were written by a newer version of Zun.", SQLITE_READONLY);
     } else if (found == 0) {
         _database->exec(schema);
-        const auto now = _environment.now().time_since_epoch().count();
-        _database->exec(fmt::format("INSERT INTO facts VALUES('born', {}), ('mustBeFilled', 1)", now));
+        _database->exec("INSERT INTO facts VALUES('mustBeFilled', 1)");
         _database->exec(fmt::format("PRAGMA user_version = {}", schemaVersion));
     }
     transaction.commit();
@@ -135,7 +134,7 @@ bool AlertFile::run(Access access, const std::function<void()>& block) {
     for (int attempt = 0;; ++attempt) {
         // The library reports failures by exceptions only; none leaves this function.
         try {
-            if (!open(access)) return false;
+            if (!open(access)) return true;
             if (access == Access::Read) {
                 block();
             } else {

@@ -24,7 +24,8 @@ class AlertFile {
     AlertFile(std::filesystem::path folder, const Environment& environment);
 
     // Runs the block; one that writes runs as a whole or not at all, and is durable on return. False, with a log line,
-    // if the file cannot be used; nothing has changed then. May wait some seconds for another process.
+    // if the file cannot be used; nothing has changed then. A read of a file that is not there yet runs nothing and is
+    // no failure. May wait some seconds for another process.
     bool run(Access access, const std::function<void()>& block);
     // Looks at every page. A damaged file is set aside. May take some milliseconds a megabyte.
     void check();

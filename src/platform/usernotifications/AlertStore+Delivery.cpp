@@ -69,7 +69,7 @@ AlertStore::Due AlertStore::due(NSDate now, std::size_t most) {
             drop.with(1, now).run();
         });
     }
-    read([&] {
+    due.isKnown = read([&] {
         {
             AlertQuery count(_file,
                              "SELECT count(DISTINCT reminderID), max(identifier) FROM scheduled WHERE dueDate <= ?");
@@ -171,12 +171,13 @@ std::vector<StandingAlert> AlertStore::standing() {
     return all;
 }
 
-std::vector<StandingAlert> AlertStore::standingAt(std::uint32_t serverIdentifier, const std::string& server) {
+std::vector<StandingAlert> AlertStore::standingAt(std::uint32_t serverIdentifier, const std::string& server,
+                                                  std::size_t most) {
     std::vector<StandingAlert> all;
     read([&] {
         AlertQuery query(
-            _file, ZN_SELECT_DELIVERED " WHERE serverIdentifier = ? AND server = ? ORDER BY sequence DESC LIMIT 8");
-        query.with(1, std::int64_t{serverIdentifier}).with(2, server);
+            _file, ZN_SELECT_DELIVERED " WHERE serverIdentifier = ? AND server = ? ORDER BY sequence DESC LIMIT ?");
+        query.with(1, std::int64_t{serverIdentifier}).with(2, server).with(3, static_cast<std::int64_t>(most));
         while (query.next())
             all.push_back(standingFrom(query));
     });

@@ -11,9 +11,9 @@ bool AlertStore::write(const std::function<void()>& block) {
     return _file.run(AlertFile::Access::Write, block);
 }
 
-void AlertStore::read(const std::function<void()>& block) {
+bool AlertStore::read(const std::function<void()>& block) {
     const std::lock_guard lock(_mutex);
-    _file.run(AlertFile::Access::Read, block);
+    return _file.run(AlertFile::Access::Read, block);
 }
 
 void AlertStore::check() {
@@ -147,8 +147,13 @@ bool AlertStore::wasShown(const std::string& reminderID, NSDate deliveryDate) {
 
 // ---- what is remembered
 
-void AlertStore::forgetShownAfter(NSDate date) {
-    write([&] { AlertQuery(_file, "DELETE FROM shown WHERE deliveryDate > ?").with(1, date).run(); });
+bool AlertStore::forgetShownAfter(NSDate date) {
+    bool hasAny = false;
+    read([&] {
+        AlertQuery query(_file, "SELECT 1 FROM shown WHERE deliveryDate > ? LIMIT 1");
+        hasAny = query.with(1, date).next();
+    });
+    return hasAny && write([&] { AlertQuery(_file, "DELETE FROM shown WHERE deliveryDate > ?").with(1, date).run(); });
 }
 
 void AlertStore::forgetShownBefore(NSDate date) {
@@ -164,15 +169,6 @@ OptionalDate AlertStore::lastDeliveryDate(const std::string& reminderID) {
     return last;
 }
 
-OptionalDate AlertStore::born() {
-    OptionalDate date;
-    read([&] {
-        AlertQuery query(_file, "SELECT value FROM facts WHERE name = 'born'");
-        if (query.next()) date = query.date(0);
-    });
-    return date;
-}
-
 bool AlertStore::mustBeFilled() {
     bool must = true;
     read([&] {
@@ -184,6 +180,19 @@ bool AlertStore::mustBeFilled() {
 
 void AlertStore::setFilled() {
     write([&] { AlertQuery(_file, "UPDATE facts SET value = 0 WHERE name = 'mustBeFilled'").run(); });
+}
+
+OptionalDate AlertStore::lookedAt() {
+    OptionalDate date;
+    read([&] {
+        AlertQuery query(_file, "SELECT value FROM facts WHERE name = 'lookedAt'");
+        if (query.next()) date = query.date(0);
+    });
+    return date;
+}
+
+void AlertStore::setLookedAt(NSDate date) {
+    write([&] { AlertQuery(_file, "INSERT OR REPLACE INTO facts VALUES('lookedAt', ?)").with(1, date).run(); });
 }
 
 }  // namespace zun

@@ -77,6 +77,7 @@ class AlertStore {
     // What is due at this moment, one alert for each reminder: its earliest. At most `most` of them, and the number of
     // all. Drops what was shown before.
     struct Due {
+        bool isKnown = false;  // false if the file could not be read
         std::size_t reminders = 0;
         std::vector<NSUserNotification> first;
         std::int64_t lastIdentifier = 0;  // alerts scheduled later do not belong to this picture
@@ -90,9 +91,10 @@ class AlertStore {
     // Where the reminder's latest alert stands with this server, not counting summaries; 0 if nowhere.
     [[nodiscard]] std::uint32_t placeOfReminder(const std::string& reminderID, const std::string& server);
     [[nodiscard]] std::uint32_t placeOfSummary(const std::string& server);
-    // The newest alert of each place.
+    // The newest alert of each place; the newest ones of one place.
     [[nodiscard]] std::vector<StandingAlert> standing();
-    [[nodiscard]] std::vector<StandingAlert> standingAt(std::uint32_t serverIdentifier, const std::string& server);
+    [[nodiscard]] std::vector<StandingAlert> standingAt(std::uint32_t serverIdentifier, const std::string& server,
+                                                        std::size_t most);
     // Reminders whose alerts stand in the summary.
     [[nodiscard]] std::size_t remindersAt(std::uint32_t serverIdentifier, const std::string& server);
     bool movePlace(const ScreenPlace& from, const ScreenPlace& to);
@@ -103,20 +105,22 @@ class AlertStore {
     // What removals of delivered alerts left standing on this server's screen and has to be closed there.
     [[nodiscard]] std::vector<std::uint32_t> takeClosings(const std::string& server);
 
-    void forgetShownAfter(NSDate date);
+    // Whether there was anything to forget.
+    bool forgetShownAfter(NSDate date);
     void forgetShownBefore(NSDate date);
     [[nodiscard]] OptionalDate lastDeliveryDate(const std::string& reminderID);
-    // When the file was made.
-    [[nodiscard]] OptionalDate born();
     // A fresh file knows nothing of the reminders until it was told.
     [[nodiscard]] bool mustBeFilled();
     void setFilled();
+    // When the reminders were last looked through for alerts that are missing.
+    [[nodiscard]] OptionalDate lookedAt();
+    void setLookedAt(NSDate date);
 
     void check();
 
   private:
     bool write(const std::function<void()>& block);
-    void read(const std::function<void()>& block);
+    bool read(const std::function<void()>& block);
     void applyOne(const AlertChange::Schedule& change);
     void applyOne(const AlertChange::RemoveScheduled& change);
     void applyOne(const AlertChange::RemoveScheduledOfReminder& change);

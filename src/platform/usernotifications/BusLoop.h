@@ -1,0 +1,42 @@
+#pragma once
+
+// The thread on which D-Bus connections are served, with a word when one is lost, and the connections themselves.
+
+#include <sdbus-c++/sdbus-c++.h>
+
+#include <atomic>
+#include <functional>
+#include <memory>
+#include <thread>
+#include <vector>
+
+namespace zun {
+
+class BusLoop {
+  public:
+    // The system bus may be null. `lost` runs on the loop's thread, once, when the session bus has gone.
+    BusLoop(std::unique_ptr<sdbus::IConnection> session, std::unique_ptr<sdbus::IConnection> system,
+            std::function<void()> lost);
+    ~BusLoop();
+    BusLoop(const BusLoop&) = delete;
+    BusLoop& operator=(const BusLoop&) = delete;
+
+    [[nodiscard]] sdbus::IConnection& session() { return *_session; }
+    [[nodiscard]] sdbus::IConnection* system() { return _system.get(); }
+    // Once all that listens from the start is set up.
+    void start();
+    // After a call was sent from another thread, so that its timeout is looked after.
+    void wake();
+
+  private:
+    void serve();
+
+    std::unique_ptr<sdbus::IConnection> _session;
+    std::unique_ptr<sdbus::IConnection> _system;
+    std::function<void()> _lost;
+    int _wake = -1;  // an eventfd
+    std::atomic<bool> _ends = false;
+    std::thread _thread;
+};
+
+}  // namespace zun
