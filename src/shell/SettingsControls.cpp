@@ -146,7 +146,7 @@ ZNPopUpButton::ZNPopUpButton(QWidget* parent) : QComboBox(parent) {
     setFont(appFont(13));
     setAttribute(Qt::WA_Hover);
     setFocusPolicy(Qt::TabFocus);
-    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    setSizePolicy(QSizePolicy::Minimum, QSizePolicy::Fixed);
 }
 
 QSize ZNPopUpButton::sizeHint() const {

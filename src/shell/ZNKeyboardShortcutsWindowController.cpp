@@ -138,7 +138,7 @@ QWidget* ZNKeyboardShortcutsWindowController::makeHeader(const LocalizedStrings&
     picture->setPixmap(pictures.pixmap("zun_icon_large", QSizeF(pictureSide, pictureSide), devicePixelRatioF()));
     picture->setFixedSize(pictureSide, pictureSide);
     auto* words = new QVBoxLayout;
-    words->setSpacing(2);
+    words->setSpacing(4);
     words->addStretch();
     words->addWidget(makeLabel(text("Zun_KeyboardShortcuts_Title"), appFont(22, QFont::DemiBold), header));
     words->addWidget(makeLabel(text("Zun_Keyboard_Shortcut_Description"), appFont(13), header));

@@ -17,6 +17,7 @@ constexpr QRgb ground = 0xfff5f5f5;  // white, 0.96
 constexpr QRgb labelText = 0xff333333;
 constexpr QRgb secondaryText = 0xff5c5769;
 constexpr int margin = 24;
+constexpr int groupGap = 16;
 constexpr int alertIconSide = 48;
 // In the order of their values.
 constexpr std::string_view snoozeRows[] = {"Snooze_1_day", "Snooze_1_hour", "Snooze_15_minutes"};
@@ -149,8 +150,7 @@ void ZNSettingsWindowController::setConstraints() {
     for (auto* control :
          {_iCloudButton, _showInMenubarButton, _autoStartButton, _deleteCompletedButton, _useReturnToSave})
         column->addWidget(control);
-    column->addStretch();
-    column->addWidget(_clearCacheButton);
+    column->addWidget(_clearCacheButton, 1, Qt::AlignLeading | Qt::AlignBottom);
 
     auto* grid = new QGridLayout;
     grid->setContentsMargins(FocusRing::room, 0, 0, 0);
@@ -161,8 +161,9 @@ void ZNSettingsWindowController::setConstraints() {
         grid->addWidget(label, row, 0);
         grid->addWidget(button, row, 1);
     };
+    _snoozeInstructions->setContentsMargins(0, 0, FocusRing::room, groupGap);
     addRow(0, _snoozeSettingLabel, _snoozeSetting);
-    grid->addWidget(_snoozeInstructions, 1, 0, 1, 2, Qt::AlignTop);
+    grid->addWidget(_snoozeInstructions, 1, 0, 1, 2);
     addRow(2, _morningSettingLabel, _morningHour);
     addRow(3, _eveningSettingLabel, _eveningHour);
     column->addLayout(grid);
@@ -314,6 +315,7 @@ void ZNSettingsWindowController::showAlert(std::string_view messageKey, std::str
     if (!informativeTextKey.empty()) _alert->setInformativeText(text(informativeTextKey));
     _alert->setIconPixmap(
         _with.pictures.pixmap("zun_icon_large", QSizeF(alertIconSide, alertIconSide), devicePixelRatioF()));
+    if (auto* message = _alert->findChild<QLabel*>("qt_msgbox_label")) message->setFont(appFont(13, QFont::DemiBold));
     _alert->addButton(new ZNPushButton(text("Okay_Action")), QMessageBox::AcceptRole);
     _alert->open();
 }
