@@ -24,6 +24,7 @@ constexpr QRgb currentRowGround = 0xffefebf6;
 constexpr int margin = 24;
 constexpr int headerHeight = 96;
 constexpr int pictureSide = 64;
+constexpr int pictureInset = 3;  // from the picture's edge to what is seen of it
 constexpr int headHeight = 28;
 constexpr int rowHeight = 26;
 constexpr int keysWidth = 190;
@@ -144,8 +145,8 @@ QWidget* ZNKeyboardShortcutsWindowController::makeHeader(const LocalizedStrings&
     words->addWidget(makeLabel(text("Zun_Keyboard_Shortcut_Description"), appFont(13), header));
     words->addStretch();
     auto* row = new QHBoxLayout(header);
-    row->setContentsMargins(margin, 0, margin, 0);
-    row->setSpacing(16);
+    row->setContentsMargins(margin - pictureInset, 0, margin, 0);
+    row->setSpacing(16 - pictureInset);
     row->addWidget(picture);
     row->addLayout(words, 1);
     return header;
