@@ -18,6 +18,7 @@ using std::chrono::seconds;
 class Surroundings final : public Environment {
   public:
     [[nodiscard]] NSDate now() const override { return _now; }
+    [[nodiscard]] BootTime bootTime() const override { return {}; }
     [[nodiscard]] std::shared_ptr<const NSTimeZone> timeZone() const override { return _zone; }
     [[nodiscard]] NSLocale locale() const override { return {}; }
     [[nodiscard]] std::string newIdentifier() const override { return {}; }

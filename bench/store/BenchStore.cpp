@@ -82,8 +82,9 @@ struct Bench {
     MemoryNotificationCenter userNotifications;
     LocalizedStrings strings{{"en"}};
     DateLabels labels{environment, strings};
+    ClockWitness clock{folder.path() / "state", environment};
     ZNReminderManager manager{
-        {store, settings, dispatch, notifications, environment, cloud, userNotifications, labels, strings}};
+        {store, settings, dispatch, notifications, environment, cloud, userNotifications, labels, strings, clock}};
     HandWritten floor{(folder.path() / "reminders.sqlite").string()};
 };
 

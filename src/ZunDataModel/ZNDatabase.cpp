@@ -319,6 +319,10 @@ std::unordered_set<std::string> ZNDatabase::reminderIDsWithTitleContaining(std::
     return _implementation->read([&](StoreConnection& connection) { return identifiersByTitle(connection, text); });
 }
 
+std::optional<std::vector<std::string>> ZNDatabase::allReminderIDs() const {
+    return _implementation->read([](StoreConnection& connection) { return std::optional(allIdentifiers(connection)); });
+}
+
 void ZNDatabase::deDupReminderWithID(const std::string& reminderID) {
     auto removed = std::make_shared<std::size_t>(0);
     _implementation->commit([reminderID, removed](RecordChanges& changes) { *removed = changes.deDup(reminderID); },
@@ -335,6 +339,12 @@ void ZNDatabase::clearRemindersFromStore(std::function<void()> completion) {
             store->post(ZNDatabaseDeDupedNotification, nullptr);
             if (completion) completion();
         });
+}
+
+void ZNDatabase::backUp(std::string reason, std::function<void()> completion) {
+    _implementation->write([now = _implementation->environment().now(),
+                            reason = std::move(reason)](StoreWriter& writer) { return writer.backUp(now, reason); },
+                           std::move(completion));
 }
 
 void ZNDatabase::setFailureHandler(std::function<void(const StoreError&)> handler) {

@@ -86,10 +86,17 @@ class ZNDatabase {
     // Of all records whose title contains the text, blind to case, accents, width and kana. For search: does not read
     // the records.
     [[nodiscard]] std::unordered_set<std::string> reminderIDsWithTitleContaining(std::string_view text) const;
+    // The identifiers of all records, marked ones included, in no order; of doubled records as often as they are
+    // stored. Absent if they could not be read. Does not read the records.
+    [[nodiscard]] std::optional<std::vector<std::string>> allReminderIDs() const;
     // Leaves the record with the newest `modified_date`.
     void deDupReminderWithID(const std::string& reminderID);
     // Deletes everything, after a dated backup.
     void clearRemindersFromStore(std::function<void()> completion = {});
+
+    // Writes a dated backup, whose name ends in the reason. The block is for the step that cannot be taken back: it
+    // runs once the backup is durable, or not at all.
+    void backUp(std::string reason, std::function<void()> completion);
 
     // Runs on the store's queue for each write that failed and for the first fetch that the file failed; without a
     // handler a line goes to the log.

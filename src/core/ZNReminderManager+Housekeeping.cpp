@@ -1,5 +1,6 @@
 #include <chrono>
 #include <string>
+#include <string_view>
 #include <unordered_set>
 
 #include "core/ZNReminderManager.h"
@@ -12,21 +13,50 @@ constexpr std::chrono::hours completedRemindersKept{30 * 24};
 
 }  // namespace
 
-void ZNReminderManager::deDupeDatabase() {
-    std::unordered_set<std::string> seen;
-    for (const auto& reminder : fetchAllReminders()) {
-        const auto identifier = reminder->reminderID().value_or("");
-        if (!seen.insert(identifier).second) _writes->database().deDupReminderWithID(identifier);
+std::size_t ZNReminderManager::deDupeDatabase() {
+    const auto stored = _with.database.allReminderIDs();
+    if (!stored) return 0;
+    std::size_t found = 0;
+    std::unordered_set<std::string_view> seen;
+    for (const auto& reminderID : *stored) {
+        if (seen.insert(reminderID).second) continue;
+        _writes->database().deDupReminderWithID(reminderID);
+        ++found;
     }
+    return found;
 }
 
-void ZNReminderManager::removeCompletedRemindersIfEnabled() {
-    if (!_with.settings.shouldDeleteCompleted()) return;
+std::optional<std::size_t> ZNReminderManager::removeCompletedRemindersIfEnabled() {
+    if (!_with.settings.shouldDeleteCompleted()) return 0;
+    if (_with.clock.hasJumpedWithinADay()) return std::nullopt;
     const auto cutoff = _with.environment.now() - completedRemindersKept;
-    // A tombstone among them goes through the delete again.
-    for (const auto& reminder : fetch("completed_date <= %@", {cutoff}, {{"completed_date", false}})) {
-        deleteReminder(reminder, ShouldSyncWithiCloud::Yes);
+    const auto fetchOld = [this, cutoff] {
+        return fetch("completed_date <= %@", {cutoff}, {{"completed_date", false}});
+    };
+    const auto found = fetchOld().size();
+    if (found == 0) return 0;
+    _writes->database().backUp("completed", [this, fetchOld] {
+        // As they are by now: one may have been taken back meanwhile. A tombstone goes through the delete again.
+        for (const auto& reminder : fetchOld())
+            deleteReminder(reminder, ShouldSyncWithiCloud::Yes);
+    });
+    return found;
+}
+
+std::size_t ZNReminderManager::removeStaleLocalNotifications() {
+    // In this order: whoever schedules has stored the reminder before.
+    const auto scheduled = _with.userNotifications.scheduledReminderIDs();
+    const auto stored = _with.database.allReminderIDs();
+    // A store that cannot be read is no reason to let its alerts go.
+    if (!stored || scheduled.empty()) return 0;
+    const std::unordered_set<std::string_view> known(stored->begin(), stored->end());
+    std::size_t removed = 0;
+    for (const auto& reminderID : scheduled) {
+        if (known.contains(reminderID)) continue;
+        removed += _with.userNotifications.scheduledNotificationsForReminderID(reminderID).size();
+        _with.userNotifications.removeScheduledNotificationsForReminderID(reminderID);
     }
+    return removed;
 }
 
 void ZNReminderManager::clearCoreData() {

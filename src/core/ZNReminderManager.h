@@ -22,6 +22,7 @@
 #include <vector>
 
 #include "ZunDataModel/ZNDatabase.h"
+#include "core/ClockWitness.h"
 #include "core/ReminderCloudPushes.h"
 #include "dates/DateLabels.h"
 #include "dates/RepeatEngine.h"
@@ -50,6 +51,7 @@ class ZNReminderManager {
         NSUserNotificationCenter& userNotifications;
         const DateLabels& labels;
         const LocalizedStrings& strings;
+        const ClockWitness& clock;
     };
 
     explicit ZNReminderManager(Collaborators collaborators);
@@ -167,10 +169,15 @@ class ZNReminderManager {
     [[nodiscard]] std::size_t numberOfActiveRemindersForHourBeforeFireDate(NSDate fireDate) const;
     [[nodiscard]] std::size_t numberOfActiveRemindersWithLocations() const;
 
+    // Housekeeping. The first three block for their queries and say how much they found to do.
     // Removes what sync may have doubled.
-    void deDupeDatabase();
-    // Deletes what was completed 30 days ago or earlier, if the settings say so.
-    void removeCompletedRemindersIfEnabled();
+    std::size_t deDupeDatabase();
+    // Deletes what was completed 30 days ago or earlier, if the settings say so: one by one, once a dated backup is
+    // durable. Absent, and nothing done, within a day after the clock has jumped: one wrong clock must not destroy the
+    // history.
+    std::optional<std::size_t> removeCompletedRemindersIfEnabled();
+    // Removes scheduled alerts whose reminder is stored no more, not even as a tombstone. On the caller's thread.
+    std::size_t removeStaleLocalNotifications();
     // Wipes the store and nothing else: alerts and cloud are left as they are.
     void clearCoreData();
     void updateBadgeIcon();

@@ -46,9 +46,10 @@ class CommandLineTest : public testing::Test {
         const ZNReminderHelper helper(environment, strings);
         ZNDatabase database(folder.path() / "data", {dispatch, notifications, environment});
         NoCloud cloud;
+        const ClockWitness clock(folder.path() / "state", environment);
         StoredNotificationCenter userNotifications(folder.path() / "data", {dispatch, environment});
-        ZNReminderManager manager(
-            {database, settings, dispatch, notifications, environment, cloud, userNotifications, labels, strings});
+        ZNReminderManager manager({database, settings, dispatch, notifications, environment, cloud, userNotifications,
+                                   labels, strings, clock});
         CommandContext context{environment, database, manager, strings, labels, helper, [&](const std::string& url) {
                                    if (applicationRuns) handedOver.push_back(url);
                                    return applicationRuns;

@@ -79,8 +79,9 @@ class ManagerWorld {
     MemoryNotificationCenter userNotifications;
     LocalizedStrings strings{{"en"}};
     DateLabels labels{environment, strings};
+    ClockWitness clock{folder.path() / "state", environment};
     ZNReminderManager manager{
-        {database, settings, dispatch, notifications, environment, cloud, userNotifications, labels, strings}};
+        {database, settings, dispatch, notifications, environment, cloud, userNotifications, labels, strings, clock}};
 };
 
 }  // namespace zun

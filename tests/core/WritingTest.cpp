@@ -159,8 +159,9 @@ TEST(Writing, AStoreThatRefusesLetsNothingFollow) {
     MemoryNotificationCenter userNotifications;
     const LocalizedStrings strings({"en"});
     const DateLabels labels(environment, strings);
+    const ClockWitness clock(folder.path() / "state", environment);
     ZNReminderManager manager(
-        {database, settings, dispatch, notifications, environment, cloud, userNotifications, labels, strings});
+        {database, settings, dispatch, notifications, environment, cloud, userNotifications, labels, strings, clock});
 
     const auto reminder = std::make_shared<ZNReminderObject>();
     manager.saveReminder(reminder, ShouldSyncWithiCloud::Yes);
@@ -168,6 +169,10 @@ TEST(Writing, AStoreThatRefusesLetsNothingFollow) {
     manager.waitUntilSettled();
     dispatch.advance(std::chrono::minutes(1));
     EXPECT_EQ(refusals, 2);
+    userNotifications.scheduleNotification({});
+    EXPECT_EQ(manager.removeStaleLocalNotifications(), 0u) << "nothing is known to be stale";
+    EXPECT_EQ(manager.deDupeDatabase(), 0u);
+    EXPECT_THAT(userNotifications.takeLines(), testing::SizeIs(1));
     EXPECT_THAT(cloud.takeLines(), IsEmpty());
     EXPECT_THAT(userNotifications.takeLines(), IsEmpty());
     EXPECT_THAT(manager.fetchAllReminders(), IsEmpty());
@@ -207,11 +212,12 @@ TEST(Writing, ManyThreadsWriteAndWaitingSeesAllOfIt) {
     MemoryNotificationCenter userNotifications;
     const LocalizedStrings strings({"en"});
     const DateLabels labels(environment, strings);
+    const ClockWitness clock(folder.path() / "state", environment);
     constexpr int threadCount = 4;
     constexpr int perThread = 10;
     {
-        ZNReminderManager manager(
-            {database, settings, dispatch, notifications, environment, cloud, userNotifications, labels, strings});
+        ZNReminderManager manager({database, settings, dispatch, notifications, environment, cloud, userNotifications,
+                                   labels, strings, clock});
         std::vector<std::thread> threads;
         for (int t = 0; t < threadCount; ++t) {
             threads.emplace_back([&, t] {
@@ -236,57 +242,6 @@ TEST(Writing, ManyThreadsWriteAndWaitingSeesAllOfIt) {
         manager.saveReminder(std::make_shared<ZNReminderObject>(), ShouldSyncWithiCloud::Yes);
     }
     EXPECT_EQ(userNotifications.takeLines().size(), 1u) << "a manager that goes lets its last write come to its end";
-}
-
-TEST(Housekeeping, RemovesWhatWasCompletedThirtyDaysAgoUnlessTurnedOff) {
-    ManagerWorld world(1, "2026-03-01T10:00:00Z");
-    const auto completed = [&](const char* id, std::string_view date) {
-        auto attributes = world.dated(id, "2026-01-01T09:00");
-        attributes.completed_date = world.at(date);
-        return attributes;
-    };
-    world.store(completed("exactly", "2026-01-30T10:00:00Z"));
-    world.store(completed("a second later", "2026-01-30T10:00:01Z"));
-    world.store(completed("series+2026-01-01T09:00:00.000Z", "2025-06-01T10:00:00Z"));
-    auto tombstone = completed("tombstone", "2025-06-01T10:00:00Z");
-    tombstone.shouldDeleteRemote = true;
-    world.store(tombstone);
-    world.store(world.dated("open", "2020-01-01T09:00"));
-    world.settings.setShouldUseCloudKit(true);
-
-    world.settings.setShouldDeleteCompleted(false);
-    world.manager.removeCompletedRemindersIfEnabled();
-    world.settle();
-    EXPECT_EQ(world.storedIDs().size(), 5u);
-
-    world.settings.setShouldDeleteCompleted(true);
-    world.manager.removeCompletedRemindersIfEnabled();
-    world.settle();
-    EXPECT_THAT(world.storedIDs(), UnorderedElementsAre("a second later", "open"));
-    EXPECT_THAT(world.cloud.takeLines(),
-                UnorderedElementsAre("delete exactly", "delete tombstone", "delete series+2026-01-01T09:00:00.000Z"));
-    EXPECT_EQ(world.userNotifications.takeLines().size(), 3u);
-}
-
-TEST(Housekeeping, RemovesDoublesWipesAndAsksForTheBadge) {
-    ManagerWorld world;
-    std::vector<std::string> posted;
-    const auto note = [&](const NSNotification& notification) { posted.emplace_back(notification.name); };
-    const auto deDuped = world.notifications.addObserver(ZNDatabaseDeDupedNotification, note);
-    const auto badge = world.notifications.addObserver("com.zunlabs.ZNUpdateBadgeNotification", note);
-    world.store(world.dated("single", "2026-01-20T09:00"));
-    world.manager.deDupeDatabase();
-    world.settle();
-    EXPECT_THAT(posted, IsEmpty());
-
-    world.manager.updateBadgeIcon();
-    EXPECT_THAT(posted, ElementsAre(ZNUpdateBadgeNotification));
-
-    world.manager.clearCoreData();
-    world.settle();
-    EXPECT_THAT(world.storedIDs(), IsEmpty());
-    EXPECT_THAT(world.userNotifications.takeLines(), IsEmpty());
-    EXPECT_THAT(world.cloud.takeLines(), IsEmpty());
 }
 
 }  // namespace

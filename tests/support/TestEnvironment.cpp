@@ -55,6 +55,18 @@ void TestEnvironment::setNow(std::string_view now) {
 void TestEnvironment::advance(std::chrono::microseconds duration) {
     const std::lock_guard lock(_mutex);
     _nowAtStart += duration;
+    _bootedBefore += duration;
+}
+
+BootTime TestEnvironment::bootTime() const {
+    const std::lock_guard lock(_mutex);
+    return {_boot, _bootedBefore + uptime()};
+}
+
+void TestEnvironment::setBootTime(std::string boot, std::chrono::microseconds sinceBoot) {
+    const std::lock_guard lock(_mutex);
+    _boot = std::move(boot);
+    _bootedBefore = sinceBoot - uptime();
 }
 
 void TestEnvironment::setTimeZone(std::string_view name) {

@@ -21,6 +21,8 @@ class TestEnvironment final : public Environment {
     explicit TestEnvironment(std::string_view now = "2026-01-14T10:00:00Z", const Dispatch* dispatch = nullptr);
 
     [[nodiscard]] NSDate now() const override;
+    // Moves with the dispatch and advance(), and not with setNow().
+    [[nodiscard]] BootTime bootTime() const override;
     [[nodiscard]] std::shared_ptr<const NSTimeZone> timeZone() const override;
     [[nodiscard]] NSLocale locale() const override;
     [[nodiscard]] std::string newIdentifier() const override;
@@ -29,6 +31,8 @@ class TestEnvironment final : public Environment {
     // ISO 8601; without an offset in the zone set.
     void setNow(std::string_view now);
     void advance(std::chrono::microseconds duration);
+    // Another start of the machine, `sinceBoot` ago.
+    void setBootTime(std::string boot, std::chrono::microseconds sinceBoot);
     void setTimeZone(std::string_view name);
     void setLocale(NSLocale locale);
     // Gives this one before the sequential ones go on.
@@ -44,6 +48,8 @@ class TestEnvironment final : public Environment {
     mutable std::mutex _mutex;
     NSDate _nowAtStart;
     std::chrono::microseconds _start;
+    std::string _boot = "boot-1";
+    std::chrono::microseconds _bootedBefore{0};  // the dispatch's time
     std::shared_ptr<const NSTimeZone> _timeZone;
     NSLocale _locale;
     mutable std::deque<std::string> _givenIdentifiers;

@@ -102,6 +102,14 @@ ReminderPtr fetchRecord(StoreConnection& connection, std::string_view reminderID
     return query->step() ? std::make_shared<ZNReminderObject>(readRecord(*query)) : nullptr;
 }
 
+std::vector<std::string> allIdentifiers(StoreConnection& connection) {
+    std::vector<std::string> identifiers;
+    const StatementUse query(connection.statement("SELECT reminderID FROM reminders"));
+    while (query->step())
+        identifiers.push_back(query->text(0));
+    return identifiers;
+}
+
 void requireColumns(StoreConnection& connection) {
     static const std::string selection = "SELECT " + recordColumns() + ", title_folded FROM reminders";
     static_cast<void>(connection.statement(selection));

@@ -4,6 +4,7 @@
 // that names attributes which no record has.
 
 #include <optional>
+#include <string>
 #include <string_view>
 #include <unordered_set>
 #include <vector>
@@ -22,6 +23,8 @@ namespace zun {
                                         std::string_view attribute);
 // Null if there is none.
 [[nodiscard]] ReminderPtr fetchRecord(StoreConnection& connection, std::string_view reminderID);
+// Of all records, in no order.
+[[nodiscard]] std::vector<std::string> allIdentifiers(StoreConnection& connection);
 // Throws if the schema does not name all columns of a record. SQLite's check of a file does not read names.
 void requireColumns(StoreConnection& connection);
 [[nodiscard]] std::unordered_set<std::string> identifiersByTitle(StoreConnection& connection,

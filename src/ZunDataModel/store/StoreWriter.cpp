@@ -87,13 +87,28 @@ std::optional<StoreError> StoreWriter::clear(NSDate now) {
     try {
         const StoreLock::Held held = _lock.acquire(tuning::lockWait);
         _session->markWriting();
-        StoreConnection& open = connection();
-        if (open.integer("SELECT EXISTS (SELECT 1 FROM reminders)") != 0) backUp(open, _files, now, "cleared");
-        commitHoldingLock(open, [](RecordChanges& changes) { changes.clear(); });
+        backUpHoldingLock(now, "cleared");
+        commitHoldingLock(connection(), [](RecordChanges& changes) { changes.clear(); });
         return std::nullopt;
     } catch (...) {
         return failed();
     }
+}
+
+std::optional<StoreError> StoreWriter::backUp(NSDate now, std::string_view reason) {
+    if (_refusal) return _refusal;
+    try {
+        const StoreLock::Held held = _lock.acquire(tuning::lockWait);
+        backUpHoldingLock(now, reason);
+        return std::nullopt;
+    } catch (...) {
+        return failed();
+    }
+}
+
+void StoreWriter::backUpHoldingLock(NSDate now, std::string_view reason) {
+    StoreConnection& open = connection();
+    if (open.integer("SELECT EXISTS (SELECT 1 FROM reminders)") != 0) zun::backUp(open, _files, now, reason);
 }
 
 void StoreWriter::checkpointIfLong() {

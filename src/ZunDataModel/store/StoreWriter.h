@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 
 #include "ZunDataModel/ReminderAttributes.h"
 #include "ZunDataModel/store/ChangeLog.h"
@@ -57,6 +58,8 @@ class StoreWriter {
     [[nodiscard]] std::optional<StoreError> commit(const std::function<void(RecordChanges&)>& work);
     // Backs the store up under a dated name and then deletes all records in one transaction.
     [[nodiscard]] std::optional<StoreError> clear(NSDate now);
+    // The backup alone; an empty store needs none.
+    [[nodiscard]] std::optional<StoreError> backUp(NSDate now, std::string_view reason);
     // Three reasons to write the log back into the file. None fails: what was committed stays in the log until the next
     // time.
     void checkpointIfLong();
@@ -74,6 +77,7 @@ class StoreWriter {
     StoreConnection& connection();
     void checkpoint(Log log);
     void checkpointHoldingLock(Log log);
+    void backUpHoldingLock(NSDate now, std::string_view reason);
     void commitHoldingLock(StoreConnection& connection, const std::function<void(RecordChanges&)>& work);
     StoreError failed();
 

@@ -5,6 +5,7 @@
 
 #include <memory>
 
+#include "core/ClockWitness.h"
 #include "core/NoCloud.h"
 #include "core/ZNReminderManager.h"
 #include "dates/DateLabels.h"
@@ -29,9 +30,10 @@ struct Core {
           labels(environment, strings),
           helper(environment, strings),
           database(home.data, {dispatch, notifications, environment}),
+          clock(home.state, environment),
           userNotifications(home.data, {dispatch, environment}),
-          manager(
-              {database, settings, dispatch, notifications, environment, cloud, userNotifications, labels, strings}) {}
+          manager({database, settings, dispatch, notifications, environment, cloud, userNotifications, labels, strings,
+                   clock}) {}
 
     SystemEnvironment environment;
     SystemDispatch dispatch;
@@ -43,6 +45,7 @@ struct Core {
     ZNReminderHelper helper;
     ZNDatabase database;
     NoCloud cloud;
+    ClockWitness clock;
     StoredNotificationCenter userNotifications;
     ZNReminderManager manager;
 };

@@ -4,6 +4,7 @@
 // tree gets them from here, so that a test can set them. All operations may be called from any thread and do not block
 // for long.
 
+#include <chrono>
 #include <memory>
 #include <string>
 
@@ -13,11 +14,18 @@
 
 namespace zun {
 
+// How long the machine has run since it was started, time in suspend included. Nobody can set it.
+struct BootTime {
+    std::string boot;  // differs from start to start; empty where the system does not tell
+    std::chrono::microseconds sinceBoot{0};
+};
+
 class Environment {
   public:
     virtual ~Environment() = default;
 
     [[nodiscard]] virtual NSDate now() const = 0;
+    [[nodiscard]] virtual BootTime bootTime() const = 0;
     [[nodiscard]] virtual std::shared_ptr<const NSTimeZone> timeZone() const = 0;
     [[nodiscard]] virtual NSLocale locale() const = 0;
     // A string that no other call, in this process or any other, has given: upper-case UUID, version 4.

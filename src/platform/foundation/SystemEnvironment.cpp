@@ -7,6 +7,8 @@
 #include <cerrno>
 #include <cstdint>
 #include <cstdlib>
+#include <ctime>
+#include <fstream>
 #include <optional>
 
 #include "platform/foundation/LocaleVariables.h"
@@ -49,6 +51,16 @@ SystemEnvironment::SystemEnvironment() {
 
 NSDate SystemEnvironment::now() const {
     return std::chrono::floor<std::chrono::microseconds>(std::chrono::system_clock::now());
+}
+
+BootTime SystemEnvironment::bootTime() const {
+    BootTime result;
+    std::ifstream("/proc/sys/kernel/random/boot_id") >> result.boot;
+    timespec time{};
+    ::clock_gettime(CLOCK_BOOTTIME, &time);
+    result.sinceBoot = std::chrono::floor<std::chrono::microseconds>(std::chrono::seconds(time.tv_sec) +
+                                                                     std::chrono::nanoseconds(time.tv_nsec));
+    return result;
 }
 
 std::shared_ptr<const NSTimeZone> SystemEnvironment::timeZone() const {
