@@ -5,6 +5,7 @@
 
 #include <memory>
 
+#include "apps/wiring/LoginCommand.h"
 #include "core/ClockWitness.h"
 #include "core/NoCloud.h"
 #include "core/ZNReminderManager.h"
@@ -13,7 +14,9 @@
 #include "platform/foundation/LocalizedStrings.h"
 #include "platform/foundation/SystemDispatch.h"
 #include "platform/foundation/SystemEnvironment.h"
+#include "platform/loginitem/AutostartLoginItem.h"
 #include "platform/usernotifications/StoredNotificationCenter.h"
+#include "settings/CloudAccount.h"
 #include "settings/ZNSettingsObject.h"
 #include "text/ZNReminderHelper.h"
 
@@ -25,7 +28,9 @@ struct Core {
     Core(const Home& home, std::shared_ptr<MainQueue> main)
         : dispatch(std::move(main)),
           defaults(home.configuration),
-          settings(defaults, nullptr, nullptr),
+          loginItem(AutostartLoginItem::Folders::find(), home.busName, loginCommand(home)),
+          settings(defaults, &loginItem, &account),
+          syncCache(defaults),
           strings(environment.locale().preferredLanguages),
           labels(environment, strings),
           helper(environment, strings),
@@ -39,7 +44,10 @@ struct Core {
     SystemDispatch dispatch;
     NSNotificationCenter notifications;
     ZNUserDefaults defaults;
+    AutostartLoginItem loginItem;
+    NoCloudAccount account;
     ZNSettingsObject settings;
+    StoredSyncCache syncCache;
     LocalizedStrings strings;
     DateLabels labels;
     ZNReminderHelper helper;
