@@ -16,6 +16,11 @@ bool repeats(const ZNReminderObject& reminder) {
     return reminder.repeat_type() != RepeatType::none || reminder.customRepeatDayOrdinals().has_value();
 }
 
+// What has never been modified was last changed when it was made.
+NSDate lastChange(const ZNReminderObject& reminder) {
+    return reminder.modified_date().value_or(reminder.created_date().value_or(NSDate::max()));
+}
+
 }  // namespace
 
 std::vector<ReminderPtr> AlertLook::fetch(std::string_view format, std::vector<NSPredicate::Argument> arguments) const {
@@ -30,7 +35,7 @@ void AlertLook::lookAtReminders() {
         "completed_date = nil AND start_date != nil AND (repeat_type > 0 OR customRepeatDayOrdinals != nil) AND "
         "shouldSuppressNotifications = %@ AND (shouldDeleteRemote = %@ OR shouldDeleteRemote = nil)",
         {false, false});
-    const bool clockWasWrong = _with.store.forgetShownAfter(now + alertTuning::wrongClock);
+    const bool clockWasWrong = _with.store.forgetShownAfter(now, now + alertTuning::wrongClock);
     if (clockWasWrong || _with.store.mustBeFilled()) fill(series);
     scheduleOwed();
     for (const auto& reminder : series)
@@ -80,8 +85,8 @@ void AlertLook::scheduleOwed() {
                 continue;
             _with.manager.scheduleNotificationsForReminder(reminder);
             isAnyScheduled = true;
-        } else if (reminder->modified_date() && *reminder->modified_date() < fireDate && reminder->start_date() &&
-                   !reminder->isLocationBased() && !hasAlert(reminderID, fireDate)) {
+        } else if (lastChange(*reminder) < fireDate && reminder->start_date() && !reminder->isLocationBased() &&
+                   !hasAlert(reminderID, fireDate)) {
             // Its moment passed while nobody knew of it: it is due at once.
             _with.center.scheduleNotification(_with.manager.localNotification(
                 reminder->title(), fireDate, reminder->onGetDueDate().value_or(fireDate), reminderID));
@@ -97,11 +102,11 @@ void AlertLook::extend(const ReminderPtr& reminder) {
     const auto last = _with.store.lastDeliveryDate(reminderID);
     if (last && *last > now + alertTuning::seriesRunsOut) return;
 
-    // An early alert comes before its occurrence by so much, give or take a change of the clocks.
+    // An early alert comes before its occurrence by so much.
     const auto after = std::max(last.value_or(now), now);
     const auto lead = after - reminder->dateAdjustedForEarlyReminderType(after).value_or(after);
-    const auto occurrences = _with.manager.occurrencesOfReminder(*reminder, after + lead - wholeDay, now + farAhead,
-                                                                 alertTuning::seriesBatch);
+    const auto occurrences =
+        _with.manager.occurrencesOfReminder(*reminder, after + lead, now + farAhead, alertTuning::seriesBatch);
     bool isAnyAdded = false;
     for (const auto& occurrence : occurrences) {
         const auto fireDate = reminder->dateAdjustedForEarlyReminderType(occurrence).value_or(occurrence);

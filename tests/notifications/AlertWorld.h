@@ -23,21 +23,25 @@ class AlertWorld {
         : dispatch(seed), environment(now, &dispatch) {}
 
     void start() {
-        service = std::make_unique<AlertService>(AlertService::Collaborators{
-            .dispatch = dispatch,
-            .environment = environment,
-            .strings = strings,
-            .store = store,
-            .server = server,
-            .alarmClock = alarmClock,
-            .activate = [this](const AlertActivation& one) { activations.push_back(one); },
-            .lookAtReminders =
-                [this] {
-                    ++looks;
-                    if (onLook) onLook();
-                },
-            .extendSeries = [this](const std::vector<std::string>& ids) { extended.push_back(ids); },
-            .tellPrograms = [] {}});
+        service = std::make_unique<AlertService>(
+            AlertService::Collaborators{.dispatch = dispatch,
+                                        .environment = environment,
+                                        .strings = strings,
+                                        .store = store,
+                                        .server = server,
+                                        .alarmClock = alarmClock,
+                                        .activate = [this](const AlertActivation& one) { activations.push_back(one); },
+                                        .lookAtReminders =
+                                            [this] {
+                                                ++looks;
+                                                if (onLook) onLook();
+                                            },
+                                        .extendSeries =
+                                            [this](const std::vector<std::string>& reminderIDs) {
+                                                extended.push_back(reminderIDs);
+                                                if (onExtend) onExtend(reminderIDs);
+                                            },
+                                        .tellPrograms = [] {}});
         service->start();
         dispatch.runUntilIdle();
     }
@@ -92,6 +96,7 @@ class AlertWorld {
     std::vector<std::vector<std::string>> extended;
     int looks = 0;
     std::function<void()> onLook;
+    std::function<void(const std::vector<std::string>&)> onExtend;
     std::unique_ptr<AlertService> service;
 };
 

@@ -30,6 +30,7 @@ class ScriptedNotificationServer final : public NotificationServer {
         const auto identifier = isKnown ? notification.replacesIdentifier : ++_lastIdentifier;
         screen[identifier] = notification;
         if (notification.hasSound) shown.push_back(notification);
+        if (notification.hasSound && onShown) onShown(notification);
         if (beforeAnswer) std::exchange(beforeAnswer, nullptr)();
         _main->async([answer, shownAs = Shown{identifier, server()}] { answer(shownAs); });
     }
@@ -68,6 +69,7 @@ class ScriptedNotificationServer final : public NotificationServer {
     std::string session = "bus";
     std::map<std::uint32_t, ScreenNotification> screen;
     std::vector<ScreenNotification> shown;  // with a sound: what a person noticed, in its order
+    std::function<void(const ScreenNotification&)> onShown;
     std::function<void()> beforeAnswer;     // runs once, when the screen shows it and nobody knows yet
 
   private:

@@ -147,11 +147,11 @@ bool AlertStore::wasShown(const std::string& reminderID, NSDate deliveryDate) {
 
 // ---- what is remembered
 
-bool AlertStore::forgetShownAfter(NSDate date) {
+bool AlertStore::forgetShownAfter(NSDate date, NSDate limit) {
     bool hasAny = false;
     read([&] {
         AlertQuery query(_file, "SELECT 1 FROM shown WHERE deliveryDate > ? LIMIT 1");
-        hasAny = query.with(1, date).next();
+        hasAny = query.with(1, limit).next();
     });
     return hasAny && write([&] { AlertQuery(_file, "DELETE FROM shown WHERE deliveryDate > ?").with(1, date).run(); });
 }

@@ -105,8 +105,9 @@ class AlertStore {
     // What removals of delivered alerts left standing on this server's screen and has to be closed there.
     [[nodiscard]] std::vector<std::uint32_t> takeClosings(const std::string& server);
 
-    // Whether there was anything to forget.
-    bool forgetShownAfter(NSDate date);
+    // If a moment was shown that lies as far ahead as `limit`, the clock was wrong then: forgets all after `date`.
+    // Whether it did.
+    bool forgetShownAfter(NSDate date, NSDate limit);
     void forgetShownBefore(NSDate date);
     [[nodiscard]] OptionalDate lastDeliveryDate(const std::string& reminderID);
     // A fresh file knows nothing of the reminders until it was told.
