@@ -27,6 +27,7 @@ struct CommandContext {
     const Environment& environment;
     ZNDatabase& database;
     ZNReminderManager& manager;
+    NSUserNotificationCenter& userNotifications;
     const LocalizedStrings& strings;
     const DateLabels& labels;
     const ZNReminderHelper& helper;

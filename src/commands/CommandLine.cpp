@@ -118,6 +118,16 @@ void addActions(CLI::App& app, CommandLine& line) {
     addWithID(app, line, "delete", "Delete a reminder", deleteCommand);
 }
 
+void addAlerts(CLI::App& app, CommandLine& line) {
+    auto kind = std::make_shared<AlertKind>(AlertKind::Scheduled);
+    auto* alerts = app.add_subcommand("alerts", "List the alerts to come, in the order of their moments");
+    alerts->add_flag_callback(
+        "--delivered", [kind] { *kind = AlertKind::Delivered; }, "Those that have come and still stand");
+    onCommand(alerts, line, [kind](CommandContext& context) { return alertsCommand(context, *kind); });
+    onCommand(app.add_subcommand("sweep", "Remove doubles, old completed reminders and alerts without a reminder"),
+              line, sweepCommand);
+}
+
 void addTransfer(CLI::App& app, CommandLine& line) {
     onCommand(app.add_subcommand("export", "Print every record as a line of JSON"), line, exportCommand);
     auto file = std::make_shared<std::string>();
@@ -144,6 +154,7 @@ std::optional<int> parseCommandLine(int argc, const char* const* argv, CommandLi
     addEditing(app, line);
     addQueries(app, line);
     addActions(app, line);
+    addAlerts(app, line);
     addTransfer(app, line);
     try {
         app.parse(argc, argv);
@@ -169,6 +180,7 @@ int runCommand(const CommandLine& line, CommandContext& context,
         status = line.command(context);
         context.manager.willBecomeInactive();
         context.manager.waitUntilSettled();
+        context.userNotifications.synchronize();
     }
     context.database.setFailureHandler({});
     if (failure) {

@@ -12,6 +12,7 @@
 namespace zun {
 
 enum class ListKind { Deck, Upcoming, Completed, All };
+enum class AlertKind { Scheduled, Delivered };
 
 int addCommand(CommandContext& context, const ReminderOptions& options);
 int editCommand(CommandContext& context, const std::string& reminderID, const ReminderOptions& options);
@@ -30,6 +31,9 @@ int snoozeCommand(CommandContext& context, const std::string& reminderID, const 
 int unsnoozeCommand(CommandContext& context, const std::string& reminderID);
 int skipCommand(CommandContext& context);
 int deleteCommand(CommandContext& context, const std::string& reminderID);
+
+int alertsCommand(CommandContext& context, AlertKind kind);
+int sweepCommand(CommandContext& context);
 
 int exportCommand(CommandContext& context);
 int importCommand(CommandContext& context, std::istream& lines);

@@ -1,5 +1,6 @@
 #include "commands/TerminalText.h"
 
+#include <unicode/uchar.h>
 #include <unicode/utf8.h>
 
 #include <cstdint>
@@ -43,6 +44,18 @@ std::string terminalText(std::string_view text, LineBreaks lineBreaks) {
         return true;
     });
     return result;
+}
+
+std::size_t terminalWidth(std::string_view line) {
+    std::size_t width = 0;
+    forEachCharacter(line, [&](UChar32 character, std::string_view) {
+        const auto type = u_charType(character);
+        if (type == U_NON_SPACING_MARK || type == U_ENCLOSING_MARK || type == U_FORMAT_CHAR) return true;
+        const auto kind = u_getIntPropertyValue(character, UCHAR_EAST_ASIAN_WIDTH);
+        width += kind == U_EA_FULLWIDTH || kind == U_EA_WIDE ? 2 : 1;
+        return true;
+    });
+    return width;
 }
 
 std::string terminalLine(std::string_view text) {

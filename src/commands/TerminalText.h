@@ -13,6 +13,9 @@ enum class LineBreaks { Kept, MadeBlanks };
 // direction of what follows are left out.
 [[nodiscard]] std::string terminalText(std::string_view text, LineBreaks lineBreaks);
 
+// How many columns a line takes on a terminal: wide characters take two, marks over others none.
+[[nodiscard]] std::size_t terminalWidth(std::string_view line);
+
 // One line of at most 200 characters; what is cut off shows as "...".
 [[nodiscard]] std::string terminalLine(std::string_view text);
 

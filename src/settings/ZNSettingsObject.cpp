@@ -136,6 +136,12 @@ void ZNSettingsObject::setDefaults() {
     _defaults.onSetiCloudSetting(0);
 }
 
+void ZNSettingsObject::setDefaultsIfNecessary() {
+    if (_defaults.onGetDidFinishTour()) return;
+    setDefaults();
+    _defaults.onSetDidFinishTour(true);
+}
+
 void ZNSettingsObject::save() {
     Choices mine;
     Choices lastRead;

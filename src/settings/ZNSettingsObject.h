@@ -58,6 +58,8 @@ class ZNSettingsObject final : public KeyValueObservable {
 
     // Writes the first-run values; the properties of this object stay as they are.
     void setDefaults();
+    // The same once in the life of a home, marked by the flag that the tour ends with.
+    void setDefaultsIfNecessary();
     // Writes what was changed here since it was last read, and takes over the rest, which another process may have
     // changed.
     void save();

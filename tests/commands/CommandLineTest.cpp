@@ -41,6 +41,7 @@ class CommandLineTest : public testing::Test {
         NSNotificationCenter notifications;
         ZNUserDefaults defaults(folder.path() / "config");
         ZNSettingsObject settings(defaults, nullptr, nullptr);
+        settings.setDefaultsIfNecessary();
         const LocalizedStrings strings({"en"});
         const DateLabels labels(environment, strings);
         const ZNReminderHelper helper(environment, strings);
@@ -50,10 +51,11 @@ class CommandLineTest : public testing::Test {
         StoredNotificationCenter userNotifications(folder.path() / "data", {dispatch, environment});
         ZNReminderManager manager({database, settings, dispatch, notifications, environment, cloud, userNotifications,
                                    labels, strings, clock});
-        CommandContext context{environment, database, manager, strings, labels, helper, [&](const std::string& url) {
-                                   if (applicationRuns) handedOver.push_back(url);
-                                   return applicationRuns;
-                               }};
+        CommandContext context{
+            environment, database, manager, userNotifications, strings, labels, helper, [&](const std::string& url) {
+                if (applicationRuns) handedOver.push_back(url);
+                return applicationRuns;
+            }};
         context.json = line.json;
         const int status = runCommand(line, context, [&](const std::string& answer) {
             out = answer;
@@ -210,6 +212,63 @@ TEST_F(CommandLineTest, TellsOnceThatTheStoreIsOfANewerVersion) {
         EXPECT_NE(err.find("newer version"), std::string::npos) << err;
     }
     EXPECT_EQ(zunctl({"show", id}), 0);
+}
+
+TEST_F(CommandLineTest, AlertsAreListedInTheOrderOfTheirMoments) {
+    EXPECT_EQ(zunctlJSON({"alerts"}), json::array());
+    add({"\u6b6f\u533b\u8005 \x1b[31m", "--date", "2026-01-20T09:30", "--early", "2h", "--nag"});
+    const auto first = add({"first", "--date", "2026-01-14T12:00"});
+    add({"past", "--date", "2026-01-14T09:00"});
+    add({"silent", "--date", "2026-01-15T09:00", "--quiet"});
+
+    const auto alerts = zunctlJSON({"alerts"});
+    ASSERT_EQ(alerts.as_array().size(), 5u);
+    EXPECT_EQ(alerts.at(0), (json::object{{"deliveryDate", "2026-01-14T12:00:00Z"},
+                                          {"title", "first"},
+                                          {"subtitle", "Due now"},
+                                          {"NOTIFICATION_REMINDER_ID", first}}));
+    EXPECT_EQ(alerts.at(1).at("deliveryDate"), "2026-01-20T07:30:00Z");
+    EXPECT_EQ(alerts.at(4).at("deliveryDate"), "2026-01-20T08:00:00Z");
+    ASSERT_EQ(zunctl({"alerts"}), 0);
+    EXPECT_EQ(out.substr(0, out.find('\n')), "Wed, Jan 14, 2026, 12:00\u202fPM  " + first + "  first  (Due now)");
+    EXPECT_EQ(out.find('\x1b'), std::string::npos);
+
+    {
+        AlertStore store(folder.path() / "data" / "alerts", environment);
+        environment.setNow("2026-01-14T12:00:03Z");
+        ASSERT_TRUE(store.recordShown(environment.now(), store.due(environment.now(), 1), std::nullopt, {}));
+    }
+    EXPECT_EQ(zunctlJSON({"alerts"}).as_array().size(), 4u);
+    EXPECT_EQ(zunctlJSON({"alerts", "--delivered"}),
+              (json::array{json::object{{"deliveryDate", "2026-01-14T12:00:00Z"},
+                                        {"actualDeliveryDate", "2026-01-14T12:00:03Z"},
+                                        {"title", "first"},
+                                        {"subtitle", "Due now"},
+                                        {"NOTIFICATION_REMINDER_ID", first}}}));
+}
+
+TEST_F(CommandLineTest, SweepingSaysWhatWent) {
+    std::ofstream(folder.path() / "records.jsonl")
+        << R"({"reminderID": "old", "title": "old", "completed_date": "2025-01-01T09:00:00Z"})"
+        << "\n"
+        << R"({"reminderID": "recent", "title": "recent", "completed_date": "2026-01-01T09:00:00Z"})"
+        << "\n";
+    ASSERT_EQ(zunctl({"import", folder.path() / "records.jsonl"}), 0) << err;
+    NSUserNotification stale;
+    stale.userInfo = {{NOTIFICATION_REMINDER_ID, "gone"}};
+    stale.deliveryDate = environment.date("2026-02-01T09:00");
+    AlertStore(folder.path() / "data" / "alerts", environment).apply({AlertChange::Schedule{stale}});
+
+    EXPECT_EQ(zunctlJSON({"sweep"}),
+              (json::object{{"doubles", 0}, {"completed", 1}, {"staleAlerts", 1}, {"clockHasJumped", false}}));
+    EXPECT_EQ(titles(zunctlJSON({"list", "--all"})), "recent ");
+    ASSERT_EQ(zunctl({"sweep"}), 0);
+    EXPECT_EQ(out, "removed: 0 doubles, 0 old completed, 0 stale alerts\n");
+
+    environment.setNow("2027-01-14T10:00:00Z");
+    ASSERT_EQ(zunctl({"sweep"}), 0);
+    EXPECT_NE(out.find("jumped"), std::string::npos) << out;
+    EXPECT_EQ(titles(zunctlJSON({"list", "--all"})), "recent ");
 }
 
 TEST_F(CommandLineTest, SaysInOneSentenceWhatIsNotPossible) {

@@ -80,6 +80,12 @@ TEST_F(Settings, FirstRunValuesAreStoredAndTakenOverBySaveOrTheNextStart) {
     settings.save();
     EXPECT_TRUE(settings.shouldDeleteCompleted());
     EXPECT_EQ(settings.choices(), nextStart.choices());
+
+    settings.setDefaultsIfNecessary();
+    EXPECT_TRUE(defaults.onGetDidFinishTour());
+    defaults.onSetDeleteCompleted(false);
+    settings.setDefaultsIfNecessary();
+    EXPECT_FALSE(defaults.onGetDeleteCompleted()) << "the first run comes once";
     EXPECT_TRUE(loginItem.asked.empty()) << "first-run values only record how the login item stands";
 }
 

@@ -29,14 +29,13 @@ int run(const zun::CommandLine& line) {
         return zun::ExitStatus::notPossible;
     }
     zun::Core core(home, std::make_shared<zun::LoopQueue>());
+    core.settings.setDefaultsIfNecessary();
 
-    zun::CommandContext context{core.environment,
-                                core.database,
-                                core.manager,
-                                core.strings,
-                                core.labels,
-                                core.helper,
-                                [&](const std::string& url) { return zun::ApplicationCaller(home.busName).open(url); }};
+    zun::CommandContext context{
+        core.environment, core.database,
+        core.manager,     core.userNotifications,
+        core.strings,     core.labels,
+        core.helper,      [&](const std::string& url) { return zun::ApplicationCaller(home.busName).open(url); }};
     context.json = line.json;
     const int status = zun::runCommand(line, context, print);
     write(stderr, context.err);
