@@ -36,6 +36,6 @@ class PaintWatch final : public QObject {
 
 int main(int argc, char** argv) {
     return zun::runApplication(argc, argv, [](zun::AppDelegate& delegate) {
-        if (auto* stack = delegate.window().findChild<zun::ZNStackView*>()) new PaintWatch(*stack);
+        if (auto* stack = delegate.rootWindow().findChild<zun::ZNStackView*>()) new PaintWatch(*stack);
     });
 }

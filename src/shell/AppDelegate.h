@@ -1,9 +1,17 @@
 #pragma once
 
-// The one object that lives for the whole run. Owns the window, the commands and what the screens are made with, and
-// answers the application's start, activation, links and end. It holds no reminder logic. Main thread.
+// The one object that lives for the whole run. Owns the mode of the application, its windows, the commands, the badge
+// and the item in the tray, and answers the application's start, activation, links, alerts and end. It holds no
+// reminder logic. Main thread.
+//
+//   Dock mode      a window with a menu bar; no item in the tray
+//   menu bar mode  an item in the tray and a panel; no window
+//
+// The mode is the settings' `showInMenubar`. A switch builds the new interface before it takes down the old one. Where
+// the desktop has no tray, menu bar mode keeps the window and says so, until there is one.
 
 #include <QUndoStack>
+#include <atomic>
 #include <memory>
 #include <vector>
 
@@ -11,21 +19,27 @@
 #include "core/ZNReminderManager.h"
 #include "platform/foundation/Home.h"
 #include "platform/foundation/SystemEnvironment.h"
+#include "platform/usernotifications/NSUserNotificationCenter.h"
+#include "shell/Activation.h"
+#include "shell/ApplicationActivity.h"
 #include "shell/DesktopSettings.h"
 #include "shell/KeptReminders.h"
+#include "shell/LauncherBadge.h"
 #include "shell/LinkIntake.h"
+#include "shell/SystemTray.h"
+#include "shell/ZNMenuBarWindowController.h"
 #include "shell/ZNMenuViewController.h"
-#include "shell/ZNTabViewController.h"
-#include "shell/ZNWindow.h"
+#include "shell/ZNStatusItemView.h"
+#include "shell/ZNTabViewWindowController.h"
 
 namespace zun {
 
-class AppDelegate final : public QObject {
+class AppDelegate final : public QObject, public NSUserNotificationCenterDelegate, private ZNTabViewControllerDelegate {
     Q_OBJECT
   public:
     struct Collaborators {
         const Home& home;
-        SystemEnvironment& environment;
+        Environment& environment;
         Dispatch& dispatch;
         NSNotificationCenter& notifications;
         ZNSettingsObject& settings;
@@ -34,30 +48,86 @@ class AppDelegate final : public QObject {
         const TopicDetection& topics;
         ZNDatabase& database;
         ZNReminderManager& manager;
+        NSUserNotificationCenter& userNotifications;
+        SystemTray& tray;
+        const ScreenMakers& screens;
+        std::function<void()> refreshEnvironment;
+        std::function<void()> terminate;
     };
+    enum class Shows { Window, Nothing };
 
     explicit AppDelegate(const Collaborators& collaborators);
     ~AppDelegate() override;
 
     // First-run values; before anything else.
     void applicationWillFinishLaunching();
-    // Builds and shows the window with its cards.
-    void applicationDidFinishLaunching();
+    // Builds the interface of the mode, and shows the window where there is one and it is wanted.
+    void applicationDidFinishLaunching(Shows shows);
+    // Coming from another application; nothing is raised by it.
+    void applicationDidBecomeActive();
+    void applicationWillResignActive();
+    // The session ends: what is not saved yet is. Asks nothing.
+    void sessionEnds();
 
-    // From the session bus or the command line.
-    void activate();
-    void openLinks(const QStringList& urls);
+    // From the session bus or the command line. Each of them brings the window or the panel forward, but for links that
+    // want to be taken in silently.
+    void activate(const Activation& activation = {});
+    void openLinks(const QStringList& urls, const Activation& activation = {});
+    void createNewReminder(const Activation& activation = {});
+    void showStack(const Activation& activation = {});
+    void alertWasAnswered(std::int64_t identifier, const std::string& reminderID,
+                          NSUserNotificationActivationType answer, const Activation& activation = {});
+
+    void didDeliverNotification(const NSUserNotification& notification) override;
+    void didActivateNotification(const NSUserNotification& notification) override;
+
     // Another process changed the settings' file.
     void settingsFileChanged();
+    void togglePopover();
 
-    [[nodiscard]] ZNWindow& window() { return *_tabWindow; }
+    // Each null in the other mode.
+    [[nodiscard]] ZNTabViewWindowController* tabWindow() const { return _tabWindow.get(); }
+    [[nodiscard]] ZNMenuBarWindowController* menuBarWindow() const { return _menuBarWindow.get(); }
+    [[nodiscard]] ZNStatusItemView* statusItemView() const { return _statusItemView.get(); }
+    [[nodiscard]] ZNMenuViewController& menuBarController() { return _menuBarController; }
+    // The root controller of the mode.
+    [[nodiscard]] ZNTabViewController& root() const;
+    [[nodiscard]] QWidget& rootWindow() const;
+
+  signals:
+    // What nobody sees may begin.
+    void firstPaintDone();
 
   private:
+    // modes
+    [[nodiscard]] bool canUseMenuBar();
+    void prepareMainInterface();
     void prepareWindow();
+    void preparePopover();
+    void appModeDidChange();
+    void cleanCardWindowController();
+    void cleanMenuBarController();
+    [[nodiscard]] ZNTabViewController* makeRoot(std::function<QSizeF()> windowSize);
+    void attach(QWidget& window);
+    void showPopover();
+    void setFront();
+
+    // windows and commands
     void addObservers();
+    void shouldCloseWindowWithCardController() override;
+    enum class IgnoringOtherApps { No, Yes };
+    void showActiveWindow(IgnoringOtherApps ignoringOtherApps);
+    void closeActiveWindow();
+    void toggleFullScreen();
+    void updateWindowTitle(const std::string& title);
+    void updateBadgeIcon();
+    void updateCardController();
+    void cleanupReminders();
+    void quit();
+
+    // the surroundings
     void afterFirstPaint();
     void setWindowIcon();
-    void cleanupReminders();
     void minutePassed();
     void scheduleMinute();
     void reportHealth();
@@ -75,8 +145,14 @@ class AppDelegate final : public QObject {
     KeptReminders _keptReminders;
     LinkIntake _links;
     DesktopSettings _desktop;
-    std::unique_ptr<ZNWindow> _tabWindow;
-    ZNTabViewController* _tabViewController = nullptr;  // the window's
+    ApplicationActivity _activity;
+    LauncherBadge _badge;
+    std::unique_ptr<ZNTabViewWindowController> _tabWindow;
+    std::unique_ptr<ZNMenuBarWindowController> _menuBarWindow;
+    std::unique_ptr<ZNStatusItemView> _statusItemView;
+    Activation _activation;  // of what is brought forward now
+    std::optional<std::chrono::microseconds> _requestedReminderShown;
+    std::shared_ptr<std::atomic<int>> _cleanupsUnderWay = std::make_shared<std::atomic<int>>(0);
     NSTimer _minuteTimer;
     std::vector<Observation> _observations;
 };

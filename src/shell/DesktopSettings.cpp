@@ -64,6 +64,7 @@ void DesktopSettings::prepareForSleep(bool start) {
 void DesktopSettings::take(const QString& group, const QString& key, const QVariant& value) {
     if (group == interfaceGroup && key == "enable-animations") _wantsAnimations = value.toBool();
     if (group == appearanceGroup && key == "reduced-motion") _wantsAnimations = value.toUInt() == 0;
+    if (group == appearanceGroup && key == "color-scheme") _colorScheme = value.toUInt();
     if (group == touchpadGroup && key == "natural-scroll") _naturalScrolling = value.toBool();
 }
 

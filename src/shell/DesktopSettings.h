@@ -1,7 +1,7 @@
 #pragma once
 
-// What the desktop says of motion and scrolling, asked of the settings portal without waiting for it, and followed as
-// it changes. A desktop without a portal says nothing, and nothing changes. Main thread.
+// What the desktop says of motion, scrolling and colours, asked of the settings portal without waiting for it, and
+// followed as it changes. A desktop without a portal says nothing, and nothing changes. Main thread.
 
 #include <QDBusVariant>
 #include <QMap>
@@ -20,6 +20,8 @@ class DesktopSettings final : public QObject {
     // As the desktop last said it; empty if it has said nothing.
     [[nodiscard]] std::optional<bool> wantsAnimations() const { return _wantsAnimations; }
     [[nodiscard]] std::optional<bool> naturalScrolling() const { return _naturalScrolling; }
+    // 1 prefers dark, 2 light, 0 neither.
+    [[nodiscard]] std::optional<unsigned> colorScheme() const { return _colorScheme; }
 
   signals:
     void changed();
@@ -35,6 +37,7 @@ class DesktopSettings final : public QObject {
 
     std::optional<bool> _wantsAnimations;
     std::optional<bool> _naturalScrolling;
+    std::optional<unsigned> _colorScheme;
 };
 
 }  // namespace zun

@@ -40,20 +40,24 @@ bool RateLimit::allow(std::chrono::microseconds now) {
     return true;
 }
 
-void LinkIntake::open(const std::string& url) {
+LinkIntake::Opened LinkIntake::open(const std::string& url) {
     if (!_limit.allow(_with.dispatch.uptime())) {
         NSLog("Too many links came in a short time; one was left out.");
-        return;
+        return Opened::Silently;
     }
-    reminderFromURL(url, [this](bool shouldShowEditor, const ReminderPtr& reminder, const URLIntakeError* error) {
-        if (!reminder) {
-            NSLog(urlIntakeLogLine(error));
-        } else if (shouldShowEditor) {
-            _with.notifications.postNotificationName(ZNEditControllerRequested, reminder);
-        } else {
-            save(reminder);
-        }
-    });
+    auto opened = Opened::Silently;
+    reminderFromURL(url,
+                    [this, &opened](bool shouldShowEditor, const ReminderPtr& reminder, const URLIntakeError* error) {
+                        if (!reminder) {
+                            NSLog(urlIntakeLogLine(error));
+                        } else if (shouldShowEditor) {
+                            opened = Opened::ForALook;
+                            _with.notifications.postNotificationName(ZNEditControllerRequested, reminder);
+                        } else {
+                            save(reminder);
+                        }
+                    });
+    return opened;
 }
 
 void LinkIntake::save(const ReminderPtr& reminder) {

@@ -38,7 +38,11 @@ class LinkIntake {
 
     explicit LinkIntake(Collaborators collaborators) : _with(std::move(collaborators)) {}
 
-    void open(const std::string& url);
+    enum class Opened {
+        Silently,  // saved, or refused with a line in the log
+        ForALook,  // handed to whatever screen shows it
+    };
+    Opened open(const std::string& url);
 
   private:
     void save(const ReminderPtr& reminder);

@@ -2,6 +2,7 @@
 
 #include <QApplication>
 #include <QCloseEvent>
+#include <QMenuBar>
 #include <QMouseEvent>
 #include <QScreen>
 #include <QSettings>
@@ -28,24 +29,54 @@ ZNWindow::ZNWindow(ZNSettingsObject& settings, std::filesystem::path placeFile)
     setAccessibilityRole(QAccessible::Window);
 }
 
+// The content measures the window up to its own end.
+ZNWindow::~ZNWindow() {
+    delete _content;
+}
+
 void ZNWindow::setContent(QWidget* content) {
     _content = content;
     content->setParent(this);
-    content->setGeometry(rect());
+    placeContent();
     content->show();
+}
+
+void ZNWindow::setMenuBar(QMenuBar* menuBar) {
+    _menuBar = menuBar;
+    menuBar->setParent(this);
+    placeContent();
+}
+
+QRect ZNWindow::contentRect() const {
+    // A bar that the desktop shows elsewhere has no height here.
+    const bool hasBar = _menuBar && !_menuBar->isNativeMenuBar() && !isFullScreen();
+    return rect().adjusted(0, hasBar ? _menuBar->heightForWidth(width()) : 0, 0, 0);
+}
+
+void ZNWindow::placeContent() {
+    const QRect content = contentRect();
+    if (_menuBar && !_menuBar->isNativeMenuBar()) {
+        _menuBar->setVisible(!isFullScreen());
+        _menuBar->setGeometry(0, 0, width(), content.top());
+    }
+    if (_content) _content->setGeometry(content);
 }
 
 void ZNWindow::restorePlace() {
     const QSettings file(QString::fromStdString(_placeFile.native()), QSettings::IniFormat);
     const auto saved = file.value(placeKey).toRect();
     const auto size = (saved.isValid() ? saved.size() : smallest).boundedTo(largest).expandedTo(smallest);
-    const auto* screen = QGuiApplication::primaryScreen();
-    const auto available = screen ? screen->availableGeometry() : QRect(QPoint(), size);
-    QRect place(available.center() - QPoint(size.width() / 2, size.height() / 2), size);
+    centre(size);
     // A place on a screen that has gone would leave the window out of reach.
     const bool isReachable = saved.isValid() && QGuiApplication::screenAt(saved.center()) != nullptr;
-    if (isReachable) place.moveTopLeft(saved.topLeft());
-    setGeometry(place);
+    if (isReachable) setGeometry(QRect(saved.topLeft(), size));
+    _settings.setWindowLayoutMode(layoutModeForWidth(width()));
+}
+
+void ZNWindow::centre(QSize size) {
+    const auto* screen = QGuiApplication::primaryScreen();
+    const auto available = screen ? screen->availableGeometry() : QRect(QPoint(), size);
+    setGeometry(QRect(available.center() - QPoint(size.width() / 2, size.height() / 2), size));
     _settings.setWindowLayoutMode(layoutModeForWidth(width()));
 }
 
@@ -60,7 +91,7 @@ void ZNWindow::toggleFullScreen() {
 
 void ZNWindow::resizeEvent(QResizeEvent* event) {
     _settings.setWindowLayoutMode(layoutModeForWidth(width()));
-    if (_content) _content->setGeometry(rect());
+    placeContent();
     ZNGradientView::resizeEvent(event);
 }
 
@@ -87,13 +118,10 @@ void ZNWindow::mouseReleaseEvent(QMouseEvent*) {
 }
 
 void ZNWindow::changeEvent(QEvent* event) {
-    if (event->type() == QEvent::ActivationChange) {
-        if (isActiveWindow()) {
-            emit becameActive();
-        } else {
-            rememberPlace();
-            emit resignedActive();
-        }
+    if (event->type() == QEvent::ActivationChange && !isActiveWindow()) rememberPlace();
+    if (event->type() == QEvent::WindowStateChange) {
+        placeContent();
+        emit fullScreenChanged(isFullScreen());
     }
     ZNGradientView::changeEvent(event);
 }

@@ -43,6 +43,13 @@ inline constexpr double cardGlowAlpha = 0.10;  // the wide, faint shadow that ma
 inline constexpr double cardGlowBlur = 24;
 inline constexpr double cardTiltDegrees = 3;  // at the most, while it is pushed aside
 
+// Menus, dialogs and plain controls.
+inline constexpr QRgb dialogGround = 0xfff6f4fa;
+inline constexpr QRgb dialogText = 0xff2f2a45;
+inline constexpr QRgb controlGround = 0xffe9e5f2;
+inline constexpr QRgb selection = 0xff6f638f;
+inline constexpr QRgb disabledText = 0xffa39eb3;
+
 // How late a date is: as stated for dots and glows, and dark enough to be read as small text on white.
 inline constexpr QRgb latenessAhead = 0xff99c16a;
 inline constexpr QRgb latenessToday = 0xfffce57d;

@@ -131,7 +131,7 @@ TEST_F(MainWindowTest, CardCommandsRestWhileAnotherTabIsShown) {
 }
 
 TEST_F(MainWindowTest, WithoutAnEditorEditingSaysSoAndKeepsWhatIsNew) {
-    press(Qt::Key_E);
+    notifications.postNotificationName(ZNEditControllerRequested, stored("rent"));
     EXPECT_THAT(tabs->messages().message().toStdString(), HasSubstr("rent"));
     EXPECT_FALSE(std::filesystem::exists(kept.file()));
 
@@ -230,16 +230,6 @@ TEST_F(MainWindowTest, MessagesAreShortTrueAndGoWithAKey) {
     messages.setFocus();
     press(Qt::Key_Escape, Qt::NoModifier);
     EXPECT_FALSE(messages.isVisible());
-}
-
-TEST_F(MainWindowTest, AllKeysOfACommandWork) {
-    for (const auto& [key, modifiers] : {std::pair{Qt::Key_QuoteLeft, Qt::KeyboardModifiers(Qt::ControlModifier)},
-                                         {Qt::Key_E, Qt::ControlModifier},
-                                         {Qt::Key_F2, Qt::NoModifier}}) {
-        tabs->messages().showMessage("nothing");
-        press(key, modifiers);
-        EXPECT_NE(tabs->messages().message(), "nothing") << key;
-    }
 }
 
 }  // namespace

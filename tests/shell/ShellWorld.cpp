@@ -11,12 +11,19 @@ namespace {
 
 }  // namespace
 
-ShellWorld::ShellWorld() {
-    const CardContext context{
-        dispatch, notifications, settings, pictures, animations, texts, [this] { return QSizeF(window.size()); }};
-    tabs = new ZNTabViewController({{context, manager, environment, undoStack}, strings, kept});
+ShellWorld::ShellWorld(ScreenMakers makers) : screens(std::move(makers)) {
+    const CardContext context{dispatch,
+                              notifications,
+                              settings,
+                              pictures,
+                              animations,
+                              texts,
+                              [this] { return QSizeF(window.contentRect().size()); }};
+    tabs = new ZNTabViewController({{context, manager, environment, undoStack}, strings, kept, screens});
     window.setContent(tabs);
     menu.attachTo(window);
+    QObject::connect(&menu, &ZNMenuViewController::cancelWanted, tabs, &ZNTabViewController::cancelOperation);
+    QObject::connect(&menu, &ZNMenuViewController::searchWanted, tabs, &ZNTabViewController::search);
 }
 
 void ShellWorld::open() {

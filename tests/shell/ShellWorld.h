@@ -18,7 +18,7 @@ namespace zun {
 
 class ShellWorld : public ManagerWorld {
   public:
-    ShellWorld();
+    explicit ShellWorld(ScreenMakers makers = {});
 
     // Fetches the deck and shows it, as at the program's start.
     void open();
@@ -29,15 +29,14 @@ class ShellWorld : public ManagerWorld {
     [[nodiscard]] std::vector<std::string> deck() const { return ids(cards().reminders()); }
     [[nodiscard]] ZNCardViewController& cards() const { return tabs->cardController(); }
 
-    LocalizedStrings strings{{"en"}};
-    DateLabels labels{environment, strings};
     TopicDetection topics{environment, strings};
     ReminderCardTexts texts{environment, strings, labels, topics};
     Pictures pictures;
     ZNAnimationTimeline animations{dispatch};
     QUndoStack undoStack;
+    const ScreenMakers screens;
     KeptReminders kept{folder.path() / "state"};
-    ZNMenuViewController menu{notifications, strings, undoStack};
+    ZNMenuViewController menu{{notifications, strings, undoStack, screens}};
     LinkIntake links{{manager, notifications, environment, dispatch, undoStack, "Undo"}};
     ZNWindow window{settings, folder.path() / "state" / "window.ini"};
     ZNTabViewController* tabs;  // the window's

@@ -6,26 +6,33 @@
 #include <iostream>
 
 #include "apps/wiring/Core.h"
+#include "apps/zun/AlertServiceStarter.h"
 #include "apps/zun/Preparations.h"
 #include "shell/AppDelegate.h"
 #include "shell/ApplicationService.h"
 #include "toolkit/QtMainQueue.h"
 #include "toolkit/ZNFonts.h"
+#include "toolkit/ZNPalette.h"
 
 namespace {
 
 struct Arguments {
     std::optional<std::filesystem::path> home;
     QStringList urls;
+    bool startsInBackground = false;
 };
 
 // The status to end with, if there is nothing to start.
 std::optional<int> parse(const QStringList& words, Arguments& arguments) {
     const QCommandLineOption home("home", "Keep every file in this folder.", "folder");
+    const QCommandLineOption background("background", "Start without a window.");
+    // What the bus starts the program with; whoever had it started then says what is wanted.
+    QCommandLineOption service("gapplication-service");
+    service.setFlags(QCommandLineOption::HiddenFromHelp);
     QCommandLineParser options;
     options.setApplicationDescription("Zun keeps your reminders and shows those that are due as a stack of cards.");
     const auto help = options.addHelpOption();
-    options.addOption(home);
+    options.addOptions({home, background, service});
     options.addPositionalArgument("link", "Links of the scheme zun.create.", "[link...]");
     if (!options.parse(words)) {
         std::cerr << options.errorText().toStdString() << '\n';
@@ -36,6 +43,7 @@ std::optional<int> parse(const QStringList& words, Arguments& arguments) {
         return 0;
     }
     if (options.isSet(home)) arguments.home = QFile::encodeName(options.value(home)).toStdString();
+    arguments.startsInBackground = options.isSet(background) || options.isSet(service);
     arguments.urls = options.positionalArguments();
     return std::nullopt;
 }
@@ -43,10 +51,30 @@ std::optional<int> parse(const QStringList& words, Arguments& arguments) {
 }  // namespace
 
 namespace zun {
+namespace {
+
+void connectService(const ApplicationService& service, AppDelegate& delegate) {
+    using Answer = NSUserNotificationActivationType;
+    const auto on = [&](auto signal, auto action) { QObject::connect(&service, signal, &delegate, action); };
+    on(&ApplicationService::activated, &AppDelegate::activate);
+    on(&ApplicationService::opened, &AppDelegate::openLinks);
+    on(&ApplicationService::newReminderWanted, &AppDelegate::createNewReminder);
+    on(&ApplicationService::stackWanted, &AppDelegate::showStack);
+    const auto onAlert = [&](auto signal, Answer answer) {
+        on(signal, [&delegate, answer](qlonglong identifier, const QString& reminderID, const Activation& activation) {
+            delegate.alertWasAnswered(identifier, reminderID.toStdString(), answer, activation);
+        });
+    };
+    onAlert(&ApplicationService::alertClicked, Answer::ContentsClicked);
+    onAlert(&ApplicationService::alertSnoozed, Answer::ActionButtonClicked);
+}
+
+}  // namespace
 
 int runApplication(int argc, char** argv, const std::function<void(AppDelegate&)>& started) {
     Arguments arguments;
     Preparations preparations;
+    const auto activation = Activation::fromEnvironment();
     // Qt takes its own options out of the line first, so that they are no wrong usage of ours.
     QApplication::setStyle("fusion");
     QApplication::setDesktopFileName(applicationIdentifier);
@@ -57,22 +85,33 @@ int runApplication(int argc, char** argv, const std::function<void(AppDelegate&)
 
     const auto home = Home::find(arguments.home);
     ApplicationService service(QString::fromStdString(home.busName));
-    if (service.start(arguments.urls) == ApplicationService::Outcome::HandedOver) return 0;
+    const auto how =
+        arguments.startsInBackground ? ApplicationService::Start::InBackground : ApplicationService::Start::WithWindow;
+    if (service.start(arguments.urls, how, activation) == ApplicationService::Outcome::HandedOver) return 0;
 
     const auto mainQueue = std::make_shared<QtMainQueue>();
     Core core(home, DispatchQueuePtr(mainQueue));
     const auto& topics = preparations.topics();
     QApplication::setFont(appFont(13));
+    QApplication::setPalette(appPalette());
+    DesktopTray tray(core.dispatch);
+    const ScreenMakers screens;
     AppDelegate delegate({home, core.environment, core.dispatch, core.notifications, core.settings, core.strings,
-                          core.labels, topics, core.database, core.manager});
-    QObject::connect(&service, &ApplicationService::activated, &delegate, &AppDelegate::activate);
-    QObject::connect(&service, &ApplicationService::opened, &delegate, &AppDelegate::openLinks);
+                          core.labels, topics, core.database, core.manager, core.userNotifications, tray, screens,
+                          [&core] { core.environment.refresh(); }, [] { QApplication::quit(); }});
+    connectService(service, delegate);
+    QObject::connect(&delegate, &AppDelegate::firstPaintDone, &delegate,
+                     [&] { startAlertServiceIfNecessary(home.alertsBusName, arguments.home); });
 
     delegate.applicationWillFinishLaunching();
-    delegate.applicationDidFinishLaunching();
-    delegate.openLinks(arguments.urls);
+    delegate.applicationDidFinishLaunching(arguments.startsInBackground ? AppDelegate::Shows::Nothing
+                                                                        : AppDelegate::Shows::Window);
+    core.userNotifications.setDelegate(&delegate);
+    delegate.openLinks(arguments.urls, activation);
     if (started) started(delegate);
-    return QApplication::exec();
+    const int status = QApplication::exec();
+    core.userNotifications.setDelegate(nullptr);
+    return status;
 }
 
 }  // namespace zun

@@ -1,0 +1,72 @@
+#pragma once
+
+// The base of the screens that lie over the tabs for a while: editor, checklist, share, tour. It says in which order a
+// screen is built, where its card stands, and how the card slides in and out. A screen without a card only appears.
+//
+// Whoever opens it calls loadView() once, then animateContentInWithAnimation(); the screen asks its delegate to be
+// dismissed. Owned by its parent widget. Main thread.
+
+#include "cards/CardContext.h"
+#include "toolkit/ZNView.h"
+
+namespace zun {
+
+class ZNBaseViewController;
+class ZNCardView;
+
+class ZNBaseViewControllerDelegate {
+  public:
+    virtual ~ZNBaseViewControllerDelegate() = default;
+    virtual void didDismissController(ZNBaseViewController& controller) = 0;
+};
+
+// How large such a screen's card is in a window, or in a view as long as there is no window.
+[[nodiscard]] QSize screenCardSize(QSizeF windowSize, QSizeF viewSize, std::uint64_t windowLayoutMode);
+
+class ZNBaseViewController : public ZNView {
+    Q_OBJECT
+  public:
+    static constexpr double restingOffset = 30;  // of the card's centre below the screen's
+    static constexpr double overshootOffset = 20;
+    static constexpr double hiddenOffset = 1000;
+
+    explicit ZNBaseViewController(const CardContext& context, QWidget* parent = nullptr);
+
+    void setDelegate(ZNBaseViewControllerDelegate* delegate) { _delegate = delegate; }
+    // Builds the screen by the five steps below, in their order.
+    void loadView();
+
+    virtual void prepareViews() {}
+    virtual void setConstraints() {}
+    virtual void customizeViews() {}
+    virtual void configureAccessibilityValues() {}
+    // Gives the card its size and place for the window as it is now.
+    virtual void updateViewsForWindowResize();
+    virtual void onLeftButtonPress() {}
+    virtual void onRightButtonPress() {}
+    // Slides the card up from below the screen, over its place and back to it; or out again.
+    virtual void animateContentInWithAnimation(bool animated);
+    virtual void animateContentOutWithAnimation(bool animated);
+    [[nodiscard]] virtual bool hasCard() const { return false; }
+    [[nodiscard]] virtual ZNCardView* card() const { return nullptr; }
+
+  protected:
+    void resizeEvent(QResizeEvent* event) override;
+    // A screen that is ready to go.
+    void dismiss();
+    [[nodiscard]] const CardContext& context() const { return _context; }
+    // Where the bar on the card begins: further down in a window than in the panel.
+    [[nodiscard]] int toolbarTop() const;
+
+  private:
+    void placeCard();
+    void slideTo(double offset, bool animated, Block completion = {});
+
+    CardContext _context;
+    ZNBaseViewControllerDelegate* _delegate = nullptr;
+    QSize _cardSize{100, 100};
+    AnimatedValue _cardOffset{AnimatedValue::Kind::Movement, overshootOffset};
+    Observation _frames;
+};
+
+}  // namespace zun

@@ -1,0 +1,19 @@
+#pragma once
+
+// The main window's menu bar: light words on the window's own ground. Where the desktop shows menus in a place of its
+// own, it has them and this bar takes no room. Owned by its parent. Main thread.
+
+#include <QMenuBar>
+
+namespace zun {
+
+class WindowMenuBar final : public QMenuBar {
+    Q_OBJECT
+  public:
+    explicit WindowMenuBar(QWidget* parent);
+
+  protected:
+    void paintEvent(QPaintEvent* event) override;
+};
+
+}  // namespace zun
