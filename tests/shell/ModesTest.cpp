@@ -96,8 +96,11 @@ TEST_F(ModesTest, TheItemOpensAndClosesThePanel) {
     settings.setShowInMenubar(true);
     launch();
     auto& panel = *app->menuBarWindow();
+    QWidget other;
+    other.show();
     const auto click = [&] {
         app->togglePopover();
+        giveKeyboardTo(panel.shown() ? static_cast<QWidget&>(panel.panel()) : other);
         advance(500ms);
     };
     EXPECT_FALSE(panel.panel().isVisible());
@@ -110,8 +113,6 @@ TEST_F(ModesTest, TheItemOpensAndClosesThePanel) {
 
     // Pressing the item takes the keyboard, which closes the panel, before the click.
     click();
-    QWidget other;
-    other.show();
     giveKeyboardTo(other);
     advance(100ms);
     EXPECT_FALSE(panel.shown()) << "another window has the keyboard";
