@@ -128,6 +128,12 @@ void loadAllFloor(benchmark::State& state) {
         check(state, bench.floor.fetchAll().size(), recordCount);
 }
 
+void deDupe(benchmark::State& state) {
+    Bench& bench = Bench::instance();
+    for (auto _ : state)
+        check(state, bench.manager.deDupeDatabase(), 0);
+}
+
 ReminderAttributes recordToSave(int number) {
     TestEnvironment environment("2027-02-01T09:00:00Z");
     auto record = recordNumber(number, environment.now());
@@ -218,6 +224,7 @@ BENCHMARK(countDue)->Unit(benchmark::kMicrosecond);
 BENCHMARK(countDueFloor)->Unit(benchmark::kMicrosecond);
 BENCHMARK(loadAll)->Unit(benchmark::kMillisecond);
 BENCHMARK(loadAllFloor)->Unit(benchmark::kMillisecond);
+BENCHMARK(deDupe)->Unit(benchmark::kMillisecond);
 BENCHMARK(saveOne)->UseManualTime()->Unit(benchmark::kMicrosecond);
 BENCHMARK(openAndFetchDue)->Unit(benchmark::kMicrosecond);
 

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <chrono>
 #include <string>
 #include <string_view>
@@ -45,18 +46,20 @@ std::optional<std::size_t> ZNReminderManager::removeCompletedRemindersIfEnabled(
 
 std::size_t ZNReminderManager::removeStaleLocalNotifications() {
     // In this order: whoever schedules has stored the reminder before.
-    const auto scheduled = _with.userNotifications.scheduledReminderIDs();
+    auto stale = _with.userNotifications.scheduledReminderIDs();
     const auto stored = _with.database.allReminderIDs();
     // A store that cannot be read is no reason to let its alerts go.
-    if (!stored || scheduled.empty()) return 0;
-    const std::unordered_set<std::string_view> known(stored->begin(), stored->end());
-    std::size_t removed = 0;
-    for (const auto& reminderID : scheduled) {
-        if (known.contains(reminderID)) continue;
-        removed += _with.userNotifications.scheduledNotificationsForReminderID(reminderID).size();
+    if (!stored) return 0;
+    for (const auto& reminderID : *stored)
+        stale.erase(reminderID);
+    if (stale.empty()) return 0;
+    // Reading between the removals would make each of them durable by itself.
+    const auto removed = std::ranges::count_if(
+        _with.userNotifications.scheduledNotifications(),
+        [&](const NSUserNotification& each) { return stale.contains(each.reminderID().value_or("")); });
+    for (const auto& reminderID : stale)
         _with.userNotifications.removeScheduledNotificationsForReminderID(reminderID);
-    }
-    return removed;
+    return static_cast<std::size_t>(removed);
 }
 
 void ZNReminderManager::clearCoreData() {
