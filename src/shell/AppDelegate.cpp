@@ -62,6 +62,8 @@ void AppDelegate::addObservers() {
             if (const auto* title = std::any_cast<std::string>(&notification.object)) updateWindowTitle(*title);
         }));
     on(ZNCloseWindowActionNotification, [this] { closeActiveWindow(); });
+    on(ZNSettingsMenuActionNotification, [this] { showSettings(); });
+    on(ZNShowKeyboardShortcutsNotification, [this] { showShortcuts(); });
     on(ZNQuitActionNotification, [this] { quit(); });
     on(ZNiCloudSyncFinished, [this] { cleanupReminders(); });
     on(ZNAppModeDidChangeNotification, [this] { appModeDidChange(); });
@@ -163,11 +165,33 @@ void AppDelegate::toggleFullScreen() {
 }
 
 void AppDelegate::closeActiveWindow() {
-    if (_tabWindow) {
+    if (_settings && _settings->isActiveWindow()) {
+        _settings->close();
+    } else if (_tabWindow) {
         _tabWindow->close();
-    } else if (_menuBarWindow) {
+    } else if (_menuBarWindow && _menuBarWindow->shown()) {
         _menuBarWindow->onSetShown(false);
+    } else if (!_settings && _shortcutsWindow) {
+        _shortcutsWindow->close();
     }
+}
+
+// Each time a new one, which shows what is so now.
+void AppDelegate::showSettings() {
+    _settings = std::make_unique<ZNSettingsWindowController>(
+        ZNSettingsWindowController::Collaborators{_with.settings, _with.notifications, _with.strings, _with.environment,
+                                                  _with.dispatch, _pictures, _with.account, _with.syncCache});
+    connect(_settings.get(), &FixedWindow::willClose, this, [this] {
+        // It is in the middle of closing.
+        if (_settings) _settings.release()->deleteLater();
+    });
+    bringForward(*_settings, {});
+}
+
+void AppDelegate::showShortcuts() {
+    if (!_shortcutsWindow)
+        _shortcutsWindow = std::make_unique<ZNKeyboardShortcutsWindowController>(_with.strings, _pictures);
+    bringForward(*_shortcutsWindow, {});
 }
 
 void AppDelegate::updateWindowTitle(const std::string& title) {
@@ -191,6 +215,7 @@ void AppDelegate::cleanupReminders() {
     _with.dispatch.concurrent(QualityOfService::Background)
         ->async([&manager = _with.manager, &dispatch = _with.dispatch, underWay = _cleanupsUnderWay] {
             manager.removeCompletedRemindersIfEnabled();
+            manager.removeStaleLocalNotifications();
             --*underWay;
             dispatch.notify();
         });

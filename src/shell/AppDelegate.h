@@ -27,8 +27,10 @@
 #include "shell/LauncherBadge.h"
 #include "shell/LinkIntake.h"
 #include "shell/SystemTray.h"
+#include "shell/ZNKeyboardShortcutsWindowController.h"
 #include "shell/ZNMenuBarWindowController.h"
 #include "shell/ZNMenuViewController.h"
+#include "shell/ZNSettingsWindowController.h"
 #include "shell/ZNStatusItemView.h"
 #include "shell/ZNTabViewWindowController.h"
 
@@ -49,6 +51,8 @@ class AppDelegate final : public QObject, public NSUserNotificationCenterDelegat
         ZNDatabase& database;
         ZNReminderManager& manager;
         NSUserNotificationCenter& userNotifications;
+        CloudAccount& account;
+        SyncCache& syncCache;
         SystemTray& tray;
         const ScreenMakers& screens;
         std::function<void()> refreshEnvironment;
@@ -89,6 +93,7 @@ class AppDelegate final : public QObject, public NSUserNotificationCenterDelegat
     [[nodiscard]] ZNTabViewWindowController* tabWindow() const { return _tabWindow.get(); }
     [[nodiscard]] ZNMenuBarWindowController* menuBarWindow() const { return _menuBarWindow.get(); }
     [[nodiscard]] ZNStatusItemView* statusItemView() const { return _statusItemView.get(); }
+    [[nodiscard]] ZNSettingsWindowController* settingsWindow() const { return _settings.get(); }
     [[nodiscard]] ZNMenuViewController& menuBarController() { return _menuBarController; }
     // The root controller of the mode.
     [[nodiscard]] ZNTabViewController& root() const;
@@ -118,6 +123,8 @@ class AppDelegate final : public QObject, public NSUserNotificationCenterDelegat
     enum class IgnoringOtherApps { No, Yes };
     void showActiveWindow(IgnoringOtherApps ignoringOtherApps);
     void closeActiveWindow();
+    void showSettings();
+    void showShortcuts();
     void toggleFullScreen();
     void updateWindowTitle(const std::string& title);
     void updateBadgeIcon();
@@ -150,6 +157,8 @@ class AppDelegate final : public QObject, public NSUserNotificationCenterDelegat
     std::unique_ptr<ZNTabViewWindowController> _tabWindow;
     std::unique_ptr<ZNMenuBarWindowController> _menuBarWindow;
     std::unique_ptr<ZNStatusItemView> _statusItemView;
+    std::unique_ptr<ZNSettingsWindowController> _settings;  // while it is open
+    std::unique_ptr<ZNKeyboardShortcutsWindowController> _shortcutsWindow;
     Activation _activation;  // of what is brought forward now
     std::optional<std::chrono::microseconds> _requestedReminderShown;
     std::shared_ptr<std::atomic<int>> _cleanupsUnderWay = std::make_shared<std::atomic<int>>(0);

@@ -29,7 +29,7 @@ class AppWorld : public ManagerWorld {
     void launch(AppDelegate::Shows shows = AppDelegate::Shows::Window) {
         app = std::make_unique<AppDelegate>(AppDelegate::Collaborators{
             home, environment, dispatch, notifications, settings, strings, labels, topics, database, manager,
-            userNotifications, tray, screens, [] {}, [this] { ++terminations; }});
+            userNotifications, account, syncCache, tray, screens, [] {}, [this] { ++terminations; }});
         app->applicationWillFinishLaunching();
         app->applicationDidFinishLaunching(shows);
         advance(std::chrono::milliseconds(100));
@@ -51,6 +51,8 @@ class AppWorld : public ManagerWorld {
     Home home{folder.path() / "configuration", folder.path() / "data", folder.path() / "state",
               folder.path() / "runtime",       "com.zunlabs.Zun.test", "com.zunlabs.Zun.Alerts.test"};
     TopicDetection topics{environment, strings};
+    NoCloudAccount account;
+    StoredSyncCache syncCache{defaults};
     FakeTray tray;
     ScreenMakers screens;
     int terminations = 0;

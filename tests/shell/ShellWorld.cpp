@@ -30,6 +30,7 @@ void ShellWorld::open() {
     tabs->fetchData();
     window.show();
     window.activateWindow();
+    QCoreApplication::processEvents();  // it has the keyboard from here on
     advance(std::chrono::milliseconds(100));
 }
 

@@ -97,8 +97,9 @@ int runApplication(int argc, char** argv, const std::function<void(AppDelegate&)
     DesktopTray tray(core.dispatch);
     const ScreenMakers screens;
     AppDelegate delegate({home, core.environment, core.dispatch, core.notifications, core.settings, core.strings,
-                          core.labels, topics, core.database, core.manager, core.userNotifications, tray, screens,
-                          [&core] { core.environment.refresh(); }, [] { QApplication::quit(); }});
+                          core.labels, topics, core.database, core.manager, core.userNotifications, core.account,
+                          core.syncCache, tray, screens, [&core] { core.environment.refresh(); },
+                          [] { QApplication::quit(); }});
     connectService(service, delegate);
     QObject::connect(&delegate, &AppDelegate::firstPaintDone, &delegate,
                      [&] { startAlertServiceIfNecessary(home.alertsBusName, arguments.home); });
