@@ -30,7 +30,8 @@ def environment(**more):
     """That of a user who has just logged in, without anything of whoever runs the tests."""
     kept = ("PATH", "QT_QPA_PLATFORM", "ASAN_OPTIONS", "LSAN_OPTIONS", "UBSAN_OPTIONS", "TSAN_OPTIONS")
     return {name: os.environ[name] for name in kept if name in os.environ} | {
-        "HOME": str(HOME), "XDG_DATA_HOME": str(SHARE), "XDG_RUNTIME_DIR": str(WORK / "run"), "ZUN_BUILD": str(BUILD), "LC_ALL": "C.UTF-8"} | more
+        "HOME": str(HOME), "XDG_DATA_HOME": str(SHARE), "XDG_RUNTIME_DIR": str(WORK / "run"), "LC_ALL": "C.UTF-8",
+        "ZUN_BUILD": str(BUILD)} | more
 
 
 def run(*command, status=0, **more):

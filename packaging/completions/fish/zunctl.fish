@@ -81,7 +81,7 @@ for line in \
         'copy:Print a reminder as text to pass on' \
         'occurrences:The dates of a repeat between two moments' \
         'count:How many are active, and how many there are' \
-        'alerts:List the alerts that are scheduled' \
+        'alerts:List the alerts to come' \
         'complete:Complete a reminder' \
         'uncomplete:Take a completion back' \
         'snooze:Put a reminder off' \
@@ -90,7 +90,7 @@ for line in \
         'delete:Delete a reminder' \
         'export:Print every record as a line of JSON' \
         'import:Read records back' \
-        'sweep:Tidy up' \
+        'sweep:Remove doubles and what is old' \
         'doctor:Check the store and repair it'
     set -l parts (string split -m 1 : $line)
     complete -c zunctl -n __zunctl_needs_command -a $parts[1] -d $parts[2]
@@ -131,5 +131,5 @@ complete -c zunctl -n $listing -l search -x -d 'Only titles that hold this'
 
 complete -c zunctl -n '__zunctl_is occurrences' -l from -x -k -a '(__zunctl_dates)' -d 'After this moment'
 complete -c zunctl -n '__zunctl_is occurrences' -l to -x -k -a '(__zunctl_dates)' -d 'Before this moment'
-complete -c zunctl -n '__zunctl_is alerts' -l delivered -d 'Those that have been shown'
+complete -c zunctl -n '__zunctl_is alerts' -l delivered -d 'Those that have come and still stand'
 complete -c zunctl -n '__zunctl_is snooze' -l until -x -k -a '(__zunctl_dates)' -d 'Until this moment'
