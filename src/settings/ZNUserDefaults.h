@@ -34,12 +34,15 @@ class ZNUserDefaults {
     void setter(std::uint64_t value) {                          \
         _suite.setValue(key, static_cast<std::int64_t>(value)); \
     }
-#define ZN_OBJECT(type, read, getter, setter, key)                                                            \
-    [[nodiscard]] std::optional<type> getter() const {                                                        \
-        return _suite.read(key);                                                                              \
-    }                                                                                                         \
-    void setter(std::optional<type> value) {                                                                  \
-        _suite.setValue(key, value ? std::optional<NSUserDefaults::Value>(*std::move(value)) : std::nullopt); \
+#define ZN_OBJECT(type, read, getter, setter, key)     \
+    [[nodiscard]] std::optional<type> getter() const { \
+        return _suite.read(key);                       \
+    }                                                  \
+    void setter(const std::optional<type>& value) {    \
+        if (value)                                     \
+            _suite.setValue(key, *value);              \
+        else                                           \
+            _suite.setValue(key, std::nullopt);        \
     }
 
     ZN_BOOLEAN(onGetDidFinishTour, onSetDidFinishTour, "com.zunlabs.didFinishTour")
