@@ -70,13 +70,18 @@ class MemoryNotificationCenter final : public NSUserNotificationCenter {
     // An alert that was due at `deliveryDate` comes up at `at`; scheduled or not.
     void deliver(const std::string& reminderID, NSDate deliveryDate, NSDate at) {
         const std::lock_guard lock(_mutex);
-        std::erase_if(_scheduled, [&](const auto& each) {
+        const auto isMeant = [&](const auto& each) {
             return each.reminderID() == reminderID && each.deliveryDate == deliveryDate;
-        });
+        };
         NSUserNotification notification;
-        notification.identifier = ++_lastIdentifier;
-        notification.userInfo = {{NOTIFICATION_REMINDER_ID, reminderID}};
-        notification.deliveryDate = deliveryDate;
+        if (const auto found = std::ranges::find_if(_scheduled, isMeant); found != _scheduled.end()) {
+            notification = *found;
+            std::erase_if(_scheduled, isMeant);
+        } else {
+            notification.identifier = ++_lastIdentifier;
+            notification.userInfo = {{NOTIFICATION_REMINDER_ID, reminderID}};
+            notification.deliveryDate = deliveryDate;
+        }
         notification.actualDeliveryDate = at;
         _delivered.insert(std::ranges::upper_bound(_delivered, notification.actualDeliveryDate, {},
                                                    &NSUserNotification::actualDeliveryDate),

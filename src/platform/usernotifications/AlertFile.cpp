@@ -9,6 +9,7 @@
 
 #include <algorithm>
 
+#include "platform/foundation/DurableFile.h"
 #include "platform/foundation/ISO8601.h"
 #include "platform/foundation/Log.h"
 #include "platform/usernotifications/AlertTuning.h"
@@ -74,8 +75,8 @@ void AlertFile::close() {
 bool AlertFile::open(Access access) {
     if (isReplaced()) close();
     if (_database) return true;
-    if (access == Access::Read && !std::filesystem::exists(_file)) return false;
     std::error_code ignored;
+    if (access == Access::Read && !std::filesystem::exists(_file, ignored) && !ignored) return false;
     if (std::filesystem::create_directories(_folder, ignored)) {
         std::filesystem::permissions(_folder, std::filesystem::perms::owner_all, ignored);
     }
@@ -102,19 +103,28 @@ void AlertFile::prepareSchema() {
         _database->exec(fmt::format("PRAGMA user_version = {}", schemaVersion));
     }
     transaction.commit();
+    syncNames();
+}
+
+// The file is new, and the folders above it may be: a power cut must not take their names, either.
+void AlertFile::syncNames() const {
+    for (auto folder = _folder; folder.has_relative_path(); folder = folder.parent_path()) {
+        const FileDescriptor names(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if (names.isOpen()) fsync(names.number());
+    }
 }
 
 void AlertFile::setAside() {
     // Only one process moves the file; the others find a new one in its place.
     const int lock = ::open((_folder / "alerts.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, S_IRUSR | S_IWUSR);
     if (lock >= 0) flock(lock, LOCK_EX);
-    if (!isReplaced() && std::filesystem::exists(_file)) {
+    std::error_code error;
+    if (!isReplaced() && std::filesystem::exists(_file, error)) {
         auto name = "alerts-damaged-" + iso8601FromDate(_environment.now());
         std::replace(name.begin(), name.end(), ':', '.');
         auto target = _folder / (name + ".sqlite");
-        for (int count = 2; std::filesystem::exists(target); ++count)
+        for (int count = 2; std::filesystem::exists(target, error); ++count)
             target = _folder / fmt::format("{}-{}.sqlite", name, count);
-        std::error_code error;
         std::filesystem::rename(_file, target, error);
         std::filesystem::remove(_folder / "alerts.sqlite-journal", error);
         NSLog("The file of scheduled alerts was damaged and has been set aside as " + target.filename().native() +

@@ -40,6 +40,7 @@ class AlertFile {
     bool open(Access access);
     void close();
     void prepareSchema();
+    void syncNames() const;
     void setAside();
     [[nodiscard]] bool isReplaced() const;
 

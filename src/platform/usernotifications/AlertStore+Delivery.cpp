@@ -78,10 +78,12 @@ AlertStore::Due AlertStore::due(NSDate now, std::size_t most) {
             if (due.reminders == 0) return;
             due.lastIdentifier = count.integer(1);
         }
-        AlertQuery query(_file, ZN_SELECT_SCHEDULED
-                         " WHERE identifier IN (SELECT identifier FROM (SELECT identifier, min(dueDate) AS first FROM "
-                         "scheduled WHERE dueDate <= ?1 AND identifier <= ?2 GROUP BY reminderID ORDER BY first LIMIT "
-                         "?3)) ORDER BY dueDate, identifier");
+        // The plus signs keep SQLite from walking another index than that of the due dates.
+        AlertQuery query(
+            _file, ZN_SELECT_SCHEDULED
+            " WHERE identifier IN (SELECT identifier FROM (SELECT identifier, min(dueDate) AS first FROM "
+            "scheduled WHERE dueDate <= ?1 AND +identifier <= ?2 GROUP BY +reminderID ORDER BY first LIMIT "
+            "?3)) ORDER BY dueDate, identifier");
         query.with(1, now).with(2, due.lastIdentifier).with(3, static_cast<std::int64_t>(most));
         while (query.next())
             due.first.push_back(notificationFrom(query));
@@ -107,12 +109,12 @@ bool AlertStore::recordShown(NSDate now, const Due& due, const std::optional<std
     "INSERT INTO delivered(identifier, reminderID, deliveryDate, deliveryTimeZone, actualDeliveryDate, title, "      \
     "subtitle, actionButtonTitle, soundName, serverIdentifier, server, inSummary) SELECT identifier, reminderID, "   \
     "deliveryDate, deliveryTimeZone, ?1, title, subtitle, actionButtonTitle, soundName, ?4, ?5, ?6 FROM (SELECT *, " \
-    "min(dueDate) FROM scheduled WHERE " condition " GROUP BY reminderID) ORDER BY dueDate, identifier"
+    "min(dueDate) FROM scheduled WHERE " condition " GROUP BY +reminderID) ORDER BY dueDate, identifier"
 #define ZN_REMEMBER(condition) \
     "INSERT OR IGNORE INTO shown SELECT reminderID, deliveryDate FROM scheduled WHERE " condition
 #define ZN_UNSCHEDULE(condition) "DELETE FROM scheduled WHERE " condition
-#define ZN_OF_ALL "dueDate <= ?1 AND identifier <= ?2"
-#define ZN_OF_ONE "reminderID = ?3 AND dueDate <= ?1 AND identifier <= ?2"
+#define ZN_OF_ALL "dueDate <= ?1 AND +identifier <= ?2"
+#define ZN_OF_ONE "reminderID = ?3 AND dueDate <= ?1 AND +identifier <= ?2"
     return write([&] {
         run(ZN_DELIVER(ZN_OF_ONE), ZN_DELIVER(ZN_OF_ALL), true);
         run(ZN_REMEMBER(ZN_OF_ONE), ZN_REMEMBER(ZN_OF_ALL), false);

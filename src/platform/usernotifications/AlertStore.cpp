@@ -115,6 +115,8 @@ std::vector<NSUserNotification> AlertStore::delivered() {
 
 std::vector<NSUserNotification> AlertStore::deliveredAfter(std::int64_t& sequence) {
     std::vector<NSUserNotification> all;
+    // A fresh file, in the place of a damaged one, counts from the start again.
+    if (lastDelivered() < sequence) sequence = 0;
     read([&] {
         AlertQuery query(_file, ZN_SELECT_DELIVERED " WHERE sequence > ? ORDER BY sequence");
         query.with(1, sequence);
