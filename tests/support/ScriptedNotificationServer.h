@@ -70,7 +70,7 @@ class ScriptedNotificationServer final : public NotificationServer {
     std::map<std::uint32_t, ScreenNotification> screen;
     std::vector<ScreenNotification> shown;  // with a sound: what a person noticed, in its order
     std::function<void(const ScreenNotification&)> onShown;
-    std::function<void()> beforeAnswer;     // runs once, when the screen shows it and nobody knows yet
+    std::function<void()> beforeAnswer;  // runs once, when the screen shows it and nobody knows yet
 
   private:
     DispatchQueuePtr _main;
