@@ -1,6 +1,7 @@
 #include "notifications/AlertService.h"
 
 #include <algorithm>
+#include <utility>
 
 #include "platform/foundation/NSCalendar.h"
 #include "platform/usernotifications/AlertTuning.h"
@@ -66,7 +67,7 @@ void AlertService::look() {
     _quiet.invalidate();
     _lookAt = nextDailyLook();
     _with.lookAtReminders();
-    deliver();
+    deliverDue();
 }
 
 NSDate AlertService::nextDailyLook() const {
@@ -87,6 +88,13 @@ void AlertService::arm() {
 
 void AlertService::deliver() {
     // Once what is being shown stands, this is called again.
+    if (_isShowing) return;
+    // A damaged file has been set aside, here or by another program.
+    if (_with.store.mustBeFilled()) return look();
+    deliverDue();
+}
+
+void AlertService::deliverDue() {
     if (_isShowing) return;
     const auto now = _with.environment.now();
     _with.store.adaptTo(*_with.environment.timeZone());
@@ -168,7 +176,7 @@ void AlertService::batchIsShown(const std::shared_ptr<Batch>& batch) {
     } else {
         _with.extendSeries(batch->reminderIDs);
     }
-    deliver();
+    if (!restoreWhatWaits()) deliver();
 }
 
 void AlertService::batchIsRefused() {
@@ -179,11 +187,17 @@ void AlertService::batchIsRefused() {
     });
     _retryPause = std::min<std::chrono::seconds>(_retryPause * 2, alertTuning::longestRetry);
     arm();
+    restoreWhatWaits();
 }
 
 // A server that has just appeared shows nothing, and one that outlived the service may have taken its notifications
 // down with it. Those of another session have been seen there.
 void AlertService::restoreScreen(Restart restarted) {
+    // A server that the bus has started for the alert under way appears before it answers.
+    if (_isShowing) {
+        _restoreWaits = restarted;
+        return;
+    }
     const auto server = _with.server.server();
     const auto session = [](const std::string& name) { return name.substr(0, name.find('/')); };
     // Runs when the last answer has let go of it: a new alert must find where the one before it stands now.
@@ -192,7 +206,7 @@ void AlertService::restoreScreen(Restart restarted) {
         if (!*self) return;
         (*self)->_isShowing = false;
         (*self)->closeRemoved();
-        (*self)->deliver();
+        if (!(*self)->restoreWhatWaits()) (*self)->deliverDue();
     });
     if (server.empty()) return;
     for (const auto& alert : _with.store.standing()) {
@@ -203,6 +217,12 @@ void AlertService::restoreScreen(Restart restarted) {
             _with.store.leftScreen(alert.place.serverIdentifier, alert.place.server);
         }
     }
+}
+
+bool AlertService::restoreWhatWaits() {
+    const auto restarted = std::exchange(_restoreWaits, std::nullopt);
+    if (restarted) restoreScreen(*restarted);
+    return restarted.has_value();
 }
 
 void AlertService::restore(const StandingAlert& alert, const std::string& server,

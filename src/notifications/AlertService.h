@@ -16,6 +16,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -76,12 +77,14 @@ class AlertService {
 
     void rang();
     void deliver();
+    void deliverDue();
     void showNext(const std::shared_ptr<Batch>& batch);
     void showSummary(const std::shared_ptr<Batch>& batch);
     void record(Batch& batch, const std::optional<std::string>& reminderID, const ScreenPlace& place);
     void batchIsShown(const std::shared_ptr<Batch>& batch);
     void batchIsRefused();
     void restoreScreen(Restart restarted);
+    bool restoreWhatWaits();
     void restore(const StandingAlert& alert, const std::string& server, const std::shared_ptr<void>& afterLast);
     void arm();
     void look();
@@ -96,6 +99,7 @@ class AlertService {
     std::shared_ptr<AlertService*> _self;  // null once the service has gone; for answers that come late
     bool _isShowing = false;               // answers of the server are awaited
     bool _isRefused = false;
+    std::optional<Restart> _restoreWaits;  // for the end of what is being shown
     std::chrono::seconds _retryPause;
     NSTimer _retry;
     NSTimer _quiet;

@@ -69,27 +69,34 @@ TEST(AlertLook, SchedulesWhatAKilledProgramOwes) {
 }
 
 TEST(AlertLook, FillsANewFileAfterTheOldOneWasDamaged) {
-    std::string said;
-    ScopedLogSink log([&](std::string_view line) { said += line; });
-    ReminderAlertWorld world;
-    world.start();
-    world.save(world.dated("a", world.environment.now() + 3h));
-    world.save(world.dated("far", world.environment.now() + 400h));
-    auto series = world.dated("series", world.environment.now() - day);
-    series.repeat_type = RepeatType::daily;
-    world.save(series);
-    world.kill();
-    {
-        std::fstream file(StoredNotificationCenter::storeFolder(world.folder.path()) / "alerts.sqlite");
-        file.seekp(0);
-        file << std::string(8192, 'x');
+    for (const bool runs : {false, true}) {
+        SCOPED_TRACE(runs ? "found by the running service" : "found at its start");
+        std::string said;
+        ScopedLogSink log([&](std::string_view line) { said += line; });
+        ReminderAlertWorld world;
+        world.start();
+        world.save(world.dated("a", world.environment.now() + 3h));
+        world.save(world.dated("far", world.environment.now() + 400h));
+        auto series = world.dated("series", world.environment.now() - day);
+        series.repeat_type = RepeatType::daily;
+        world.save(series);
+        if (!runs) world.kill();
+        {
+            std::fstream file(StoredNotificationCenter::storeFolder(world.folder.path()) / "alerts.sqlite");
+            file.seekp(0);
+            file << std::string(8192, 'x');
+        }
+        if (runs) {
+            world.service->alertsChanged();
+        } else {
+            world.start();
+        }
+        EXPECT_THAT(said, testing::HasSubstr("set aside as alerts-damaged-2026-01-14"));
+        for (const auto* reminderID : {"a", "far", "series"})
+            EXPECT_THAT(world.scheduledDates(reminderID), Not(IsEmpty())) << reminderID;
+        world.pass(4h);
+        EXPECT_THAT(world.noticed(), ElementsAre("a"));
     }
-    world.start();
-    EXPECT_THAT(said, testing::HasSubstr("set aside as alerts-damaged-2026-01-14"));
-    for (const auto* reminderID : {"a", "far", "series"})
-        EXPECT_THAT(world.scheduledDates(reminderID), Not(IsEmpty())) << reminderID;
-    world.pass(4h);
-    EXPECT_THAT(world.noticed(), ElementsAre("a"));
 }
 
 TEST(AlertLook, BearsAClockThatWasWrongByAYear) {

@@ -175,6 +175,22 @@ TEST(AlertService, WaitsForAServer) {
     }
 }
 
+TEST(AlertService, ShowsOnceWhatAServerWasStartedFor) {
+    for (const int alerts : {1, 2, 5}) {
+        AlertWorld world;
+        world.start();
+        world.schedule("before", "2026-01-14T10:01:00Z");
+        world.pass(2min);
+        for (int number = 0; number < alerts; ++number)
+            world.schedule(std::to_string(number), "2026-01-14T10:05:00Z");
+        // The bus tells that it is there before it answers.
+        world.server.beforeAnswer = [&] { world.server.appear(); };
+        world.pass(1h);
+        EXPECT_THAT(world.noticed(), SizeIs(alerts == 5 ? 2 : alerts + 1));
+        EXPECT_THAT(world.delivered(), SizeIs(alerts + 1));
+    }
+}
+
 TEST(AlertService, PutsTheScreenRightAfterAServerOrTheServiceCameBack) {
     for (const bool serverEnds : {true, false}) {
         SCOPED_TRACE(serverEnds);

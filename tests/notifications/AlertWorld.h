@@ -34,7 +34,7 @@ class AlertWorld {
                                         .lookAtReminders =
                                             [this] {
                                                 ++looks;
-                                                if (onLook) onLook();
+                                                onLook ? onLook() : store.setFilled();
                                             },
                                         .extendSeries =
                                             [this](const std::vector<std::string>& reminderIDs) {

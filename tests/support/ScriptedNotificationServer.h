@@ -49,6 +49,9 @@ class ScriptedNotificationServer final : public NotificationServer {
         screen.clear();
         ++_run;
         mood = Mood::Healthy;
+        appear();
+    }
+    void appear() {
         if (_events.appeared) _events.appeared();
     }
     // Of the notification with this title; 0 if there is none.

@@ -13,6 +13,7 @@
 #include "platform/foundation/ISO8601.h"
 #include "platform/foundation/Log.h"
 #include "platform/usernotifications/AlertTuning.h"
+#include "platform/usernotifications/FileWatcher.h"
 
 namespace zun {
 namespace {
@@ -132,6 +133,8 @@ void AlertFile::setAside() {
     }
     close();
     if (lock >= 0) ::close(lock);
+    // The service fills the new one.
+    ringBell(bell(_folder));
 }
 
 SQLite::Statement& AlertFile::statement(const char* sql) {

@@ -27,6 +27,8 @@ class AlertFile {
     // if the file cannot be used; nothing has changed then. A read of a file that is not there yet runs nothing and is
     // no failure. May wait some seconds for another process.
     bool run(Access access, const std::function<void()>& block);
+    // Changed by whoever changed the lists, and when a damaged file has been set aside.
+    [[nodiscard]] static std::filesystem::path bell(const std::filesystem::path& folder) { return folder / "bell"; }
     // Looks at every page. A damaged file is set aside. May take some milliseconds a megabyte.
     void check();
 

@@ -49,7 +49,7 @@ class StoredNotificationCenter final : public NSUserNotificationCenter {
 
     // Changed after each commit to the lists.
     [[nodiscard]] static std::filesystem::path bell(const std::filesystem::path& folder) {
-        return folder / "alerts" / "bell";
+        return AlertFile::bell(storeFolder(folder));
     }
     [[nodiscard]] static std::filesystem::path storeFolder(const std::filesystem::path& folder) {
         return folder / "alerts";
