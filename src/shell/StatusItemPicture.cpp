@@ -62,6 +62,20 @@ QPixmap numberedCard(const QString& text, const QColor& color, int side) {
     return picture;
 }
 
+// The picture over its own silhouette in the other colour, a pixel wider all around.
+QPixmap edged(const QPixmap& picture, const QPixmap& other) {
+    constexpr double edgeAlpha = 0.45;
+    QPixmap result(picture.size());
+    result.fill(Qt::transparent);
+    QPainter painter(&result);
+    painter.setOpacity(edgeAlpha);
+    for (const QPoint step : {QPoint(-1, 0), QPoint(1, 0), QPoint(0, -1), QPoint(0, 1)})
+        painter.drawPixmap(step, other);
+    painter.setOpacity(1);
+    painter.drawPixmap(0, 0, picture);
+    return result;
+}
+
 }  // namespace
 
 QString statusItemCountText(std::size_t count) {
@@ -73,19 +87,21 @@ BarGround barGround(std::optional<unsigned> colorScheme, const QByteArray& curre
     for (const QByteArray& desktop : currentDesktop.split(':')) {
         if (desktop == "GNOME" || desktop == "GNOME-Classic") return BarGround::Dark;
     }
-    return colorScheme == 1u ? BarGround::Dark : BarGround::Light;
+    if (!colorScheme || *colorScheme == 0) return BarGround::Unknown;
+    return *colorScheme == 1 ? BarGround::Dark : BarGround::Light;
 }
 
 QIcon statusItemIcon(std::size_t count, BarGround ground, Pictures& pictures) {
-    const bool isWhite = ground == BarGround::Dark;
+    const bool isWhite = ground != BarGround::Light;
+    const auto picture = [&](bool white, int side) {
+        if (count == 0) return pictures.pixmap(white ? "menuBarIcon_white" : "menuBarIcon", QSizeF(side, side), 1);
+        return numberedCard(statusItemCountText(count),
+                            QColor::fromRgba(white ? tokens::groundText : tokens::dialogText), side);
+    };
     QIcon icon;
     for (const int side : sides) {
-        if (count == 0) {
-            icon.addPixmap(pictures.pixmap(isWhite ? "menuBarIcon_white" : "menuBarIcon", QSizeF(side, side), 1));
-        } else {
-            const QColor color = QColor::fromRgba(isWhite ? tokens::groundText : tokens::dialogText);
-            icon.addPixmap(numberedCard(statusItemCountText(count), color, side));
-        }
+        const auto bare = picture(isWhite, side);
+        icon.addPixmap(ground == BarGround::Unknown ? edged(bare, picture(!isWhite, side)) : bare);
     }
     return icon;
 }

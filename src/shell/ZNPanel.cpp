@@ -98,6 +98,11 @@ void ZNPanel::paintEvent(QPaintEvent*) {
     if (!canBePlaced()) return painter.fillRect(rect(), ground);
     const QPainterPath shape = outline();
     painter.fillPath(shape, ground);
+    if (_arrow == PanelPlacement::Arrow::Up) {
+        // It belongs to the toolbar that it stands on.
+        painter.setClipRect(0, 0, width(), PanelPlacement::arrowHeight);
+        painter.fillPath(shape, QColor::fromRgba(tokens::toolbarGround));
+    }
     painter.setPen(QPen(QColor::fromRgbF(1, 1, 1, static_cast<float>(edgeAlpha)), 1));
     painter.setClipPath(shape);
     painter.drawPath(shape);

@@ -45,7 +45,7 @@ class ZNStatusItemView final : public QObject {
 
     Collaborators _with;
     std::size_t _count = 0;
-    BarGround _ground = BarGround::Light;
+    BarGround _ground = BarGround::Unknown;
     QMenu _menu;
     QAction* _dueItem = nullptr;
     QSystemTrayIcon _item;

@@ -195,7 +195,7 @@ TEST(StatusItem, ShowsTheCountInOneColour) {
     EXPECT_EQ(barGround(std::nullopt, "ubuntu:GNOME"), BarGround::Dark);
     EXPECT_EQ(barGround(2, "KDE"), BarGround::Light);
     EXPECT_EQ(barGround(1, "XFCE"), BarGround::Dark);
-    EXPECT_EQ(barGround(std::nullopt, ""), BarGround::Light);
+    EXPECT_EQ(barGround(std::nullopt, ""), BarGround::Unknown);
 }
 
 }  // namespace
