@@ -49,7 +49,8 @@ std::vector<std::string> withVariables(const std::map<std::string, std::string>&
 
 Program::Program(const std::string& name, const std::vector<std::string>& words,
                  const std::map<std::string, std::string>& variables) {
-    const auto program = std::string(std::getenv("ZUN_TEST_PROGRAMS")) + "/" + name;
+    // A name with a path is taken as it stands.
+    const auto program = (std::filesystem::path(std::getenv("ZUN_TEST_PROGRAMS")) / name).native();
     std::vector<std::string> texts{program};
     texts.insert(texts.end(), words.begin(), words.end());
     auto environment = withVariables(variables);
@@ -102,7 +103,7 @@ Ended ProgramsHome::zunctl(std::vector<std::string> words) const {
     return start(std::move(words))->end();
 }
 
-std::unique_ptr<Program> ProgramsHome::startApplication() const {
+std::unique_ptr<Program> ProgramsHome::startApplication(const std::vector<std::string>& words) const {
     const auto connection = sdbus::createSessionBusConnection();
     const auto bus = sdbus::createProxy(*connection, "org.freedesktop.DBus", "/org/freedesktop/DBus");
     bool isThere = false;
@@ -113,7 +114,7 @@ std::unique_ptr<Program> ProgramsHome::startApplication() const {
         });
     bus->finishRegistration();
 
-    auto application = std::make_unique<Program>("zun", std::vector<std::string>{}, environment());
+    auto application = std::make_unique<Program>("zun", words, environment());
     const auto latest = std::chrono::steady_clock::now() + std::chrono::seconds(30);
     while (!isThere) {
         const auto left = std::chrono::ceil<std::chrono::milliseconds>(latest - std::chrono::steady_clock::now());
@@ -128,12 +129,46 @@ std::unique_ptr<Program> ProgramsHome::startApplication() const {
     return application;
 }
 
-bool ProgramsHome::openThroughBus(const std::string& url) const {
+std::string ProgramsHome::objectPath() const {
     auto path = "/" + busName();
     std::replace(path.begin(), path.end(), '.', '/');
+    return path;
+}
+
+bool ProgramsHome::activateThroughBus(const std::string& action, const std::string& reminderID) const {
+    std::vector<sdbus::Variant> parameters;
+    if (!reminderID.empty()) parameters = {sdbus::Variant(std::int64_t{1}), sdbus::Variant(reminderID)};
     try {
         const auto connection = sdbus::createSessionBusConnection();
-        sdbus::createProxy(*connection, busName(), path)
+        sdbus::createProxy(*connection, busName(), objectPath())
+            ->callMethod("ActivateAction")
+            .onInterface("org.freedesktop.Application")
+            .withArguments(action, parameters, std::map<std::string, sdbus::Variant>{});
+        return true;
+    } catch (const sdbus::Error&) {
+        return false;
+    }
+}
+
+std::int64_t ProgramsHome::launcherCount() const {
+    try {
+        const auto connection = sdbus::createSessionBusConnection();
+        std::string application;
+        std::map<std::string, sdbus::Variant> properties;
+        sdbus::createProxy(*connection, busName(), "/com/zunlabs/Zun/LauncherEntry")
+            ->callMethod("Query")
+            .onInterface("com.canonical.Unity.LauncherEntry")
+            .storeResultsTo(application, properties);
+        return application == "application://com.zunlabs.Zun.desktop" ? properties.at("count").get<std::int64_t>() : -1;
+    } catch (const sdbus::Error&) {
+        return -1;
+    }
+}
+
+bool ProgramsHome::openThroughBus(const std::string& url) const {
+    try {
+        const auto connection = sdbus::createSessionBusConnection();
+        sdbus::createProxy(*connection, busName(), objectPath())
             ->callMethod("Open")
             .onInterface("org.freedesktop.Application")
             .withArguments(std::vector<std::string>{url}, std::map<std::string, sdbus::Variant>{});

@@ -3,6 +3,7 @@
 // The programs as a user or a script starts them. Their files lie below one folder; what they print is read once they
 // have ended.
 
+#include <cstdint>
 #include <filesystem>
 #include <map>
 #include <string>
@@ -41,7 +42,12 @@ class ProgramsHome {
     Ended zunctl(std::vector<std::string> words) const;
     std::unique_ptr<Program> start(std::vector<std::string> words) const;
     // Starts the application and waits until it has taken its name on the session bus, at most half a minute.
-    std::unique_ptr<Program> startApplication() const;
+    std::unique_ptr<Program> startApplication(const std::vector<std::string>& words = {}) const;
+    // ActivateAction of the running application, with an alert's and a reminder's identifier if the reminder's is
+    // given. False if none answered.
+    bool activateThroughBus(const std::string& action, const std::string& reminderID = {}) const;
+    // The number that the running application last gave to the launchers, asked of it; -1 if none answered.
+    std::int64_t launcherCount() const;
     // What org.freedesktop.Application.Open of the running application does with a link. False if none answered.
     bool openThroughBus(const std::string& url) const;
 
@@ -52,6 +58,7 @@ class ProgramsHome {
 
   private:
     [[nodiscard]] std::map<std::string, std::string> environment() const;
+    [[nodiscard]] std::string objectPath() const;
     TemporaryFolder _folder;
 };
 

@@ -1,7 +1,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <csignal>
+#include <cstdlib>
 #include <fstream>
 
 #include "apps/Programs.h"
@@ -46,6 +48,41 @@ TEST(RunningApplication, ChangesOfTheCommandLineReachItWhileItRunsAndOutliveItsK
     application = home.startApplication();
     EXPECT_EQ(home.zunctl({"--json", "list"}).out, deck);
     EXPECT_EQ(home.zunctl({"doctor"}).status, 0);
+}
+
+TEST(RunningApplication, IsOneAndTakesWhatTheDesktopAndTheAlertsAskFor) {
+    const ProgramsHome home;
+    const auto added = home.zunctl({"add", "Call", "--date", "2026-01-05T09:00"}).out;
+    const auto reminderID = added.substr(0, added.find('\n'));
+    const auto application = home.startApplication({"--background"});
+    EXPECT_EQ(home.launcherCount(), 1);
+
+    // A start at login changes nothing where it runs; a start by the user brings its window forward.
+    for (const auto& words : {std::vector<std::string>{"--gapplication-service"}, {"--background"}, {}}) {
+        Program second("zun", words, {{"ZUN_HOME", home.folder()}});
+        EXPECT_EQ(second.end().status, 0);
+    }
+    for (const auto* action : {"show-stack", "new-reminder", "no-such-action"})
+        EXPECT_TRUE(home.activateThroughBus(action)) << action;
+    EXPECT_TRUE(home.activateThroughBus("show-alert", reminderID));
+    EXPECT_TRUE(home.activateThroughBus("snooze-alert", "nobody"));
+    EXPECT_EQ(home.zunctl({"--json", "count"}).out, "{\"active\":1,\"total\":1}\n");
+    EXPECT_TRUE(home.activateThroughBus("snooze-alert", reminderID));
+    EXPECT_EQ(home.zunctl({"--json", "count"}).out, "{\"active\":0,\"total\":1}\n") << "it comes back later";
+}
+
+// Where the bus knows of no alert service, the application starts the program that lies beside it.
+TEST(RunningApplication, SeesToItThatAlertsAreDelivered) {
+    const ProgramsHome home;
+    TemporaryFolder path;
+    const auto mark = path.path() / "mark";
+    ASSERT_EQ(::mkfifo(mark.c_str(), 0600), 0);
+    std::ofstream(path.path() / "zun-alerts") << "#!/bin/sh\necho \"$@\" > " << mark << "\n";
+    std::filesystem::permissions(path.path() / "zun-alerts", std::filesystem::perms::owner_all);
+    // A link would lead it back to where its neighbours are the real ones.
+    std::filesystem::copy_file(std::string(std::getenv("ZUN_TEST_PROGRAMS")) + "/zun", path.path() / "zun");
+    const Program application(path.path() / "zun", {"--home", home.folder()}, {});
+    EXPECT_EQ(contents(mark), "--home " + home.folder().native() + "\n");
 }
 
 TEST(RunningApplication, WrongUsageSaysSo) {
