@@ -9,6 +9,7 @@
 #include "ZunDataModel/store/ChangeWatcher.h"
 #include "ZunDataModel/store/ForeignChangeNews.h"
 #include "ZunDataModel/store/RecordQueries.h"
+#include "ZunDataModel/store/StoreBackup.h"
 #include "ZunDataModel/store/StoreFailure.h"
 #include "ZunDataModel/store/StoreOpening.h"
 #include "ZunDataModel/store/StoreReaders.h"
@@ -341,10 +342,10 @@ void ZNDatabase::clearRemindersFromStore(std::function<void()> completion) {
         });
 }
 
-void ZNDatabase::backUp(std::string reason, std::function<void()> completion) {
-    _implementation->write([now = _implementation->environment().now(),
-                            reason = std::move(reason)](StoreWriter& writer) { return writer.backUp(now, reason); },
-                           std::move(completion));
+void ZNDatabase::backUpBeforeSweep(std::function<void()> completion) {
+    _implementation->write(
+        [now = _implementation->environment().now()](StoreWriter& writer) { return writer.backUp(now, routineReason); },
+        std::move(completion));
 }
 
 void ZNDatabase::setFailureHandler(std::function<void(const StoreError&)> handler) {

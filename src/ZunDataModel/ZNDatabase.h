@@ -94,9 +94,9 @@ class ZNDatabase {
     // Deletes everything, after a dated backup.
     void clearRemindersFromStore(std::function<void()> completion = {});
 
-    // Writes a dated backup, whose name ends in the reason. The block is for the step that cannot be taken back: it
-    // runs once the backup is durable, or not at all.
-    void backUp(std::string reason, std::function<void()> completion);
+    // Writes a dated backup before completed records are swept, of which only the last few are kept. The block is for
+    // the step that cannot be taken back: it runs once the backup is durable, or not at all.
+    void backUpBeforeSweep(std::function<void()> completion);
 
     // Runs on the store's queue for each write that failed and for the first fetch that the file failed; without a
     // handler a line goes to the log.

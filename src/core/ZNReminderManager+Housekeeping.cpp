@@ -36,7 +36,7 @@ std::optional<std::size_t> ZNReminderManager::removeCompletedRemindersIfEnabled(
     };
     const auto found = fetchOld().size();
     if (found == 0) return 0;
-    _writes->database().backUp("completed", [this, fetchOld] {
+    _writes->database().backUpBeforeSweep([this, fetchOld] {
         // As they are by now: one may have been taken back meanwhile. A tombstone goes through the delete again.
         for (const auto& reminder : fetchOld())
             deleteReminder(reminder, ShouldSyncWithiCloud::Yes);

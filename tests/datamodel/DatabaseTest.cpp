@@ -207,6 +207,28 @@ TEST_F(Database, ClearingKeepsADatedBackup) {
     EXPECT_EQ(Device(elsewhere.path(), environment).stored("a")->title(), "precious");
 }
 
+TEST_F(Database, KeepsTheRareBackupsFromTheRoutineOnes) {
+    const auto store = [&] {
+        device->database.addReminder(std::make_shared<ZNReminderObject>());
+        device->database.waitForWrites();
+    };
+    store();
+    device->database.clearRemindersFromStore();
+    store();
+    for (int day = 0; day < 20; ++day) {
+        environment.advance(std::chrono::hours{24});
+        device->database.backUpBeforeSweep([] {});
+        device->database.waitForWrites();
+    }
+    std::vector<std::string> backups;
+    for (const auto& entry : std::filesystem::directory_iterator(folder.path() / "backups"))
+        backups.push_back(entry.path().filename());
+    EXPECT_THAT(backups, UnorderedElementsAre("reminders-20260201T090000Z-cleared.sqlite",
+                                              "reminders-20260219T090000Z-completed.sqlite",
+                                              "reminders-20260220T090000Z-completed.sqlite",
+                                              "reminders-20260221T090000Z-completed.sqlite"));
+}
+
 TEST_F(Database, WritesItsLogBackWhenItIsLongAndWhenItRests) {
     const auto fileSize = [&] { return std::filesystem::file_size(folder.path() / "reminders.sqlite"); };
     const auto logSize = [&] { return std::filesystem::file_size(folder.path() / "reminders.sqlite-wal"); };

@@ -1,6 +1,7 @@
 #include "ZunDataModel/store/StoreBackup.h"
 
 #include <algorithm>
+#include <string>
 
 #include "ZunDataModel/store/StoreTuning.h"
 
@@ -20,9 +21,13 @@ void backUp(StoreConnection& connection, const StoreFiles& files, NSDate now, st
     syncFile(unfinished);
     renameDurably(unfinished, target);
 
-    const auto all = listBackups(files);
-    for (std::size_t i = tuning::backupsKept; i < all.size(); ++i)
-        std::filesystem::remove(all[i]);
+    // What is made nearly every day must not push out what is made once in a year.
+    std::size_t routine = 0, rare = 0;
+    for (const auto& file : listBackups(files)) {
+        const bool isRoutine = file.stem().string().find("-" + std::string(routineReason)) != std::string::npos;
+        if (isRoutine ? ++routine > tuning::routineBackupsKept : ++rare > tuning::backupsKept)
+            std::filesystem::remove(file);
+    }
 }
 
 std::vector<std::filesystem::path> listBackups(const StoreFiles& files) {

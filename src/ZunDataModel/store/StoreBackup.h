@@ -12,7 +12,10 @@
 
 namespace zun {
 
-// Durable on return. Drops the oldest backups beyond the number kept.
+// The reason of the backups that the sweep of old completed reminders makes; there are others of these to keep.
+inline constexpr std::string_view routineReason = "completed";
+
+// Durable on return. Drops the oldest backups beyond the numbers kept.
 void backUp(StoreConnection& connection, const StoreFiles& files, NSDate now, std::string_view reason);
 
 // Newest first; complete ones only.

@@ -44,5 +44,7 @@ inline constexpr std::size_t cachedStatements = 64;
 
 // Dated backups that stay; the oldest goes first.
 inline constexpr std::size_t backupsKept = 10;
+// Of those that the sweep of old completed reminders makes, most days one.
+inline constexpr std::size_t routineBackupsKept = 3;
 
 }  // namespace zun::tuning
