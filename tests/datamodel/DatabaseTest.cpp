@@ -208,17 +208,13 @@ TEST_F(Database, ClearingKeepsADatedBackup) {
 }
 
 TEST_F(Database, KeepsTheRareBackupsFromTheRoutineOnes) {
-    const auto store = [&] {
-        device->database.addReminder(std::make_shared<ZNReminderObject>());
-        device->database.waitForWrites();
-    };
-    store();
-    device->database.clearRemindersFromStore();
-    store();
+    device->add(std::make_shared<ZNReminderObject>());
+    device->store->clearRemindersFromStore();
+    device->add(std::make_shared<ZNReminderObject>());
     for (int day = 0; day < 20; ++day) {
         environment.advance(std::chrono::hours{24});
-        device->database.backUpBeforeSweep([] {});
-        device->database.waitForWrites();
+        device->store->backUpBeforeSweep([] {});
+        device->run();
     }
     std::vector<std::string> backups;
     for (const auto& entry : std::filesystem::directory_iterator(folder.path() / "backups"))
