@@ -2,6 +2,7 @@
 
 #include <QDesktopServices>
 #include <QMessageBox>
+#include <QPushButton>
 #include <QUrl>
 
 namespace zun {
@@ -20,6 +21,7 @@ void showAbout(QWidget* parent, const LocalizedStrings& strings, Pictures& pictu
     panel->setText(QString("<b>%1</b> %2").arg(text("App_Name"), QString::fromStdString(version)));
     panel->setInformativeText(text("About_Description") + "\n\n" + text("About_Library_Text"));
     panel->setTextFormat(Qt::RichText);
+    panel->addButton(QMessageBox::Ok)->setIcon(QIcon());
     panel->open();
 }
 

@@ -38,4 +38,8 @@ void noteUserRequest(const QByteArray& startupIdentifier) {
     QX11Info::setAppUserTime(moment);
 }
 
+void flush() {
+    if (QX11Info::isPlatformX11()) xcb_flush(QX11Info::connection());
+}
+
 }  // namespace zun::x11

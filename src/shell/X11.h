@@ -17,4 +17,7 @@ namespace zun::x11 {
 // or now if it names none.
 void noteUserRequest(const QByteArray& startupIdentifier);
 
+// Sends what has been asked for. Qt does so with what it paints, which a change of a window's opacity is not.
+void flush();
+
 }  // namespace zun::x11

@@ -5,6 +5,8 @@
 #include <QPointer>
 #include <QScreen>
 
+#include "shell/X11.h"
+
 namespace zun {
 namespace {
 
@@ -26,7 +28,7 @@ ZNMenuBarWindowController::ZNMenuBarWindowController(Collaborators collaborators
     if (ZNPanel::canBePlaced()) _tabController->setCornerRadius(PanelPlacement::cornerRadius);
     _panel->setContent(_tabController);
     _frames = _with.animations.observeFrames([this] {
-        if (_panel->isVisible()) _panel->setWindowOpacity(_visibility.shown());
+        if (_panel->isVisible()) applyVisibility();
     });
     connect(_panel.get(), &ZNPanel::closed, this, [this] { onSetShown(false); });
     connect(_panel.get(), &ZNPanel::resignedKey, this, [this] { resignedKey(); });
@@ -58,15 +60,20 @@ void ZNMenuBarWindowController::showPanel() {
     if (!screen) screen = QGuiApplication::primaryScreen();
     if (!item) item = itemUnderPointer(QCursor::pos(), screen->geometry(), screen->availableGeometry());
     _panel->place(placePanel(item, screen->geometry(), screen->availableGeometry()));
-    _panel->setWindowOpacity(_visibility.shown());
+    applyVisibility();
     _panel->show();
     _panel->raise();
     _panel->activateWindow();
     _with.animations.runGroup(
         fadeIn, Easing::Out, [this](ZNAnimationGroup& group) { group.set(_visibility, 1); },
         [self = QPointer(this)] {
-            if (self) self->_panel->setWindowOpacity(self->_visibility.shown());
+            if (self) self->applyVisibility();
         });
+}
+
+void ZNMenuBarWindowController::applyVisibility() {
+    _panel->setWindowOpacity(_visibility.shown());
+    x11::flush();
 }
 
 void ZNMenuBarWindowController::hidePanel() {

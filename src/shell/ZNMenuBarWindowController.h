@@ -39,6 +39,7 @@ class ZNMenuBarWindowController final : public QObject {
   private:
     void showPanel();
     void hidePanel();
+    void applyVisibility();
     void resignedKey();
     [[nodiscard]] bool hasKeyOrGaveItToItsOwn() const;
 

@@ -122,6 +122,14 @@ TEST_F(ModesTest, TheItemOpensAndClosesThePanel) {
     click();
     EXPECT_TRUE(panel.shown());
 
+    // Opened again while it fades out, it comes back whole.
+    notifications.postNotificationName(ZNCloseWindowActionNotification);
+    advance(80ms);
+    EXPECT_LT(panel.panel().windowOpacity(), 1);
+    click();
+    EXPECT_TRUE(panel.panel().isVisible());
+    EXPECT_EQ(panel.panel().windowOpacity(), 1);
+
     // A dialog of its own takes the keyboard and leaves it open.
     notifications.postNotificationName(ZNQuitActionNotification);
     QDialog dialog(&panel.panel());
