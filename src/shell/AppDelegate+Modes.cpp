@@ -31,7 +31,7 @@ void AppDelegate::prepareMainInterface() {
     }
     if (!_with.settings.showInMenubar() || _menuBarWindow) return _with.tray.stopWaiting();
     _with.tray.waitForTray();
-    root().messages().showMessage(text("Tray_Missing_Message"), MessageBar::Stays::UntilClicked);
+    root().messages().showMessage(text("Tray_Missing_Message"));
 }
 
 ZNTabViewController* AppDelegate::makeRoot(std::function<QSizeF()> windowSize) {

@@ -49,6 +49,7 @@ void AppDelegate::scheduleMinute() {
 void AppDelegate::minutePassed() {
     _with.refreshEnvironment();
     root().cardController().minutePassed();
+    _with.tray.minutePassed();
 }
 
 void AppDelegate::watchSettings() {

@@ -62,15 +62,15 @@ QPixmap numberedCard(const QString& text, const QColor& color, int side) {
     return picture;
 }
 
-// The picture over its own silhouette in the other colour, a pixel wider all around.
-QPixmap edged(const QPixmap& picture, const QPixmap& other) {
-    constexpr double edgeAlpha = 0.45;
+// The picture over a silhouette in the other colour, which stands out by a pixel all around.
+QPixmap edged(const QPixmap& picture, const QPixmap& silhouette) {
+    constexpr double edgeAlpha = 0.75;
     QPixmap result(picture.size());
     result.fill(Qt::transparent);
     QPainter painter(&result);
     painter.setOpacity(edgeAlpha);
     for (const QPoint step : {QPoint(-1, 0), QPoint(1, 0), QPoint(0, -1), QPoint(0, 1)})
-        painter.drawPixmap(step, other);
+        painter.drawPixmap(step, silhouette);
     painter.setOpacity(1);
     painter.drawPixmap(0, 0, picture);
     return result;
@@ -93,15 +93,14 @@ BarGround barGround(std::optional<unsigned> colorScheme, const QByteArray& curre
 
 QIcon statusItemIcon(std::size_t count, BarGround ground, Pictures& pictures) {
     const bool isWhite = ground != BarGround::Light;
-    const auto picture = [&](bool white, int side) {
+    const auto picture = [&](bool white, const QString& number, int side) {
         if (count == 0) return pictures.pixmap(white ? "menuBarIcon_white" : "menuBarIcon", QSizeF(side, side), 1);
-        return numberedCard(statusItemCountText(count),
-                            QColor::fromRgba(white ? tokens::groundText : tokens::dialogText), side);
+        return numberedCard(number, QColor::fromRgba(white ? tokens::groundText : tokens::dialogText), side);
     };
     QIcon icon;
     for (const int side : sides) {
-        const auto bare = picture(isWhite, side);
-        icon.addPixmap(ground == BarGround::Unknown ? edged(bare, picture(!isWhite, side)) : bare);
+        const auto bare = picture(isWhite, statusItemCountText(count), side);
+        icon.addPixmap(ground == BarGround::Unknown ? edged(bare, picture(!isWhite, QString(), side)) : bare);
     }
     return icon;
 }

@@ -5,7 +5,6 @@
 #include <QDBusMessage>
 #include <QDBusServiceWatcher>
 #include <QDBusVariant>
-#include <algorithm>
 
 #include "shell/X11.h"
 
@@ -18,7 +17,7 @@ constexpr const char* watcherName = "org.kde.StatusNotifierWatcher";
 constexpr const char* watcherPath = "/StatusNotifierWatcher";
 constexpr int answerTimeout = 500;  // milliseconds
 constexpr auto firstLook = 1s;
-constexpr auto longestPause = 60s;
+constexpr auto longestPause = 32s;
 
 bool hasNotifierHost() {
     auto bus = QDBusConnection::sessionBus();
@@ -66,7 +65,7 @@ void DesktopTray::look() {
 void DesktopTray::lookAfter(std::chrono::seconds delay) {
     _timer = NSTimer(_dispatch.main(), delay, false, [this, delay] {
         look();
-        if (_isWaiting) lookAfter(std::min<std::chrono::seconds>(delay * 2, longestPause));
+        if (_isWaiting && delay < longestPause) lookAfter(delay * 2);
     });
 }
 

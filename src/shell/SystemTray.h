@@ -17,13 +17,15 @@ class SystemTray : public QObject {
     // Begins to wait for a tray; appeared() comes once for each time that this is called.
     virtual void waitForTray() = 0;
     virtual void stopWaiting() = 0;
+    // A moment at which the program is awake anyway.
+    virtual void minutePassed() {}
 
   signals:
     void appeared();
 };
 
 // Asks the session bus for the host of status notifier items, and the X server for a tray of the old kind. Hears of the
-// first by signals; looks for the second after 1, 2, 4, ... seconds up to a minute and then once a minute.
+// first by signals; looks for the second after 1, 2, 4, ... seconds, while a session starts, and then once a minute.
 class DesktopTray final : public SystemTray {
     Q_OBJECT
   public:
@@ -32,6 +34,7 @@ class DesktopTray final : public SystemTray {
     [[nodiscard]] bool isAvailable() override;
     void waitForTray() override;
     void stopWaiting() override;
+    void minutePassed() override { look(); }
 
   private slots:
     void look();

@@ -60,6 +60,8 @@ void WindowMenuBar::setShowsLetters(bool shows) {
 
 void WindowMenuBar::paintEvent(QPaintEvent* event) {
     QPainter painter(this);
+    // One band with the toolbar below it.
+    painter.fillRect(event->rect(), QColor::fromRgba(tokens::toolbarGround));
     painter.setRenderHint(QPainter::Antialiasing);
     for (auto* item : actions()) {
         const QRect place = actionGeometry(item);

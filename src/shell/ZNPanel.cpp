@@ -52,7 +52,10 @@ QRect ZNPanel::contentRect() const {
 void ZNPanel::place(const PanelPlacement& placement) {
     _arrow = canBePlaced() ? placement.arrow : PanelPlacement::Arrow::None;
     setFixedSize(placement.frame.size());
-    if (canBePlaced()) move(placement.frame.topLeft());
+    if (canBePlaced()) {
+        move(placement.frame.topLeft());
+        if (!isVisible()) x11::skipTaskbar(winId());
+    }
     if (_content) _content->setGeometry(contentRect());
     setArrowX(placement.arrowX);
 }
