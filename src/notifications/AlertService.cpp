@@ -200,23 +200,25 @@ void AlertService::restoreScreen(Restart restarted) {
     }
     const auto server = _with.server.server();
     const auto session = [](const std::string& name) { return name.substr(0, name.find('/')); };
-    // Runs when the last answer has let go of it: a new alert must find where the one before it stands now.
+    // A new alert must find where the one before it stands now, so it waits for the last answer.
     _isShowing = true;
-    const std::shared_ptr<void> afterLast(nullptr, [self = _self](void*) {
-        if (!*self) return;
-        (*self)->_isShowing = false;
-        (*self)->closeRemoved();
-        if (!(*self)->restoreWhatWaits()) (*self)->deliverDue();
-    });
-    if (server.empty()) return;
-    for (const auto& alert : _with.store.standing()) {
+    _restoring = 1;
+    for (const auto& alert : server.empty() ? std::vector<StandingAlert>{} : _with.store.standing()) {
         const bool isInPlace = restarted == Restart::Server && alert.place.server == server;
         if (session(alert.place.server) == session(server)) {
-            if (!isInPlace) restore(alert, server, afterLast);
+            if (!isInPlace) restore(alert, server);
         } else {
             _with.store.leftScreen(alert.place.serverIdentifier, alert.place.server);
         }
     }
+    oneIsRestored();
+}
+
+void AlertService::oneIsRestored() {
+    if (--_restoring > 0) return;
+    _isShowing = false;
+    closeRemoved();
+    if (!restoreWhatWaits()) deliverDue();
 }
 
 bool AlertService::restoreWhatWaits() {
@@ -225,8 +227,7 @@ bool AlertService::restoreWhatWaits() {
     return restarted.has_value();
 }
 
-void AlertService::restore(const StandingAlert& alert, const std::string& server,
-                           const std::shared_ptr<void>& afterLast) {
+void AlertService::restore(const StandingAlert& alert, const std::string& server) {
     const auto& place = alert.place;
     auto shown = screenNotification(alert.notification);
     if (place.inSummary) {
@@ -237,9 +238,11 @@ void AlertService::restore(const StandingAlert& alert, const std::string& server
     }
     if (place.server == server) shown.replacesIdentifier = place.serverIdentifier;
     shown.hasSound = false;
-    _with.server.show(shown, [self = _self, place, afterLast](const std::optional<NotificationServer::Shown>& answer) {
-        if (*self && answer)
-            (*self)->_with.store.movePlace(place, {answer->identifier, answer->server, place.inSummary});
+    ++_restoring;
+    _with.server.show(shown, [self = _self, place](const std::optional<NotificationServer::Shown>& answer) {
+        if (!*self) return;
+        if (answer) (*self)->_with.store.movePlace(place, {answer->identifier, answer->server, place.inSummary});
+        (*self)->oneIsRestored();
     });
 }
 

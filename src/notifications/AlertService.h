@@ -85,7 +85,8 @@ class AlertService {
     void batchIsRefused();
     void restoreScreen(Restart restarted);
     bool restoreWhatWaits();
-    void restore(const StandingAlert& alert, const std::string& server, const std::shared_ptr<void>& afterLast);
+    void restore(const StandingAlert& alert, const std::string& server);
+    void oneIsRestored();
     void arm();
     void look();
     void closeRemoved();
@@ -99,6 +100,7 @@ class AlertService {
     std::shared_ptr<AlertService*> _self;  // null once the service has gone; for answers that come late
     bool _isShowing = false;               // answers of the server are awaited
     bool _isRefused = false;
+    std::size_t _restoring = 0;            // answers that a restored screen still waits for, and one while it asks
     std::optional<Restart> _restoreWaits;  // for the end of what is being shown
     std::chrono::seconds _retryPause;
     NSTimer _retry;

@@ -5,6 +5,7 @@
 
 #include "platform/foundation/Log.h"
 #include "platform/foundation/SystemDispatch.h"
+#include "platform/usernotifications/AlertTuning.h"
 #include "usernotifications/StoredAlerts.h"
 
 namespace zun {
@@ -136,6 +137,7 @@ class StatementMeter {
     }
     std::int64_t steps = 0, walked = 0;
     std::string mostSteps;
+    sqlite3* lastOpened = nullptr;
 
   private:
     static StatementMeter*& current() {
@@ -143,6 +145,7 @@ class StatementMeter {
         return meter;
     }
     static int opened(sqlite3* database, char**, const void*) {
+        current()->lastOpened = database;
         sqlite3_trace_v2(database, SQLITE_TRACE_PROFILE, &ended, nullptr);
         return SQLITE_OK;
     }
@@ -156,6 +159,22 @@ class StatementMeter {
         return 0;
     }
 };
+
+TEST(SharedAlerts, AProgramWaitsForAnotherOnesLongChange) {
+    const TestEnvironment environment;
+    const TemporaryFolder folder;
+    const StatementMeter meter;
+    AlertDevice device(folder.path(), environment);
+    device.center.scheduleNotification(alertFor("a", morning));
+    device.center.synchronize();
+    int milliseconds = 0;
+    const auto read = [](void* result, int, char** values, char**) {
+        *static_cast<int*>(result) = std::stoi(values[0]);
+        return 0;
+    };
+    sqlite3_exec(meter.lastOpened, "PRAGMA busy_timeout", read, &milliseconds, nullptr);
+    EXPECT_EQ(std::chrono::milliseconds(milliseconds), alertTuning::lockWait);
+}
 
 TEST(SharedAlerts, NothingWalksAHundredThousandScheduledOnes) {
     const TestEnvironment environment;

@@ -44,7 +44,9 @@ AlertProgram::AlertProgram(const Home& home, std::optional<std::filesystem::path
                 .extendSeries = [this](const std::vector<std::string>& reminderIDs) { look(&reminderIDs); },
                 .tellPrograms = [this] { ringBell(StoredNotificationCenter::bell(_home.data)); }}) {}
 
-AlertProgram::~AlertProgram() = default;
+AlertProgram::~AlertProgram() {
+    _bus.stop();
+}
 
 std::function<void()> AlertProgram::posting(std::function<void()> action) {
     return [main = _dispatch.main(), action = std::move(action)] { main->async(action); };

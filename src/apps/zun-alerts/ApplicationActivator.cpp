@@ -41,6 +41,7 @@ std::string pathForName(const std::string& busName) {
 ApplicationActivator::ApplicationActivator(BusLoop& loop, Dispatch& dispatch, std::string busName,
                                            std::optional<std::filesystem::path> homeFolder)
     : _loop(loop),
+      _dispatch(dispatch),
       _main(dispatch.main()),
       _busName(std::move(busName)),
       _homeFolder(std::move(homeFolder)),
@@ -55,8 +56,10 @@ ApplicationActivator::ApplicationActivator(BusLoop& loop, Dispatch& dispatch, st
             if (now.empty()) return;
             _main->async([this, isHere] {
                 if (!*isHere) return;
-                for (const auto& activation : std::exchange(_waiting, {}))
-                    send(activation);
+                for (const auto& [activation, since] : std::exchange(_waiting, {})) {
+                    // What the user wanted long ago, when it did not start, would come as a surprise.
+                    if (_dispatch.uptime() - since < patience) send(activation);
+                }
             });
         },
         sdbus::floating_slot);
@@ -79,24 +82,35 @@ void ApplicationActivator::send(const AlertActivation& activation) {
         platformData.emplace("activation-token", sdbus::Variant(activation.activationToken));
         platformData.emplace("desktop-startup-id", sdbus::Variant(activation.activationToken));
     }
-    _application->callMethodAsync("ActivateAction")
-        .onInterface(interfaceName)
-        .withTimeout(patience)
-        .withArguments(std::string(actionName(activation.kind)), parameter, platformData)
-        .uponReplyInvoke([this, isHere = _isHere, activation](const sdbus::Error* error) {
-            if (!error) return;
-            const auto reason = error->getName();
-            NSLog("The application did not take an alert's answer: " + error->getMessage());
-            const bool isUnknown = reason == "org.freedesktop.DBus.Error.ServiceUnknown" ||
-                                   reason == "org.freedesktop.DBus.Error.NameHasNoOwner";
-            if (!isUnknown) return;
-            _main->async([this, isHere, activation] {
-                if (!*isHere) return;
-                _waiting.push_back(activation);
-                if (_waiting.size() == 1) startProgram();
-            });
-        });
-    _loop.wake();
+    _loop.post([this, activation, parameter, platformData] {
+        // The library reports by an exception what the bus would not take.
+        try {
+            _application->callMethodAsync("ActivateAction")
+                .onInterface(interfaceName)
+                .withTimeout(patience)
+                .withArguments(std::string(actionName(activation.kind)), parameter, platformData)
+                .uponReplyInvoke([this, activation](const sdbus::Error* error) {
+                    if (error) isNotTaken(activation, *error);
+                });
+        } catch (const sdbus::Error& error) {
+            NSLog("An alert's answer could not be handed on: " + error.getMessage());
+        }
+    });
+}
+
+// On the loop's thread.
+void ApplicationActivator::isNotTaken(const AlertActivation& activation, const sdbus::Error& error) {
+    const auto reason = error.getName();
+    const bool isUnknown = reason == "org.freedesktop.DBus.Error.ServiceUnknown" ||
+                           reason == "org.freedesktop.DBus.Error.NameHasNoOwner" ||
+                           reason.starts_with("org.freedesktop.DBus.Error.Spawn.");
+    if (!isUnknown) return NSLog("The application did not take an alert's answer: " + error.getMessage());
+    _main->async([this, isHere = _isHere, activation] {
+        if (!*isHere) return;
+        _waiting.emplace_back(activation, _dispatch.uptime());
+        // One that runs by then ends a second one.
+        startProgram();
+    });
 }
 
 void ApplicationActivator::startProgram() const {

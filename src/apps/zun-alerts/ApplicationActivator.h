@@ -17,7 +17,8 @@ namespace zun {
 // Main queue only; nothing blocks.
 class ApplicationActivator {
   public:
-    // `homeFolder` is handed to a program that is started. The loop must not have been started.
+    // `homeFolder` is handed to a program that is started. The loop must not have been started, and has to
+    // be stopped before this goes.
     ApplicationActivator(BusLoop& loop, Dispatch& dispatch, std::string busName,
                          std::optional<std::filesystem::path> homeFolder);
     ~ApplicationActivator();
@@ -26,15 +27,18 @@ class ApplicationActivator {
 
   private:
     void send(const AlertActivation& activation);
+    void isNotTaken(const AlertActivation& activation, const sdbus::Error& error);
     void startProgram() const;
 
     BusLoop& _loop;
+    Dispatch& _dispatch;
     DispatchQueuePtr _main;
     std::string _busName;
     std::optional<std::filesystem::path> _homeFolder;
     std::shared_ptr<bool> _isHere = std::make_shared<bool>(true);
     std::unique_ptr<sdbus::IProxy> _application;
-    std::deque<AlertActivation> _waiting;  // for the program that was started
+    // For the program that was started, since that uptime.
+    std::deque<std::pair<AlertActivation, std::chrono::microseconds>> _waiting;
 };
 
 }  // namespace zun

@@ -26,7 +26,13 @@ int run(const std::optional<std::string>& folder) {
         zun::NSLog("The alert service runs already.");
         return 0;
     }
-    return zun::AlertProgram(home, folder, std::move(session)).run();
+    try {
+        return zun::AlertProgram(home, folder, std::move(session)).run();
+    } catch (const sdbus::Error&) {
+        // Its end can meet any call.
+        zun::NSLog("The session bus has gone.");
+        return 1;
+    }
 }
 
 }  // namespace

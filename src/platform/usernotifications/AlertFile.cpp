@@ -81,9 +81,10 @@ bool AlertFile::open(Access access) {
     if (std::filesystem::create_directories(_folder, ignored)) {
         std::filesystem::permissions(_folder, std::filesystem::perms::owner_all, ignored);
     }
+    constexpr std::chrono::milliseconds wait = alertTuning::lockWait;
     _database = std::make_unique<SQLite::Database>(_file.native(),
                                                    SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE | SQLite::OPEN_NOMUTEX,
-                                                   static_cast<int>(alertTuning::lockWait.count()));
+                                                   static_cast<int>(wait.count()));
     _inode = inodeOf(_file);
     _database->exec(fmt::format("PRAGMA cache_size = -{}", alertTuning::cacheSize));
     _database->exec("PRAGMA journal_mode = TRUNCATE");

@@ -36,10 +36,14 @@ BusLoop::BusLoop(std::unique_ptr<sdbus::IConnection> session, std::unique_ptr<sd
       _wake(eventfd(0, EFD_CLOEXEC)) {}
 
 BusLoop::~BusLoop() {
+    stop();
+    close(_wake);
+}
+
+void BusLoop::stop() {
     _ends = true;
     wake();
     if (_thread.joinable()) _thread.join();
-    close(_wake);
 }
 
 void BusLoop::start() {
@@ -50,11 +54,30 @@ void BusLoop::wake() {
     eventfd_write(_wake, 1);
 }
 
+void BusLoop::post(std::function<void()> block) {
+    {
+        const std::lock_guard lock(_mutex);
+        _blocks.push_back(std::move(block));
+    }
+    wake();
+}
+
+void BusLoop::runBlocks() {
+    std::vector<std::function<void()>> blocks;
+    {
+        const std::lock_guard lock(_mutex);
+        blocks.swap(_blocks);
+    }
+    for (const auto& block : blocks)
+        block();
+}
+
 void BusLoop::serve() {
     bool hasSystem = _system != nullptr;
     while (!_ends) {
         std::vector<pollfd> waiting{{_wake, POLLIN, 0}};
         int timeout = -1;
+        runBlocks();
         if (!process(*_session, waiting, timeout)) return _lost();
         if (hasSystem) hasSystem = process(*_system, waiting, timeout);
         if (poll(waiting.data(), waiting.size(), timeout) < 0 && errno != EINTR) return _lost();

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -25,10 +26,15 @@ class BusLoop {
     [[nodiscard]] sdbus::IConnection* system() { return _system.get(); }
     // Once all that listens from the start is set up.
     void start();
-    // After a call was sent from another thread, so that its timeout is looked after.
-    void wake();
+    // Whoever uses the connections in blocks or is called by them may go after this.
+    void stop();
+    // Runs the block on the loop's thread. Once it has started, the connections are used there only: the library's
+    // calls with answers must not cross threads.
+    void post(std::function<void()> block);
 
   private:
+    void wake();
+    void runBlocks();
     void serve();
 
     std::unique_ptr<sdbus::IConnection> _session;
@@ -36,6 +42,8 @@ class BusLoop {
     std::function<void()> _lost;
     int _wake = -1;  // an eventfd
     std::atomic<bool> _ends = false;
+    std::mutex _mutex;
+    std::vector<std::function<void()>> _blocks;
     std::thread _thread;
 };
 

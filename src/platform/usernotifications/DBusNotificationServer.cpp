@@ -1,5 +1,7 @@
 #include "platform/usernotifications/DBusNotificationServer.h"
 
+#include <unicode/utf8.h>
+
 #include <map>
 #include <vector>
 
@@ -14,6 +16,23 @@ constexpr const char* busName = "org.freedesktop.DBus";
 constexpr const char* busPath = "/org/freedesktop/DBus";
 
 using Hints = std::map<std::string, sdbus::Variant>;
+
+// The bus takes whole characters only, and of those none that mean nothing.
+std::string sendable(const std::string& text) {
+    std::string out;
+    const auto length = static_cast<std::int64_t>(text.size());
+    for (std::int64_t at = 0; at < length;) {
+        const auto start = static_cast<std::size_t>(at);
+        UChar32 character = 0;
+        U8_NEXT(text.data(), at, length, character);
+        if (character <= 0 || U_IS_UNICODE_NONCHAR(character)) {
+            out += "\uFFFD";
+        } else {
+            out.append(text, start, static_cast<std::size_t>(at) - start);
+        }
+    }
+    return out;
+}
 
 std::string escaped(const std::string& text) {
     std::string out;
@@ -33,6 +52,17 @@ std::string escaped(const std::string& text) {
         }
     }
     return out;
+}
+
+// A server may send anything. What is not what the protocol says is passed over.
+template <typename... Values>
+bool readFrom(sdbus::Message& message, Values&... values) {
+    try {
+        (message >> ... >> values);
+        return true;
+    } catch (const sdbus::Error&) {
+        return false;
+    }
 }
 
 }  // namespace
@@ -72,27 +102,29 @@ void DBusNotificationServer::listen() {
             onMain([this, now] { ownerChanged(now); });
         },
         sdbus::floating_slot);
-    _server->uponSignal("ActivationToken")
-        .onInterface(name)
-        .call([this](std::uint32_t identifier, const std::string& token) {
-            onMain([this, identifier, token] { _activationToken = {identifier, token}; });
+    _server->registerSignalHandler(name, "ActivationToken", [this](sdbus::Signal& signal) {
+        std::uint32_t identifier = 0;
+        std::string token;
+        if (!readFrom(signal, identifier, token)) return;
+        onMain([this, identifier, token] { _activationToken = {identifier, token}; });
+    });
+    _server->registerSignalHandler(name, "ActionInvoked", [this](sdbus::Signal& signal) {
+        std::uint32_t identifier = 0;
+        std::string action;
+        if (!readFrom(signal, identifier, action)) return;
+        onMain([this, identifier, action] {
+            const auto token = _activationToken.first == identifier ? _activationToken.second : "";
+            if (_events.actionInvoked) _events.actionInvoked(identifier, action, token);
         });
-    _server->uponSignal("ActionInvoked")
-        .onInterface(name)
-        .call([this](std::uint32_t identifier, const std::string& action) {
-            onMain([this, identifier, action] {
-                const auto token = _activationToken.first == identifier ? _activationToken.second : "";
-                if (_events.actionInvoked) _events.actionInvoked(identifier, action, token);
-            });
+    });
+    _server->registerSignalHandler(name, "NotificationClosed", [this](sdbus::Signal& signal) {
+        std::uint32_t identifier = 0, reason = 0;
+        if (!readFrom(signal, identifier, reason)) return;
+        onMain([this, identifier, reason] {
+            const auto known = reason >= 1 && reason <= 3 ? CloseReason(reason) : CloseReason::Undefined;
+            if (_events.closed) _events.closed(identifier, known);
         });
-    _server->uponSignal("NotificationClosed")
-        .onInterface(name)
-        .call([this](std::uint32_t identifier, std::uint32_t reason) {
-            onMain([this, identifier, reason] {
-                const auto known = reason >= 1 && reason <= 3 ? CloseReason(reason) : CloseReason::Undefined;
-                if (_events.closed) _events.closed(identifier, known);
-            });
-        });
+    });
     _server->finishRegistration();
 }
 
@@ -111,34 +143,46 @@ void DBusNotificationServer::ownerChanged(const std::string& owner) {
     if (!owner.empty() && _events.appeared) _events.appeared();
 }
 
+// The answer comes on the loop's thread; null if there is none.
+void DBusNotificationServer::call(const char* method, std::function<void(sdbus::MethodCall&)> addArguments,
+                                  std::function<void(sdbus::MethodReply*)> answer) {
+    _loop.post([this, method, addArguments = std::move(addArguments), answer = std::move(answer)] {
+        try {
+            auto message = _server->createMethodCall(name, method);
+            if (addArguments) addArguments(message);
+            _server->callMethod(
+                message,
+                [answer](sdbus::MethodReply& reply, const sdbus::Error* error) { answer(error ? nullptr : &reply); },
+                alertTuning::serverPatience);
+        } catch (const sdbus::Error&) {
+            answer(nullptr);
+        }
+    });
+}
+
 // ---- what the server can do
 
 void DBusNotificationServer::askAbilities() {
     _isAsking = true;
-    _server->callMethodAsync("GetServerInformation")
-        .onInterface(name)
-        .withTimeout(alertTuning::serverPatience)
-        .uponReplyInvoke([this](const sdbus::Error*, const std::string& serverName, const std::string&,
-                                const std::string&, const std::string&) {
-            // Asked one after the other, so that the second answer finds the first.
-            onMain([this, serverName] {
-                _server->callMethodAsync("GetCapabilities")
-                    .onInterface(name)
-                    .withTimeout(alertTuning::serverPatience)
-                    .uponReplyInvoke([this, serverName](const sdbus::Error* error,
-                                                        const std::vector<std::string>& capabilities) {
-                        const bool isThere = error == nullptr;
-                        onMain([this, isThere, serverName, known = std::set(capabilities.begin(), capabilities.end())] {
-                            _isAsking = false;
-                            if (isThere) return abilitiesAre(known, serverName);
-                            for (const auto& [notification, answer] : std::exchange(_waiting, {}))
-                                answer(std::nullopt);
-                        });
-                    });
-                _loop.wake();
-            });
+    // Asked one after the other, so that the second answer finds the first.
+    call("GetServerInformation", {}, [this](sdbus::MethodReply* reply) {
+        std::string serverName;
+        if (reply) readFrom(*reply, serverName);
+        onMain([this, serverName] { askCapabilities(serverName); });
+    });
+}
+
+void DBusNotificationServer::askCapabilities(const std::string& serverName) {
+    call("GetCapabilities", {}, [this, serverName](sdbus::MethodReply* reply) {
+        std::vector<std::string> capabilities;
+        const bool isThere = reply && readFrom(*reply, capabilities);
+        onMain([this, isThere, serverName, known = std::set(capabilities.begin(), capabilities.end())] {
+            _isAsking = false;
+            if (isThere) return abilitiesAre(known, serverName);
+            for (const auto& [notification, answer] : std::exchange(_waiting, {}))
+                answer(std::nullopt);
         });
-    _loop.wake();
+    });
 }
 
 void DBusNotificationServer::abilitiesAre(const std::set<std::string>& capabilities, const std::string& serverName) {
@@ -161,51 +205,46 @@ void DBusNotificationServer::show(const ScreenNotification& notification, Answer
 void DBusNotificationServer::send(const ScreenNotification& notification, const Answer& answer) {
     std::vector<std::string> actions;
     if (_abilities->actions) {
-        actions = {defaultAction, notification.openLabel};
-        if (!_abilities->opensOnClick) actions.insert(actions.end(), {"open", notification.openLabel});
-        if (!notification.actionLabel.empty()) actions.insert(actions.end(), {buttonAction, notification.actionLabel});
+        actions = {defaultAction, sendable(notification.openLabel)};
+        if (!_abilities->opensOnClick) actions.insert(actions.end(), {"open", sendable(notification.openLabel)});
+        if (!notification.actionLabel.empty())
+            actions.insert(actions.end(), {buttonAction, sendable(notification.actionLabel)});
     }
     constexpr std::uint8_t normalUrgency = 1;
     constexpr std::int32_t untilAnswered = 0;
     Hints hints{{"desktop-entry", sdbus::Variant(_sender.desktopEntry)},
                 {"category", sdbus::Variant(std::string("x-zun.reminder"))},
                 {"urgency", sdbus::Variant(normalUrgency)},
-                {"x-dunst-stack-tag", sdbus::Variant(notification.tag)}};
+                {"x-dunst-stack-tag", sdbus::Variant(sendable(notification.tag))}};
     if (notification.hasSound) {
         hints.emplace("sound-name", sdbus::Variant(std::string("message-new-instant")));
     } else {
         hints.emplace("suppress-sound", sdbus::Variant(true));
     }
-    auto call = _server->createMethodCall(name, "Notify");
-    call << _sender.applicationName << notification.replacesIdentifier << _sender.desktopEntry << notification.title
-         << (_abilities->bodyMarkup ? escaped(notification.body) : notification.body) << actions << hints
-         << untilAnswered;
-    const auto replied = [this, answer](sdbus::MethodReply& reply, const sdbus::Error* error) {
-        if (error) return onMain([answer] { answer(std::nullopt); });
+    const auto body = sendable(notification.body);
+    const auto addArguments = [=, sender = _sender, title = sendable(notification.title),
+                               text = _abilities->bodyMarkup ? escaped(body) : body,
+                               replaces = notification.replacesIdentifier](sdbus::MethodCall& message) {
+        message << sender.applicationName << replaces << sender.desktopEntry << title << text << actions << hints
+                << untilAnswered;
+    };
+    call("Notify", addArguments, [this, answer](sdbus::MethodReply* reply) {
         std::uint32_t identifier = 0;
-        reply >> identifier;
-        onMain([this, answer, identifier, owner = reply.getSender()] {
+        if (!reply || !readFrom(*reply, identifier)) return onMain([answer] { answer(std::nullopt); });
+        onMain([this, answer, identifier, owner = reply->getSender()] {
             answer(Shown{identifier, _busIdentifier + "/" + owner});
             // The answer may overtake the word that the bus has started the server.
             if (_owner.empty()) ownerChanged(owner);
         });
-    };
-    try {
-        _server->callMethod(call, replied, alertTuning::serverPatience);
-    } catch (const sdbus::Error&) {
-        onMain([answer] { answer(std::nullopt); });
-    }
-    _loop.wake();
+    });
 }
 
 void DBusNotificationServer::close(std::uint32_t identifier) {
-    _server->callMethodAsync("CloseNotification")
-        .onInterface(name)
-        .withArguments(identifier)
-        .uponReplyInvoke([](const sdbus::Error*) {
+    call(
+        "CloseNotification", [identifier](sdbus::MethodCall& message) { message << identifier; },
+        [](sdbus::MethodReply*) {
             // A server that does not know it any more is content as well.
         });
-    _loop.wake();
 }
 
 }  // namespace zun

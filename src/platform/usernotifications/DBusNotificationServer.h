@@ -20,7 +20,8 @@ class DBusNotificationServer final : public NotificationServer {
         std::string desktopEntry;     // the application's identifier, by which servers find its icon and settings
     };
 
-    // Asks the bus who the server is, which blocks for one round trip. The loop must not have been started.
+    // Asks the bus who the server is, which blocks for one round trip. The loop must not have been started, and has to
+    // be stopped before this goes.
     DBusNotificationServer(BusLoop& loop, Dispatch& dispatch, Sender sender);
     ~DBusNotificationServer() override;
 
@@ -39,7 +40,10 @@ class DBusNotificationServer final : public NotificationServer {
 
     void listen();
     void ownerChanged(const std::string& owner);
+    void call(const char* method, std::function<void(sdbus::MethodCall&)> addArguments,
+              std::function<void(sdbus::MethodReply*)> answer);
     void askAbilities();
+    void askCapabilities(const std::string& serverName);
     void abilitiesAre(const std::set<std::string>& capabilities, const std::string& name);
     void send(const ScreenNotification& notification, const Answer& answer);
     // Runs the block on the main queue unless this has gone.
