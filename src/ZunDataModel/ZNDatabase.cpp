@@ -320,8 +320,11 @@ std::unordered_set<std::string> ZNDatabase::reminderIDsWithTitleContaining(std::
     return _implementation->read([&](StoreConnection& connection) { return identifiersByTitle(connection, text); });
 }
 
-std::optional<std::vector<std::string>> ZNDatabase::allReminderIDs() const {
-    return _implementation->read([](StoreConnection& connection) { return std::optional(allIdentifiers(connection)); });
+bool ZNDatabase::forEachReminderID(const std::function<void(const std::string&)>& visit) const {
+    return _implementation->read([&](StoreConnection& connection) {
+        forEachIdentifier(connection, visit);
+        return true;
+    });
 }
 
 void ZNDatabase::deDupReminderWithID(const std::string& reminderID) {

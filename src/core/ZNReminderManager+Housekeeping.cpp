@@ -1,8 +1,8 @@
 #include <algorithm>
 #include <chrono>
+#include <optional>
 #include <string>
-#include <string_view>
-#include <unordered_set>
+#include <vector>
 
 #include "core/ZNReminderManager.h"
 
@@ -15,16 +15,17 @@ constexpr std::chrono::hours completedRemindersKept{30 * 24};
 }  // namespace
 
 std::size_t ZNReminderManager::deDupeDatabase() {
-    const auto stored = _with.database.allReminderIDs();
-    if (!stored) return 0;
-    std::size_t found = 0;
-    std::unordered_set<std::string_view> seen;
-    for (const auto& reminderID : *stored) {
-        if (seen.insert(reminderID).second) continue;
+    // In their order, so that doubles stand side by side: a hundred thousand identifiers need not be kept for it.
+    std::vector<std::string> doubles;
+    std::optional<std::string> previous;
+    const bool isRead = _with.database.forEachReminderID([&](const std::string& reminderID) {
+        if (previous == reminderID) doubles.push_back(reminderID);
+        previous = reminderID;
+    });
+    if (!isRead) return 0;
+    for (const auto& reminderID : doubles)
         _writes->database().deDupReminderWithID(reminderID);
-        ++found;
-    }
-    return found;
+    return doubles.size();
 }
 
 std::optional<std::size_t> ZNReminderManager::removeCompletedRemindersIfEnabled() {
@@ -47,12 +48,11 @@ std::optional<std::size_t> ZNReminderManager::removeCompletedRemindersIfEnabled(
 std::size_t ZNReminderManager::removeStaleLocalNotifications() {
     // In this order: whoever schedules has stored the reminder before.
     auto stale = _with.userNotifications.scheduledReminderIDs();
-    const auto stored = _with.database.allReminderIDs();
-    // A store that cannot be read is no reason to let its alerts go.
-    if (!stored) return 0;
-    for (const auto& reminderID : *stored)
-        stale.erase(reminderID);
     if (stale.empty()) return 0;
+    const bool isRead =
+        _with.database.forEachReminderID([&](const std::string& reminderID) { stale.erase(reminderID); });
+    // A store that cannot be read is no reason to let its alerts go.
+    if (!isRead || stale.empty()) return 0;
     // Reading between the removals would make each of them durable by itself.
     const auto removed = std::ranges::count_if(
         _with.userNotifications.scheduledNotifications(),

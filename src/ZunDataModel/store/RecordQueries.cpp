@@ -102,12 +102,10 @@ ReminderPtr fetchRecord(StoreConnection& connection, std::string_view reminderID
     return query->step() ? std::make_shared<ZNReminderObject>(readRecord(*query)) : nullptr;
 }
 
-std::vector<std::string> allIdentifiers(StoreConnection& connection) {
-    std::vector<std::string> identifiers;
-    const StatementUse query(connection.statement("SELECT reminderID FROM reminders"));
+void forEachIdentifier(StoreConnection& connection, const std::function<void(const std::string&)>& visit) {
+    const StatementUse query(connection.statement("SELECT reminderID FROM reminders ORDER BY reminderID"));
     while (query->step())
-        identifiers.push_back(query->text(0));
-    return identifiers;
+        visit(query->text(0));
 }
 
 void requireColumns(StoreConnection& connection) {

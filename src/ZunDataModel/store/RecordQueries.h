@@ -3,6 +3,7 @@
 // Reading records through one connection. Throws SQLite::Exception for what the file does, StoreFailure for a query
 // that names attributes which no record has.
 
+#include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -24,7 +25,7 @@ namespace zun {
 // Null if there is none.
 [[nodiscard]] ReminderPtr fetchRecord(StoreConnection& connection, std::string_view reminderID);
 // Of all records, in no order.
-[[nodiscard]] std::vector<std::string> allIdentifiers(StoreConnection& connection);
+void forEachIdentifier(StoreConnection& connection, const std::function<void(const std::string&)>& visit);
 // Throws if the schema does not name all columns of a record. SQLite's check of a file does not read names.
 void requireColumns(StoreConnection& connection);
 [[nodiscard]] std::unordered_set<std::string> identifiersByTitle(StoreConnection& connection,
