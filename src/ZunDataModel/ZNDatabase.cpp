@@ -320,9 +320,10 @@ std::unordered_set<std::string> ZNDatabase::reminderIDsWithTitleContaining(std::
     return _implementation->read([&](StoreConnection& connection) { return identifiersByTitle(connection, text); });
 }
 
-bool ZNDatabase::forEachReminderID(const std::function<void(const std::string&)>& visit) const {
+bool ZNDatabase::forEachReminderID(const std::optional<std::string>& first, const std::optional<std::string>& last,
+                                   const std::function<void(const std::string&)>& visit) const {
     return _implementation->read([&](StoreConnection& connection) {
-        forEachIdentifier(connection, visit);
+        forEachIdentifier(connection, first, last, visit);
         return true;
     });
 }

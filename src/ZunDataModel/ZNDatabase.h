@@ -86,9 +86,12 @@ class ZNDatabase {
     // Of all records whose title contains the text, blind to case, accents, width and kana. For search: does not read
     // the records.
     [[nodiscard]] std::unordered_set<std::string> reminderIDsWithTitleContaining(std::string_view text) const;
-    // Visits the identifiers of all records, marked ones included, in their order; that of a doubled record as often as
-    // it is stored. False if they could not all be read. Does not read the records. The visitor must not use the store.
-    [[nodiscard]] bool forEachReminderID(const std::function<void(const std::string&)>& visit) const;
+    // Visits the identifiers of all records from `first` to `last` (both included; absent for no bound), marked ones
+    // too, in the order of their bytes; that of a doubled record as often as it is stored. False if they could not all
+    // be read. Does not read the records. The visitor must not use the store.
+    [[nodiscard]] bool forEachReminderID(const std::optional<std::string>& first,
+                                         const std::optional<std::string>& last,
+                                         const std::function<void(const std::string&)>& visit) const;
     // Leaves the record with the newest `modified_date`.
     void deDupReminderWithID(const std::string& reminderID);
     // Deletes everything, after a dated backup.

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <chrono>
 #include <optional>
 #include <string>
@@ -11,6 +10,8 @@ namespace {
 
 // 30 days of 24 hours, whatever the calendar does meanwhile.
 constexpr std::chrono::hours completedRemindersKept{30 * 24};
+// Reminders with alerts that are looked at together: more need more memory, fewer more queries.
+constexpr std::size_t stalePage = 1'000;
 
 }  // namespace
 
@@ -18,10 +19,11 @@ std::size_t ZNReminderManager::deDupeDatabase() {
     // In their order, so that doubles stand side by side: a hundred thousand identifiers need not be kept for it.
     std::vector<std::string> doubles;
     std::optional<std::string> previous;
-    const bool isRead = _with.database.forEachReminderID([&](const std::string& reminderID) {
-        if (previous == reminderID) doubles.push_back(reminderID);
-        previous = reminderID;
-    });
+    const bool isRead =
+        _with.database.forEachReminderID(std::nullopt, std::nullopt, [&](const std::string& reminderID) {
+            if (previous == reminderID) doubles.push_back(reminderID);
+            previous = reminderID;
+        });
     if (!isRead) return 0;
     for (const auto& reminderID : doubles)
         _writes->database().deDupReminderWithID(reminderID);
@@ -46,20 +48,29 @@ std::optional<std::size_t> ZNReminderManager::removeCompletedRemindersIfEnabled(
 }
 
 std::size_t ZNReminderManager::removeStaleLocalNotifications() {
-    // In this order: whoever schedules has stored the reminder before.
-    auto stale = _with.userNotifications.scheduledReminderIDs();
-    if (stale.empty()) return 0;
-    const bool isRead =
-        _with.database.forEachReminderID([&](const std::string& reminderID) { stale.erase(reminderID); });
-    // A store that cannot be read is no reason to let its alerts go.
-    if (!isRead || stale.empty()) return 0;
-    // Reading between the removals would make each of them durable by itself.
-    const auto removed = std::ranges::count_if(
-        _with.userNotifications.scheduledNotifications(),
-        [&](const NSUserNotification& each) { return stale.contains(each.reminderID().value_or("")); });
-    for (const auto& reminderID : stale)
+    // Both lists are walked in the same order, a page of alerts at a time. The alerts come first: whoever schedules has
+    // stored the reminder before.
+    using Page = std::vector<NSUserNotificationCenter::ScheduledReminder>;
+    Page stale;
+    for (Page page = _with.userNotifications.scheduledReminders(std::nullopt, stalePage); !page.empty();
+         page = _with.userNotifications.scheduledReminders(page.back().reminderID, stalePage)) {
+        auto next = page.begin();
+        const bool isRead = _with.database.forEachReminderID(
+            page.front().reminderID, page.back().reminderID, [&](const std::string& reminderID) {
+                for (; next != page.end() && next->reminderID < reminderID; ++next)
+                    stale.push_back(*next);
+                if (next != page.end() && next->reminderID == reminderID) ++next;
+            });
+        // A store that cannot be read is no reason to let its alerts go.
+        if (!isRead) return 0;
+        stale.insert(stale.end(), next, page.end());
+    }
+    std::size_t removed = 0;
+    for (const auto& [reminderID, alerts] : stale) {
         _with.userNotifications.removeScheduledNotificationsForReminderID(reminderID);
-    return static_cast<std::size_t>(removed);
+        removed += alerts;
+    }
+    return removed;
 }
 
 void ZNReminderManager::clearCoreData() {

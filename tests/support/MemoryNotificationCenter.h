@@ -1,6 +1,7 @@
 #pragma once
 
 #include <algorithm>
+#include <map>
 #include <mutex>
 #include <set>
 #include <string>
@@ -26,10 +27,15 @@ class MemoryNotificationCenter final : public NSUserNotificationCenter {
         std::erase_if(all, [&](const auto& each) { return each.reminderID().value_or("") != reminderID; });
         return all;
     }
-    std::unordered_set<std::string> scheduledReminderIDs() const override {
-        std::unordered_set<std::string> all;
+    std::vector<ScheduledReminder> scheduledReminders(const std::optional<std::string>& after,
+                                                      std::size_t most) const override {
+        std::map<std::string, std::size_t> alerts;
         for (const auto& each : scheduledNotifications())
-            all.insert(each.reminderID().value_or(""));
+            ++alerts[each.reminderID().value_or("")];
+        std::vector<ScheduledReminder> all;
+        for (auto next = after ? alerts.upper_bound(*after) : alerts.begin(); next != alerts.end(); ++next) {
+            if (all.size() < most) all.push_back({next->first, next->second});
+        }
         return all;
     }
     void scheduleNotification(const NSUserNotification& notification) override {

@@ -38,7 +38,7 @@ class DamagedAlerts : public testing::Test {
     void use(AlertDevice& device) const {
         device.service.check();
         static_cast<void>(device.center.deliveredNotifications());
-        static_cast<void>(device.center.scheduledReminderIDs());
+        static_cast<void>(device.center.scheduledReminders(std::nullopt, 10));
         static_cast<void>(device.service.nextDueDate());
         device.deliver(at(100min));
         static_cast<void>(device.service.standing());

@@ -59,7 +59,11 @@ TYPED_TEST(NotificationCenter, ListsWhatIsScheduledByItsDateAsOftenAsItWasSchedu
     EXPECT_THAT(lines(center.scheduledNotificationsForReminderID("a")), ElementsAre("a 10:00", "a 10:00"));
     EXPECT_THAT(lines(center.scheduledNotificationsForReminderID("")), ElementsAre("nobody 12:00"));
     EXPECT_THAT(center.scheduledNotificationsForReminderID("c"), IsEmpty());
-    EXPECT_THAT(center.scheduledReminderIDs(), UnorderedElementsAre("a", "b", ""));
+    using Scheduled = NSUserNotificationCenter::ScheduledReminder;
+    EXPECT_THAT(center.scheduledReminders(std::nullopt, 10),
+                ElementsAre(Scheduled{"", 1}, Scheduled{"a", 2}, Scheduled{"b", 1}));
+    EXPECT_THAT(center.scheduledReminders("", 1), ElementsAre(Scheduled{"a", 2}));
+    EXPECT_THAT(center.scheduledReminders("b", 10), IsEmpty());
 
     std::set<std::int64_t> identifiers;
     for (const auto& one : center.scheduledNotifications())

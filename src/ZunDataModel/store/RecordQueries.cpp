@@ -102,8 +102,17 @@ ReminderPtr fetchRecord(StoreConnection& connection, std::string_view reminderID
     return query->step() ? std::make_shared<ZNReminderObject>(readRecord(*query)) : nullptr;
 }
 
-void forEachIdentifier(StoreConnection& connection, const std::function<void(const std::string&)>& visit) {
-    const StatementUse query(connection.statement("SELECT reminderID FROM reminders ORDER BY reminderID"));
+void forEachIdentifier(StoreConnection& connection, const std::optional<std::string>& first,
+                       const std::optional<std::string>& last, const std::function<void(const std::string&)>& visit) {
+    // No identifier is before the empty text, and none that is text is behind an empty blob.
+    const StatementUse query(connection.statement(
+        "SELECT reminderID FROM reminders WHERE reminderID >= ?1 AND reminderID <= ?2 ORDER BY reminderID"));
+    query->bind(1, first ? std::string_view(*first) : std::string_view(""));
+    if (last) {
+        query->bind(2, std::string_view(*last));
+    } else {
+        query->bind(2, Bytes());
+    }
     while (query->step())
         visit(query->text(0));
 }

@@ -24,8 +24,9 @@ namespace zun {
                                         std::string_view attribute);
 // Null if there is none.
 [[nodiscard]] ReminderPtr fetchRecord(StoreConnection& connection, std::string_view reminderID);
-// Of all records, in no order.
-void forEachIdentifier(StoreConnection& connection, const std::function<void(const std::string&)>& visit);
+// Of all records between the two, both included, in their order.
+void forEachIdentifier(StoreConnection& connection, const std::optional<std::string>& first,
+                       const std::optional<std::string>& last, const std::function<void(const std::string&)>& visit);
 // Throws if the schema does not name all columns of a record. SQLite's check of a file does not read names.
 void requireColumns(StoreConnection& connection);
 [[nodiscard]] std::unordered_set<std::string> identifiersByTitle(StoreConnection& connection,

@@ -98,14 +98,18 @@ std::vector<NSUserNotification> AlertStore::scheduledForReminder(const std::stri
     return all;
 }
 
-std::unordered_set<std::string> AlertStore::scheduledReminderIDs() {
-    std::unordered_set<std::string> all;
+void AlertStore::visitScheduledReminders(const std::optional<std::string>& after, std::size_t most,
+                                         const std::function<void(std::string reminderID, std::size_t alerts)>& visit) {
     read([&] {
-        AlertQuery query(_file, "SELECT DISTINCT reminderID FROM scheduled");
+        AlertQuery query(_file, after ? "SELECT reminderID, count(*) FROM scheduled WHERE reminderID > ?2 GROUP BY "
+                                        "reminderID ORDER BY reminderID LIMIT ?1"
+                                      : "SELECT reminderID, count(*) FROM scheduled GROUP BY reminderID ORDER BY "
+                                        "reminderID LIMIT ?1");
+        query.with(1, static_cast<std::int64_t>(most));
+        if (after) query.with(2, *after);
         while (query.next())
-            all.insert(query.text(0));
+            visit(query.text(0), static_cast<std::size_t>(query.integer(1)));
     });
-    return all;
 }
 
 std::vector<NSUserNotification> AlertStore::delivered() {

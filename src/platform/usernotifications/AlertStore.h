@@ -9,10 +9,10 @@
 // line, if the file cannot be used.
 
 #include <cstdint>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
-#include <unordered_set>
 #include <variant>
 #include <vector>
 
@@ -61,7 +61,9 @@ class AlertStore {
 
     [[nodiscard]] std::vector<NSUserNotification> scheduled();
     [[nodiscard]] std::vector<NSUserNotification> scheduledForReminder(const std::string& reminderID);
-    [[nodiscard]] std::unordered_set<std::string> scheduledReminderIDs();
+    // Reminders with the number of their scheduled alerts, in the order of the identifiers' bytes, behind `after`.
+    void visitScheduledReminders(const std::optional<std::string>& after, std::size_t most,
+                                 const std::function<void(std::string reminderID, std::size_t alerts)>& visit);
     [[nodiscard]] std::vector<NSUserNotification> delivered();
     // Those that came after the one with this number, and the number of the last.
     [[nodiscard]] std::vector<NSUserNotification> deliveredAfter(std::int64_t& sequence);

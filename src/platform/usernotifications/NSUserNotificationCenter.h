@@ -8,8 +8,9 @@
 // other programs, some milliseconds later or after synchronize(). Reads block for a query. A list that cannot be read
 // or written is told to the log and reads as empty.
 
+#include <cstddef>
+#include <optional>
 #include <string>
-#include <unordered_set>
 #include <vector>
 
 #include "platform/usernotifications/NSUserNotification.h"
@@ -34,8 +35,15 @@ class NSUserNotificationCenter {
     [[nodiscard]] virtual std::vector<NSUserNotification> scheduledNotifications() const = 0;
     [[nodiscard]] virtual std::vector<NSUserNotification> scheduledNotificationsForReminderID(
         const std::string& reminderID) const = 0;
-    // Of the scheduled ones, each once. "" stands for alerts that belong to no reminder.
-    [[nodiscard]] virtual std::unordered_set<std::string> scheduledReminderIDs() const = 0;
+    // A reminder with its number of scheduled alerts; "" stands for alerts that belong to none.
+    struct ScheduledReminder {
+        std::string reminderID;
+        std::size_t alerts = 0;
+        bool operator==(const ScheduledReminder&) const = default;
+    };
+    // In the order of the identifiers' bytes, those behind `after` (from the start without), at most `most`.
+    [[nodiscard]] virtual std::vector<ScheduledReminder> scheduledReminders(const std::optional<std::string>& after,
+                                                                            std::size_t most) const = 0;
     virtual void scheduleNotification(const NSUserNotification& notification) = 0;
     virtual void removeScheduledNotification(const NSUserNotification& notification) = 0;
     // What walking the scheduled ones and removing each of this reminder would do, without the walk.

@@ -110,8 +110,13 @@ std::vector<NSUserNotification> StoredNotificationCenter::scheduledNotifications
     return current().scheduledForReminder(reminderID);
 }
 
-std::unordered_set<std::string> StoredNotificationCenter::scheduledReminderIDs() const {
-    return current().scheduledReminderIDs();
+std::vector<NSUserNotificationCenter::ScheduledReminder> StoredNotificationCenter::scheduledReminders(
+    const std::optional<std::string>& after, std::size_t most) const {
+    std::vector<ScheduledReminder> all;
+    current().visitScheduledReminders(after, most, [&](std::string reminderID, std::size_t alerts) {
+        all.push_back({std::move(reminderID), alerts});
+    });
+    return all;
 }
 
 std::vector<NSUserNotification> StoredNotificationCenter::deliveredNotifications() const {

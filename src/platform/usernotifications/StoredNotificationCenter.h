@@ -34,7 +34,8 @@ class StoredNotificationCenter final : public NSUserNotificationCenter {
     [[nodiscard]] std::vector<NSUserNotification> scheduledNotifications() const override;
     [[nodiscard]] std::vector<NSUserNotification> scheduledNotificationsForReminderID(
         const std::string& reminderID) const override;
-    [[nodiscard]] std::unordered_set<std::string> scheduledReminderIDs() const override;
+    [[nodiscard]] std::vector<ScheduledReminder> scheduledReminders(const std::optional<std::string>& after,
+                                                                    std::size_t most) const override;
     void scheduleNotification(const NSUserNotification& notification) override;
     void removeScheduledNotification(const NSUserNotification& notification) override;
     void removeScheduledNotificationsForReminderID(const std::string& reminderID) override;
