@@ -216,7 +216,9 @@ TEST(AlertProgram, StartsTheApplicationForAnAnswer) {
                                          << started.native() << ".new' '" << started.native() << "'\n";
     std::filesystem::permissions(folder.path() / "zun", std::filesystem::perms::owner_all);
     std::promise<void> isStarted;
-    const FileWatcher watcher({{folder.path(), "started", [&] { isStarted.set_value(); }}});
+    const FileWatcher watcher({{folder.path(), "started", [&, isTold = false]() mutable {
+                                    if (!std::exchange(isTold, true)) isStarted.set_value();
+                                }}});
     server.invoke(calls[1].identifier, "default");
     ASSERT_EQ(isStarted.get_future().wait_for(patience), std::future_status::ready);
     std::string words;
