@@ -99,7 +99,8 @@ void AlertProgram::look(const std::vector<std::string>* series) {
             look.lookAtReminders();
         }
     }
-    malloc_trim(0);
+    // After the news that came meanwhile, which lie scattered over what the look has used.
+    _dispatch.main()->async([] { malloc_trim(0); });
 }
 
 int AlertProgram::run() {
