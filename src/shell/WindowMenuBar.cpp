@@ -3,7 +3,6 @@
 #include <QKeyEvent>
 #include <QPaintEvent>
 #include <QPainter>
-#include <QProxyStyle>
 #include <QStyle>
 #include <QStyleOptionMenuItem>
 
@@ -14,27 +13,12 @@ namespace zun {
 namespace {
 
 constexpr double radius = 4;
-constexpr int sideMargin = 4;
-constexpr int edgeMargin = 3;
 constexpr double openVeil = 0.16;  // of white, under the word whose menu is open
-
-class RoomyStyle final : public QProxyStyle {
-  public:
-    RoomyStyle() : QProxyStyle(QStringLiteral("fusion")) {}
-    int pixelMetric(PixelMetric metric, const QStyleOption* option, const QWidget* widget) const override {
-        if (metric == PM_MenuBarHMargin) return sideMargin;
-        if (metric == PM_MenuBarVMargin) return edgeMargin;
-        return QProxyStyle::pixelMetric(metric, option, widget);
-    }
-};
 
 }  // namespace
 
 WindowMenuBar::WindowMenuBar(QWidget* parent) : QMenuBar(parent) {
     setFont(appFont(13));
-    auto* roomy = new RoomyStyle;
-    roomy->setParent(this);
-    setStyle(roomy);
     QPalette light = palette();
     // The arrow to what has no room is drawn by the style.
     for (const auto role : {QPalette::ButtonText, QPalette::WindowText, QPalette::Text})

@@ -13,6 +13,7 @@
 #include "toolkit/QtMainQueue.h"
 #include "toolkit/ZNFonts.h"
 #include "toolkit/ZNPalette.h"
+#include "toolkit/ZNStyle.h"
 
 namespace {
 
@@ -76,7 +77,7 @@ int runApplication(int argc, char** argv, const std::function<void(AppDelegate&)
     Preparations preparations;
     const auto activation = Activation::fromEnvironment();
     // Qt takes its own options out of the line first, so that they are no wrong usage of ours.
-    QApplication::setStyle("fusion");
+    QApplication::setStyle(new ZNStyle);
     QApplication::setDesktopFileName(applicationIdentifier);
     QApplication application(argc, argv);
     QApplication::setApplicationName("Zun");
@@ -101,13 +102,14 @@ int runApplication(int argc, char** argv, const std::function<void(AppDelegate&)
                           core.syncCache, tray, screens, [&core] { core.environment.refresh(); },
                           [] { QApplication::quit(); }});
     connectService(service, delegate);
-    QObject::connect(&delegate, &AppDelegate::firstPaintDone, &delegate,
-                     [&] { startAlertServiceIfNecessary(home.alertsBusName, arguments.home); });
+    QObject::connect(&delegate, &AppDelegate::firstPaintDone, &delegate, [&] {
+        core.userNotifications.setDelegate(&delegate);
+        startAlertServiceIfNecessary(home.alertsBusName, arguments.home);
+    });
 
     delegate.applicationWillFinishLaunching();
     delegate.applicationDidFinishLaunching(arguments.startsInBackground ? AppDelegate::Shows::Nothing
                                                                         : AppDelegate::Shows::Window);
-    core.userNotifications.setDelegate(&delegate);
     delegate.openLinks(arguments.urls, activation);
     if (started) started(delegate);
     const int status = QApplication::exec();
