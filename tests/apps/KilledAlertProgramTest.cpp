@@ -1,6 +1,7 @@
 #include <gmock/gmock.h>
 
 #include <algorithm>
+#include <csignal>
 #include <random>
 
 #include "apps/AlertPrograms.h"
@@ -30,7 +31,9 @@ TEST(KilledAlertProgram, LosesNoAlertAndShowsAtMostTheOneUnderWayAgain) {
         home.killService();
     }
     home.startService();
-    ASSERT_TRUE(home.waitForDelivered(alerts));
+    ASSERT_TRUE(home.waitForDelivered(alerts))
+        << testing::PrintToString(home.delivered()) << home.center.scheduledNotifications().size() << " are left, "
+        << server.callCount() << " calls, it said: " << (home.service().sendSignal(SIGTERM), home.service().end().err);
     auto delivered = home.delivered();
     std::ranges::sort(delivered);
     EXPECT_EQ(delivered, expected);

@@ -13,15 +13,23 @@ namespace zun {
 namespace {
 
 constexpr std::uint32_t fileEvents = IN_MODIFY | IN_CREATE | IN_MOVED_TO | IN_ATTRIB;
-constexpr std::uint32_t folderEvents = IN_DELETE_SELF | IN_MOVE_SELF;
+// Of the folder in its parent: its own end is told only when the last file in it has been closed, ours among them.
+constexpr std::uint32_t removalEvents = IN_DELETE | IN_MOVED_FROM;
 
 }  // namespace
 
 FileWatcher::FileWatcher(std::vector<Watched> files) : _files(std::move(files)) {
     _inotify = inotify_init1(IN_NONBLOCK | IN_CLOEXEC);
     _end = eventfd(0, EFD_CLOEXEC);
-    for (const auto& file : _files)
-        _descriptors.push_back(inotify_add_watch(_inotify, file.folder.c_str(), fileEvents | folderEvents));
+    for (auto& file : _files) {
+        const auto events = file.name.empty() ? removalEvents : fileEvents;
+        if (file.name.empty()) {
+            file.name = file.folder.filename();
+            file.folder = file.folder.parent_path();
+        }
+        _events.push_back(events);
+        _descriptors.push_back(inotify_add_watch(_inotify, file.folder.c_str(), events | IN_MASK_ADD));
+    }
     _thread = std::thread([this] { watch(); });
 }
 
@@ -49,12 +57,10 @@ void FileWatcher::readEvents() {
             const auto* const event = reinterpret_cast<const inotify_event*>(at);
             const std::string_view name = event->len > 0 ? event->name : "";
             for (std::size_t index = 0; index < _files.size(); ++index) {
-                // When events were dropped, any may have been among them.
-                const bool isDropped = (event->mask & IN_Q_OVERFLOW) != 0;
-                const bool isOurs =
-                    event->wd == _descriptors[index] &&
-                    (_files[index].name.empty() ? (event->mask & folderEvents) != 0
-                                                : (event->mask & fileEvents) != 0 && name == _files[index].name);
+                // When events were dropped, any change may have been among them; a removal is no guess.
+                const bool isDropped = (event->mask & IN_Q_OVERFLOW) != 0 && _events[index] == fileEvents;
+                const bool isOurs = event->wd == _descriptors[index] && (event->mask & _events[index]) != 0 &&
+                                    name == _files[index].name;
                 if (isDropped || isOurs) changed[index] = true;
             }
             at += sizeof(inotify_event) + event->len;

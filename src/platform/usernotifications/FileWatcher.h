@@ -3,6 +3,7 @@
 // Tells when a file changes, is replaced or appears, through inotify on its folder. Owns a thread from construction to
 // the end of destruction; it sleeps until there is something to tell. A folder that does not exist is not watched.
 
+#include <cstdint>
 #include <filesystem>
 #include <functional>
 #include <string>
@@ -29,7 +30,8 @@ class FileWatcher {
     void readEvents();
 
     std::vector<Watched> _files;
-    std::vector<int> _descriptors;  // of the folder of each, -1 if it is not watched
+    std::vector<std::uint32_t> _events;  // that each waits for
+    std::vector<int> _descriptors;       // of the folder of each, -1 if it is not watched
     int _inotify = -1;
     int _end = -1;  // an eventfd that becomes readable when the thread has to end
     std::thread _thread;
