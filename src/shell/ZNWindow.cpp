@@ -7,6 +7,7 @@
 #include <QScreen>
 #include <QSettings>
 #include <QWindow>
+#include <algorithm>
 
 namespace zun {
 namespace {
@@ -68,8 +69,14 @@ void ZNWindow::restorePlace() {
     const auto size = (saved.isValid() ? saved.size() : smallest).boundedTo(largest).expandedTo(smallest);
     centre(size);
     // A place on a screen that has gone would leave the window out of reach.
-    const bool isReachable = saved.isValid() && QGuiApplication::screenAt(saved.center()) != nullptr;
-    if (isReachable) setGeometry(QRect(saved.topLeft(), size));
+    if (const auto* screen = saved.isValid() ? QGuiApplication::screenAt(saved.center()) : nullptr) {
+        QRect place(saved.topLeft(), size);
+        // Screens have shrunk since, or are shown larger: beyond all of them nothing can be seen.
+        const QRect all = screen->virtualGeometry();
+        place.moveBottomRight({std::min(place.right(), all.right()), std::min(place.bottom(), all.bottom())});
+        place.moveTopLeft({std::max(place.left(), all.left()), std::max(place.top(), all.top())});
+        setGeometry(place);
+    }
     _settings.setWindowLayoutMode(layoutModeForWidth(width()));
 }
 

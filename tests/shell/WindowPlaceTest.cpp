@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <QScreen>
 #include <fstream>
 
 #include "shell/ShellWorld.h"
@@ -43,6 +44,10 @@ TEST(WindowPlace, IsRememberedWithinBoundsAndOnScreen) {
     };
     EXPECT_EQ(closedAt({30, 40, 700, 500}), QRect(30, 40, 700, 500));
     EXPECT_EQ(closedAt({0, 0, 2000, 1500}).size(), QSize(980, 720));
+    const QRect screen = QGuiApplication::primaryScreen()->geometry();
+    const auto beyond = closedAt({screen.right() - 250, screen.bottom() - 300, 400, 450});
+    EXPECT_EQ(beyond.bottomRight(), screen.bottomRight()) << "all of it can be seen";
+    EXPECT_EQ(beyond.size(), QSize(400, 450));
     const auto lost = closedAt({20'000, 20'000, 500, 500});
     EXPECT_EQ(lost.size(), QSize(500, 500));
     EXPECT_NE(lost.topLeft(), QPoint(20'000, 20'000)) << "the screen it stood on has gone";
