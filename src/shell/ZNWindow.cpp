@@ -66,7 +66,9 @@ void ZNWindow::placeContent() {
 void ZNWindow::restorePlace() {
     const QSettings file(QString::fromStdString(_placeFile.native()), QSettings::IniFormat);
     const auto saved = file.value(placeKey).toRect();
-    const auto size = (saved.isValid() ? saved.size() : smallest).boundedTo(largest).expandedTo(smallest);
+    // The first time, the cards have the stated room below the menu bar.
+    const QSize first = smallest + QSize(0, contentRect().top());
+    const auto size = (saved.isValid() ? saved.size() : first).boundedTo(largest).expandedTo(smallest);
     centre(size);
     // A place on a screen that has gone would leave the window out of reach.
     if (const auto* screen = saved.isValid() ? QGuiApplication::screenAt(saved.center()) : nullptr) {
