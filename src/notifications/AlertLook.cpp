@@ -54,9 +54,13 @@ void AlertLook::extendSeries(const std::vector<std::string>& reminderIDs) {
 }
 
 void AlertLook::fill(const std::vector<ReminderPtr>& series) {
-    _with.manager.scheduleNotificationsForRemindersOnOrAfterDate(std::nullopt, {});
-    for (const auto& reminder : series)
-        _with.manager.scheduleNotificationsForReminder(reminder);
+    const auto now = _with.environment.now();
+    _with.manager.scheduleNotificationsForRemindersOnOrAfterDate(now, {});
+    for (const auto& reminder : series) {
+        // Those that fire later are among the ones above, and scheduled twice they would have every alert twice.
+        if (!reminder->fire_date() || *reminder->fire_date() < now)
+            _with.manager.scheduleNotificationsForReminder(reminder);
+    }
     _with.manager.waitUntilSettled();
     _with.center.synchronize();
     _with.store.setFilled();

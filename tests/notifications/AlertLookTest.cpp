@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <fstream>
+#include <set>
 
 #include "notifications/ReminderAlertWorld.h"
 #include "platform/foundation/Log.h"
@@ -80,6 +81,9 @@ TEST(AlertLook, FillsANewFileAfterTheOldOneWasDamaged) {
         auto series = world.dated("series", world.environment.now() - day);
         series.repeat_type = RepeatType::daily;
         world.save(series);
+        auto coming = world.dated("coming", world.environment.now() + 5h);
+        coming.repeat_type = RepeatType::daily;
+        world.save(coming);
         if (!runs) world.kill();
         {
             std::fstream file(StoredNotificationCenter::storeFolder(world.folder.path()) / "alerts.sqlite");
@@ -92,8 +96,11 @@ TEST(AlertLook, FillsANewFileAfterTheOldOneWasDamaged) {
             world.start();
         }
         EXPECT_THAT(said, testing::HasSubstr("set aside as alerts-damaged-2026-01-14"));
-        for (const auto* reminderID : {"a", "far", "series"})
-            EXPECT_THAT(world.scheduledDates(reminderID), Not(IsEmpty())) << reminderID;
+        for (const auto* reminderID : {"a", "far", "series", "coming"}) {
+            const auto dates = world.scheduledDates(reminderID);
+            EXPECT_THAT(dates, Not(IsEmpty())) << reminderID;
+            EXPECT_EQ(std::set(dates.begin(), dates.end()).size(), dates.size()) << reminderID << " is doubled";
+        }
         world.pass(4h);
         EXPECT_THAT(world.noticed(), ElementsAre("a"));
     }
