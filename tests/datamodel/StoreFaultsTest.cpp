@@ -1,8 +1,5 @@
 #include <SQLiteCpp/Database.h>
 #include <gmock/gmock.h>
-#include <sys/mman.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <fstream>
@@ -11,7 +8,7 @@
 #include "ZunDataModel/store/StoreSchema.h"
 #include "datamodel/RecordTools.h"
 #include "platform/foundation/Log.h"
-#include "support/FaultySystem.h"
+#include "support/FaultSweep.h"
 
 namespace zun {
 namespace {
@@ -23,7 +20,6 @@ using faults::Fault;
 struct Promises {
     bool saved[3] = {};  // for each write whether its block ran
     std::size_t failures = 0;
-    bool struck = false;
 };
 
 struct Scenario {
@@ -191,52 +187,19 @@ const Scenario scenarios[] = {
     {"rebuilding", 0, prepareDamage, onlyOpen, verifyRebuilt},
 };
 
-// A sanitizer makes each run some ten times as long.
-#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
-constexpr std::uint64_t step = 9;
-#else
-constexpr std::uint64_t step = 1;
-#endif
-
-struct FaultCase {
-    const char* name;
-    Fault fault;
-};
-const FaultCase faultCases[] = {{"kill", Fault::Kill},
-                                {"power cut", Fault::PowerCut},
-                                {"failing call", Fault::Fail},
-                                {"full disk", Fault::DiskFull}};
-
 class StoreFaults : public testing::Test {
   protected:
-    StoreFaults()
-        : _promises(static_cast<Promises*>(
-              mmap(nullptr, sizeof(Promises), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0))) {}
-    ~StoreFaults() override { munmap(_promises, sizeof(Promises)); }
-
-    // Runs the scenario in a process of its own up to its n-th call; false if it made fewer.
     bool strike(const Scenario& scenario, Fault fault, std::uint64_t atCall, const fs::path& folder) {
-        *_promises = {};
-        const pid_t child = fork();
-        if (child == 0) {
-            faults::arm(fault, atCall);
-            {
-                Device device(folder, _environment);
-                scenario.run(device, *_promises);
-                _promises->failures = device.failures.size();
-            }
-            _promises->struck = faults::hasStruck();
-            _exit(0);
-        }
-        int status = 0;
-        waitpid(child, &status, 0);
-        const bool ended = WIFEXITED(status) && WEXITSTATUS(status) == faults::killedStatus;
-        EXPECT_TRUE(ended || (WIFEXITED(status) && WEXITSTATUS(status) == 0))
-            << "the process came to grief: " << status;
+        const bool struck = _process.strike(fault, atCall, [&](Promises& promises) {
+            Device device(folder, _environment);
+            scenario.run(device, promises);
+            promises.failures = device.failures.size();
+        });
         // Each write tells what became of it.
-        const auto told = static_cast<std::size_t>(std::ranges::count(_promises->saved, true)) + _promises->failures;
-        EXPECT_TRUE(ended || told == scenario.writes) << told << " of " << scenario.writes;
-        return ended || _promises->struck;
+        const auto& promises = _process.promises();
+        const auto told = static_cast<std::size_t>(std::ranges::count(promises.saved, true)) + promises.failures;
+        EXPECT_TRUE(!_process.wentOn() || told == scenario.writes) << told << " of " << scenario.writes;
+        return struck;
     }
 
     void verify(const Scenario& scenario, const fs::path& folder) {
@@ -246,7 +209,7 @@ class StoreFaults : public testing::Test {
         {
             Device device(folder, _environment);
             EXPECT_TRUE(device.store->health().canWrite);
-            scenario.verify(device, *_promises);
+            scenario.verify(device, _process.promises());
             device.add(namedReminder("afterwards"));
             EXPECT_TRUE(device.stored("afterwards"));
         }
@@ -257,27 +220,19 @@ class StoreFaults : public testing::Test {
 
     TestEnvironment _environment{"2026-02-01T09:00:00Z"};
     ScopedLogSink _quiet{[](std::string_view) {}};
-    Promises* _promises;
+    faults::StruckProcess<Promises> _process;
 };
 
 TEST_F(StoreFaults, KeepEveryPromiseWhereverTheyStrike) {
     for (const Scenario& scenario : scenarios) {
         const TemporaryFolder prepared;
         scenario.prepare(prepared.path(), _environment);
-        for (const FaultCase& faultCase : faultCases) {
-            std::uint64_t call = 1;
-            for (bool struck = true; struck; call += step) {
-                SCOPED_TRACE(std::string(scenario.name) + ", " + faultCase.name + " at call " + std::to_string(call));
-                const TemporaryFolder folder;
-                fs::copy(prepared.path(), folder.path(),
-                         fs::copy_options::recursive | fs::copy_options::overwrite_existing);
-                struck = strike(scenario, faultCase.fault, call, folder.path());
-                ASSERT_NO_FATAL_FAILURE(verify(scenario, folder.path()));
-                if (HasFailure()) return;
-            }
-            // A sweep that met nothing has proved nothing.
-            EXPECT_GT(call, 10u) << scenario.name << ", " << faultCase.name;
-        }
+        faults::sweep(scenario.name, prepared.path(), [&](Fault fault, std::uint64_t call, const fs::path& folder) {
+            const bool struck = strike(scenario, fault, call, folder);
+            verify(scenario, folder);
+            return struck;
+        });
+        if (HasFailure()) return;
     }
 }
 

@@ -1,12 +1,9 @@
 #include <gmock/gmock.h>
-#include <sys/mman.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <fstream>
 
 #include "platform/foundation/Log.h"
-#include "support/FaultySystem.h"
+#include "support/FaultSweep.h"
 #include "usernotifications/StoredAlerts.h"
 
 namespace zun {
@@ -19,7 +16,6 @@ using faults::Fault;
 // What the ended process still tells.
 struct Promises {
     std::size_t durable = 0;  // steps that were written when it was said so
-    bool struck = false;
 };
 
 const TestEnvironment environment{"2026-01-14T10:00:00Z"};
@@ -81,11 +77,6 @@ void copyInto(const fs::path& from, const fs::path& to) {
 
 class AlertFaults : public testing::Test {
   protected:
-    AlertFaults()
-        : _promises(static_cast<Promises*>(
-              mmap(nullptr, sizeof(Promises), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0))) {}
-    ~AlertFaults() override { munmap(_promises, sizeof(Promises)); }
-
     // The picture after each number of steps, made without faults.
     static std::vector<std::string> picturesFrom(const fs::path& prepared) {
         std::vector<std::string> all;
@@ -102,89 +93,56 @@ class AlertFaults : public testing::Test {
         return all;
     }
 
-    // Runs the steps in a process of its own up to its n-th call; false if it made fewer.
     bool strike(Fault fault, std::uint64_t atCall, const fs::path& folder) {
-        *_promises = {};
-        const pid_t child = fork();
-        if (child == 0) {
+        return _process.strike(fault, atCall, [&folder](Promises& promises) {
             bool hasFailed = false;
             const ScopedLogSink log([&](std::string_view) { hasFailed = true; });
-            faults::arm(fault, atCall);
-            {
-                AlertDevice device(folder, environment);
-                for (std::size_t step = 0; step < stepCount; ++step) {
-                    hasFailed = false;
-                    steps[step](device);
-                    device.center.synchronize();
-                    if (!hasFailed) _promises->durable = step + 1;
-                }
-                // What could not be written is tried again; by then the one call that failed works.
+            AlertDevice device(folder, environment);
+            for (std::size_t step = 0; step < stepCount; ++step) {
                 hasFailed = false;
-                device.dispatch.advance(1min);
+                steps[step](device);
                 device.center.synchronize();
-                if (!hasFailed) _promises->durable = stepCount;
+                if (!hasFailed) promises.durable = step + 1;
             }
-            _promises->struck = faults::hasStruck();
-            _exit(0);
-        }
-        int status = 0;
-        waitpid(child, &status, 0);
-        const bool ended = WIFEXITED(status) && WEXITSTATUS(status) == faults::killedStatus;
-        EXPECT_TRUE(ended || (WIFEXITED(status) && WEXITSTATUS(status) == 0))
-            << "the process came to grief: " << status;
-        return ended || _promises->struck;
+            // What could not be written is tried again; by then the one call that failed works.
+            hasFailed = false;
+            device.dispatch.advance(1min);
+            device.center.synchronize();
+            if (!hasFailed) promises.durable = stepCount;
+        });
+    }
+    std::size_t durable() const { return _process.promises().durable; }
+    // It goes on from whatever it found.
+    static void goOn(AlertDevice& device) {
+        device.center.scheduleNotification(alertFor("afterwards", at(1min)));
+        EXPECT_EQ(device.center.scheduledNotificationsForReminderID("afterwards").size(), 1u);
     }
 
-    Promises* _promises;
+    faults::StruckProcess<Promises> _process;
     ScopedLogSink _quiet{[](std::string_view) {}};
 };
-
-// A sanitizer makes each run some ten times as long.
-#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
-constexpr std::uint64_t stride = 9;
-#else
-constexpr std::uint64_t stride = 1;
-#endif
-
-struct FaultCase {
-    const char* name;
-    Fault fault;
-};
-const FaultCase faultCases[] = {{"kill", Fault::Kill},
-                                {"power cut", Fault::PowerCut},
-                                {"failing call", Fault::Fail},
-                                {"full disk", Fault::DiskFull}};
 
 TEST_F(AlertFaults, WhatWasSynchronizedIsThereAndNothingIsInvented) {
     for (const bool isNew : {false, true}) {
         const TemporaryFolder prepared;
         if (!isNew) prepare(prepared.path());
         const auto expected = picturesFrom(prepared.path());
-        for (const auto& faultCase : faultCases) {
-            std::uint64_t call = 1;
-            for (bool struck = true; struck; call += stride) {
-                SCOPED_TRACE(std::string(isNew ? "new file, " : "") + faultCase.name + " at call " +
-                             std::to_string(call));
-                const TemporaryFolder folder;
-                copyInto(prepared.path(), folder.path());
-                struck = strike(faultCase.fault, call, folder.path());
-                if (faultCase.fault == Fault::Fail) {
-                    EXPECT_EQ(_promises->durable, stepCount) << "tried again";
-                }
-                AlertDevice device(folder.path(), environment);
-                device.service.check();
-                const auto found = picture(device);
-                // Some steps look alike where there is nothing to remove: the latest counts.
-                const auto which = std::find(expected.rbegin(), expected.rend(), found);
-                ASSERT_NE(which, expected.rend()) << found;
-                ASSERT_GE(static_cast<std::size_t>(expected.rend() - which), _promises->durable + 1);
-                // It goes on from there.
-                device.center.scheduleNotification(alertFor("afterwards", at(1min)));
-                ASSERT_EQ(device.center.scheduledNotificationsForReminderID("afterwards").size(), 1u);
+        const auto each = [&](Fault fault, std::uint64_t call, const fs::path& folder) {
+            const bool struck = strike(fault, call, folder);
+            if (fault == Fault::Fail) {
+                EXPECT_EQ(durable(), stepCount) << "tried again";
             }
-            // A sweep that met nothing has proved nothing.
-            EXPECT_GT(call, 10u) << faultCase.name;
-        }
+            AlertDevice device(folder, environment);
+            device.service.check();
+            const auto found = picture(device);
+            // Some steps look alike where there is nothing to remove: the latest counts.
+            const auto which = std::find(expected.rbegin(), expected.rend(), found);
+            EXPECT_NE(which, expected.rend()) << found;
+            EXPECT_GE(static_cast<std::size_t>(expected.rend() - which), durable() + 1);
+            goOn(device);
+            return struck;
+        };
+        faults::sweep(isNew ? "new file" : "known file", prepared.path(), each);
     }
 }
 
@@ -193,32 +151,25 @@ TEST_F(AlertFaults, SettingADamagedFileAsideBearsThemToo) {
     prepare(prepared.path());
     const auto below = StoredNotificationCenter::storeFolder(prepared.path());
     std::ofstream(below / "alerts.sqlite", std::ios::in | std::ios::out) << std::string(4096, '\xA5');
-    for (const auto& faultCase : faultCases) {
-        std::uint64_t call = 1;
-        for (bool struck = true; struck; call += stride) {
-            SCOPED_TRACE(std::string(faultCase.name) + " at call " + std::to_string(call));
-            const TemporaryFolder folder;
-            copyInto(prepared.path(), folder.path());
-            struck = strike(faultCase.fault, call, folder.path());
-            AlertDevice device(folder.path(), environment);
-            device.service.check();
-            const auto isScheduled = [&](const char* reminderID) {
-                return !device.center.scheduledNotificationsForReminderID(reminderID).empty();
-            };
-            EXPECT_EQ(isScheduled("r3"), _promises->durable >= 1 || isScheduled("r3"));
-            EXPECT_EQ(isScheduled("large"), _promises->durable >= 2 || isScheduled("large"));
-            EXPECT_TRUE(device.service.mustBeFilled()) << "with what the damaged one had";
-            device.center.scheduleNotification(alertFor("afterwards", at(1min)));
-            ASSERT_EQ(device.center.scheduledNotificationsForReminderID("afterwards").size(), 1u);
-            const auto kept =
-                std::ranges::count_if(fs::directory_iterator(StoredNotificationCenter::storeFolder(folder.path())),
-                                      [](const fs::directory_entry& entry) {
-                                          return entry.path().filename().string().starts_with("alerts-damaged-");
-                                      });
-            ASSERT_EQ(kept, 1);
-        }
-        EXPECT_GT(call, 10u) << faultCase.name;
-    }
+    faults::sweep("damaged file", prepared.path(), [&](Fault fault, std::uint64_t call, const fs::path& folder) {
+        const bool struck = strike(fault, call, folder);
+        AlertDevice device(folder, environment);
+        device.service.check();
+        const auto isScheduled = [&](const char* reminderID) {
+            return !device.center.scheduledNotificationsForReminderID(reminderID).empty();
+        };
+        EXPECT_TRUE(durable() < 1 || isScheduled("r3"));
+        EXPECT_TRUE(durable() < 2 || isScheduled("large"));
+        EXPECT_TRUE(device.service.mustBeFilled()) << "with what the damaged one had";
+        goOn(device);
+        const auto kept =
+            std::ranges::count_if(fs::directory_iterator(StoredNotificationCenter::storeFolder(folder)),
+                                  [](const fs::directory_entry& entry) {
+                                      return entry.path().filename().string().starts_with("alerts-damaged-");
+                                  });
+        EXPECT_EQ(kept, 1);
+        return struck;
+    });
 }
 
 }  // namespace
