@@ -102,7 +102,12 @@ void AppDelegate::cleanMenuBarController() {
 }
 
 void AppDelegate::setFront() {
-    if (_tabWindow) showActiveWindow(IgnoringOtherApps::Yes);
+    if (!_tabWindow) return;
+    showActiveWindow(IgnoringOtherApps::Yes);
+    // The switch was made there, and may be taken back there: once the window is up, it comes over it again.
+    _with.dispatch.main()->asyncAfter(setFrontDelay, [self = QPointer(this)] {
+        if (self && self->_settings) bringForward(*self->_settings, {});
+    });
 }
 
 void AppDelegate::togglePopover() {
