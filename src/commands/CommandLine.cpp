@@ -103,6 +103,13 @@ void addQueries(CLI::App& app, CommandLine& line) {
     occurrences->add_option("--from", *from, "After this moment")->required()->type_name("DATE");
     occurrences->add_option("--to", *to, "Before this moment")->required()->type_name("DATE");
     onCommand(app.add_subcommand("count", "How many are active, and how many there are"), line, countCommand);
+
+    auto title = std::make_shared<std::string>();
+    auto notes = std::make_shared<std::optional<std::string>>();
+    auto* check = app.add_subcommand("check", "Say whether a text is simple or complex for a reminder");
+    check->add_option("TITLE", *title, "What to be reminded of")->required();
+    check->add_option("NOTES", *notes, "Free text");
+    onCommand(check, line, [title, notes](CommandContext& context) { return checkCommand(context, *title, *notes); });
 }
 
 void addActions(CLI::App& app, CommandLine& line) {

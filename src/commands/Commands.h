@@ -22,6 +22,7 @@ int listCommand(CommandContext& context, ListKind kind, const std::string& searc
 int showCommand(CommandContext& context, const std::string& reminderID);
 int copyCommand(CommandContext& context, const std::string& reminderID);
 int countCommand(CommandContext& context);
+int checkCommand(CommandContext& context, const std::string& title, const std::optional<std::string>& notes);
 int occurrencesCommand(CommandContext& context, const std::string& reminderID, const std::string& from,
                        const std::string& to);
 

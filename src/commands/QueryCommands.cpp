@@ -8,6 +8,7 @@
 #include "core/ListSections.h"
 #include "platform/foundation/ISO8601.h"
 #include "text/RecordJSON.h"
+#include "text/ZNComplexityAnalyzer.h"
 
 namespace zun {
 namespace {
@@ -101,6 +102,17 @@ int countCommand(CommandContext& context) {
         context.printJSON(boost::json::object{{"active", active}, {"total", total}});
     } else {
         context.print(fmt::format("{} active, {} in all", active, total));
+    }
+    return ExitStatus::done;
+}
+
+int checkCommand(CommandContext& context, const std::string& title, const std::optional<std::string>& notes) {
+    const bool isComplex =
+        ZNComplexityAnalyzer::checkReminderComplexityWithTitle(title, notes, context.environment.locale());
+    if (context.json) {
+        context.printJSON(boost::json::object{{"complex", isComplex}});
+    } else {
+        context.print(isComplex ? "complex" : "simple");
     }
     return ExitStatus::done;
 }

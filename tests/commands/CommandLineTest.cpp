@@ -271,6 +271,14 @@ TEST_F(CommandLineTest, SweepingSaysWhatWent) {
     EXPECT_EQ(titles(zunctlJSON({"list", "--all"})), "recent ");
 }
 
+TEST_F(CommandLineTest, JudgesATextByItsWordsAndLines) {
+    EXPECT_EQ(zunctlJSON({"check", "Water the plants"}), (json::object{{"complex", false}}));
+    EXPECT_EQ(zunctlJSON({"check", "a", "1\n2\n3\n4\n5"}), (json::object{{"complex", true}}));
+    ASSERT_EQ(zunctl({"check", "one two three four five six seven eight"}), 0);
+    EXPECT_EQ(out, "complex\n");
+    EXPECT_EQ(zunctl({"check"}), 2);
+}
+
 TEST_F(CommandLineTest, SaysInOneSentenceWhatIsNotPossible) {
     for (const std::vector<std::string>& words :
          std::vector<std::vector<std::string>>{{"show", "nobody"},

@@ -81,6 +81,7 @@ for line in \
         'copy:Print a reminder as text to pass on' \
         'occurrences:The dates of a repeat between two moments' \
         'count:How many are active, and how many there are' \
+        'check:Say whether a text is simple or complex' \
         'alerts:List the alerts to come' \
         'complete:Complete a reminder' \
         'uncomplete:Take a completion back' \
