@@ -23,7 +23,6 @@ constexpr double radius = 8;
 constexpr double crossSide = 9;  // of the sign that a click sends the message away
 constexpr int crossRoom = 24;
 constexpr double crossStroke = 1.75;
-constexpr QRgb ground = 0xf228113f;
 
 TextBlock laidOut(const QString& message, int width) {
     TextStyle style;
@@ -96,7 +95,7 @@ void MessageBar::paintEvent(QPaintEvent*) {
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setOpacity(_visibility.shown());
     painter.setPen(Qt::NoPen);
-    painter.setBrush(QColor::fromRgba(ground));
+    painter.setBrush(QColor::fromRgba(tokens::messageGround));
     painter.drawRoundedRect(rect(), radius, radius);
     if (hasFocus()) {
         const double inset = tokens::focusRingGap + tokens::focusRingWidth / 2;

@@ -15,15 +15,6 @@
 namespace zun {
 namespace {
 
-constexpr QRgb accent = 0xff6f638f;
-constexpr QRgb text = 0xff333333;
-constexpr QRgb outline = 0xff8e86a5;
-constexpr QRgb fieldGround = 0xffffffff;
-constexpr QRgb buttonGround = 0xffe3deef;
-constexpr QRgb buttonText = 0xff4b3d74;
-constexpr QRgb chosenTabGround = 0xffe3deef;
-constexpr QRgb tabText = 0xff5c5769;
-
 constexpr double stroke = 1.75;
 constexpr double radius = 6;
 constexpr int boxSide = 18;
@@ -117,19 +108,19 @@ void ZNCheckBox::paintEvent(QPaintEvent*) {
     const QRect left(FocusRing::room, (height() - boxSide) / 2, boxSide, boxSide);
     const QRectF box = QStyle::visualRect(layoutDirection(), rect(), left);
     if (isChecked()) {
-        fillRounded(painter, box, boxRadius, inState(accent, *this));
-        painter.setPen(roundPen(color(fieldGround)));
+        fillRounded(painter, box, boxRadius, inState(tokens::selection, *this));
+        painter.setPen(roundPen(color(tokens::settingsFieldGround)));
         const QPointF corner = box.topLeft();
         const std::array tick = {corner + QPointF(4.75, 9.25), corner + QPointF(7.75, 12.25),
                                  corner + QPointF(13.25, 6)};
         painter.drawPolyline(tick.data(), static_cast<int>(tick.size()));
     } else {
-        fillRounded(painter, box, boxRadius, inState(fieldGround, *this));
-        strokeRounded(painter, box, boxRadius, color(outline), 1.5);
+        fillRounded(painter, box, boxRadius, inState(tokens::settingsFieldGround, *this));
+        strokeRounded(painter, box, boxRadius, color(tokens::settingsOutline), 1.5);
     }
     _ring.paint(painter, *this, box, boxRadius);
 
-    painter.setPen(color(zun::text));
+    painter.setPen(color(tokens::settingsText));
     const int start = FocusRing::room + boxSide + gap;
     const QRect words = QStyle::visualRect(layoutDirection(), rect(), rect().adjusted(start, 0, 0, 0));
     painter.drawText(words, static_cast<int>(Qt::AlignVCenter | Qt::AlignLeading), text());
@@ -160,19 +151,20 @@ void ZNPopUpButton::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     const QRectF face = QRectF(rect()).adjusted(FocusRing::room, FocusRing::room, -FocusRing::room, -FocusRing::room);
-    fillRounded(painter, face, radius, underMouse() ? color(fieldGround).darker(103) : color(fieldGround));
-    strokeRounded(painter, face, radius, color(outline), 1);
+    fillRounded(painter, face, radius,
+                underMouse() ? color(tokens::settingsFieldGround).darker(103) : color(tokens::settingsFieldGround));
+    strokeRounded(painter, face, radius, color(tokens::settingsOutline), 1);
     _ring.paint(painter, *this, face, radius);
 
     const QRect words =
         QStyle::visualRect(layoutDirection(), face.toRect(), face.toRect().adjusted(10, 0, -chevronRoom, 0));
-    painter.setPen(color(zun::text));
+    painter.setPen(color(tokens::settingsText));
     painter.drawText(words, static_cast<int>(Qt::AlignVCenter | Qt::AlignLeading), currentText());
 
     const bool mirrored = layoutDirection() == Qt::RightToLeft;
     const QPointF middle(mirrored ? face.left() + chevronRoom / 2.0 : face.right() - chevronRoom / 2.0,
                          face.center().y());
-    painter.setPen(roundPen(color(accent)));
+    painter.setPen(roundPen(color(tokens::selection)));
     for (const double up : {-1.0, 1.0}) {
         const std::array chevron = {middle + QPointF(-3.5, up * 3), middle + QPointF(0, up * 6.5),
                                     middle + QPointF(3.5, up * 3)};
@@ -205,9 +197,9 @@ void ZNPushButton::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     const QRectF face = QRectF(rect()).adjusted(FocusRing::room, FocusRing::room, -FocusRing::room, -FocusRing::room);
-    fillRounded(painter, face, radius, inState(buttonGround, *this));
+    fillRounded(painter, face, radius, inState(tokens::settingsButtonGround, *this));
     _ring.paint(painter, *this, face, radius);
-    painter.setPen(color(buttonText));
+    painter.setPen(color(tokens::settingsButtonText));
     painter.drawText(face, Qt::AlignCenter, text());
 }
 
@@ -239,7 +231,7 @@ void ZNToolbarItem::paintEvent(QPaintEvent*) {
     painter.setRenderHint(QPainter::Antialiasing);
     const QRectF face = QRectF(rect()).adjusted(FocusRing::room, FocusRing::room, -FocusRing::room, -FocusRing::room);
     if (isChecked() || isDown() || underMouse()) {
-        QColor ground = color(chosenTabGround);
+        QColor ground = color(tokens::settingsButtonGround);
         if (!isChecked()) ground.setAlphaF(0.5F);
         fillRounded(painter, face, radius, ground);
     }
@@ -249,7 +241,7 @@ void ZNToolbarItem::paintEvent(QPaintEvent*) {
     const double top = face.top() + (face.height() - content) / 2;
     const auto icon = _pictures.pixmap(_iconName, QSizeF(tabIconSide, tabIconSide), devicePixelRatioF());
     painter.drawPixmap(QPointF(face.center().x() - tabIconSide / 2.0, top), icon);
-    painter.setPen(color(isChecked() ? buttonText : tabText));
+    painter.setPen(color(isChecked() ? tokens::settingsButtonText : tokens::settingsTextSecondary));
     painter.drawText(QRectF(face.left(), top + tabIconSide, face.width(), tabLabelHeight), Qt::AlignCenter, text());
 }
 

@@ -14,13 +14,6 @@
 namespace zun {
 namespace {
 
-constexpr QRgb ground = 0xffffffff;
-constexpr QRgb headerGround = 0xfff5f8f8;
-constexpr QRgb separator = 0xfff1f1f1;
-constexpr QRgb rowText = 0xff333333;
-constexpr QRgb headText = 0xff6b6478;
-constexpr QRgb currentRowGround = 0xffefebf6;
-
 constexpr int margin = 24;
 constexpr int headerHeight = 96;
 constexpr int pictureSide = 64;
@@ -62,14 +55,15 @@ class RowDelegate final : public QStyledItemDelegate {
     using QStyledItemDelegate::QStyledItemDelegate;
 
     void paint(QPainter* painter, const QStyleOptionViewItem& option, const QModelIndex& index) const override {
-        if (option.state & QStyle::State_Selected) painter->fillRect(option.rect, QColor::fromRgba(currentRowGround));
+        if (option.state & QStyle::State_Selected)
+            painter->fillRect(option.rect, QColor::fromRgba(tokens::keysCurrentRowGround));
         const bool isLast = index.row() + 1 == index.model()->rowCount();
         if (!isLast) {
             const QRect line(option.rect.left(), option.rect.bottom(), option.rect.width(), 1);
-            painter->fillRect(line, QColor::fromRgba(separator));
+            painter->fillRect(line, QColor::fromRgba(tokens::keysSeparator));
         }
         painter->setFont(option.font);
-        painter->setPen(QColor::fromRgba(rowText));
+        painter->setPen(QColor::fromRgba(tokens::keysText));
         painter->drawText(textRect(option, index), static_cast<int>(Qt::AlignVCenter | Qt::AlignLeading),
                           index.data().toString());
     }
@@ -91,9 +85,9 @@ class TableHead final : public QHeaderView {
 
   protected:
     void paintSection(QPainter* painter, const QRect& rect, int section) const override {
-        painter->fillRect(rect, QColor::fromRgba(ground));
-        painter->fillRect(QRect(rect.left(), rect.bottom(), rect.width(), 1), QColor::fromRgba(separator));
-        painter->setPen(QColor::fromRgba(headText));
+        painter->fillRect(rect, QColor::fromRgba(tokens::keysGround));
+        painter->fillRect(QRect(rect.left(), rect.bottom(), rect.width(), 1), QColor::fromRgba(tokens::keysSeparator));
+        painter->setPen(QColor::fromRgba(tokens::keysHeadText));
         painter->setFont(font());
         const QRect words =
             QStyle::visualRect(layoutDirection(), rect, rect.adjusted(section == 0 ? margin : 0, 0, 0, 0));
@@ -106,7 +100,7 @@ QLabel* makeLabel(const QString& text, const QFont& font, QWidget* parent) {
     auto* label = new QLabel(text, parent);
     label->setFont(font);
     QPalette colors = label->palette();
-    colors.setColor(QPalette::WindowText, QColor::fromRgba(rowText));
+    colors.setColor(QPalette::WindowText, QColor::fromRgba(tokens::keysText));
     label->setPalette(colors);
     label->setWordWrap(true);
     return label;
@@ -116,7 +110,8 @@ QLabel* makeLabel(const QString& text, const QFont& font, QWidget* parent) {
 
 ZNKeyboardShortcutsWindowController::ZNKeyboardShortcutsWindowController(const LocalizedStrings& strings,
                                                                          Pictures& pictures)
-    : FixedWindow(QString::fromStdString(strings.string("Zun_KeyboardShortcuts_Title")), windowSize, ground) {
+    : FixedWindow(QString::fromStdString(strings.string("Zun_KeyboardShortcuts_Title")), windowSize,
+                  tokens::keysGround) {
     auto* column = new QVBoxLayout(this);
     column->setContentsMargins(0, 0, 0, 0);
     column->setSpacing(0);
@@ -131,7 +126,7 @@ QWidget* ZNKeyboardShortcutsWindowController::makeHeader(const LocalizedStrings&
     auto* header = new QWidget(this);
     header->setFixedHeight(headerHeight);
     QPalette colors = header->palette();
-    colors.setColor(QPalette::Window, QColor::fromRgba(headerGround));
+    colors.setColor(QPalette::Window, QColor::fromRgba(tokens::keysHeaderGround));
     header->setPalette(colors);
     header->setAutoFillBackground(true);
 
@@ -174,7 +169,7 @@ QTableWidget* ZNKeyboardShortcutsWindowController::makeTable(const LocalizedStri
     table->setTabKeyNavigation(false);
     table->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     QPalette colors = table->palette();
-    colors.setColor(QPalette::Base, QColor::fromRgba(ground));
+    colors.setColor(QPalette::Base, QColor::fromRgba(tokens::keysGround));
     table->setPalette(colors);
 
     int row = 0;

@@ -8,14 +8,12 @@
 #include "platform/foundation/NSCurrentLocale.h"
 #include "shell/HourRows.h"
 #include "shell/SettingsControls.h"
+#include "toolkit/Tokens.h"
 #include "toolkit/ZNFonts.h"
 
 namespace zun {
 namespace {
 
-constexpr QRgb ground = 0xfff5f5f5;  // white, 0.96
-constexpr QRgb labelText = 0xff333333;
-constexpr QRgb secondaryText = 0xff5c5769;
 constexpr int margin = 24;
 constexpr int groupGap = 16;
 constexpr int alertIconSide = 48;
@@ -31,7 +29,8 @@ void setColor(QLabel& label, QRgb color) {
 }  // namespace
 
 ZNSettingsWindowController::ZNSettingsWindowController(const Collaborators& collaborators)
-    : FixedWindow(QString::fromStdString(collaborators.strings.string("Zun_Preferences_Label")), windowSize, ground),
+    : FixedWindow(QString::fromStdString(collaborators.strings.string("Zun_Preferences_Label")), windowSize,
+                  tokens::settingsGround),
       _with(collaborators) {
     prepareToolbar();
     prepareViews();
@@ -85,7 +84,7 @@ QLabel* ZNSettingsWindowController::makeLabel(const char* name, std::string_view
     auto* label = new QLabel(text(textKey), this);
     label->setObjectName(name);
     label->setFont(appFont(13));
-    setColor(*label, labelText);
+    setColor(*label, tokens::settingsText);
     return label;
 }
 
@@ -125,7 +124,7 @@ void ZNSettingsWindowController::prepareViews() {
     _snoozeInstructions = makeLabel("snoozeInstructions", "Snooze_Extra_Options_Description_Right_Click");
     _snoozeInstructions->setFont(appFont(12));
     _snoozeInstructions->setWordWrap(true);
-    setColor(*_snoozeInstructions, secondaryText);
+    setColor(*_snoozeInstructions, tokens::settingsTextSecondary);
     _morningSettingLabel = makeLabel("morningSettingLabel", "Morning_Picker_Label");
     _morningHour = makePopUpButton("morningHour", "Settings_Morning_Tooltip", *_morningSettingLabel,
                                    &Self::onChangeMorningSetting);

@@ -49,6 +49,22 @@ inline constexpr QRgb dialogText = 0xff2f2a45;
 inline constexpr QRgb controlGround = 0xffe9e5f2;
 inline constexpr QRgb selection = 0xff6f638f;
 inline constexpr QRgb disabledText = 0xffa39eb3;
+inline constexpr QRgb messageGround = 0xf228113f;
+
+// The windows of settings and of keys.
+inline constexpr QRgb settingsGround = 0xfff5f5f5;  // white, 0.96
+inline constexpr QRgb settingsText = 0xff333333;
+inline constexpr QRgb settingsTextSecondary = 0xff5c5769;
+inline constexpr QRgb settingsOutline = 0xff8e86a5;
+inline constexpr QRgb settingsFieldGround = 0xffffffff;
+inline constexpr QRgb settingsButtonGround = 0xffe3deef;
+inline constexpr QRgb settingsButtonText = 0xff4b3d74;
+inline constexpr QRgb keysGround = 0xffffffff;
+inline constexpr QRgb keysHeaderGround = 0xfff5f8f8;
+inline constexpr QRgb keysSeparator = 0xfff1f1f1;
+inline constexpr QRgb keysText = 0xff333333;
+inline constexpr QRgb keysHeadText = 0xff6b6478;
+inline constexpr QRgb keysCurrentRowGround = 0xffefebf6;
 
 // How late a date is: as stated for dots and glows, and dark enough to be read as small text on white.
 inline constexpr QRgb latenessAhead = 0xff99c16a;
