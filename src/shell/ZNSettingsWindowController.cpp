@@ -7,7 +7,7 @@
 #include "core/NotificationNames.h"
 #include "platform/foundation/NSCurrentLocale.h"
 #include "shell/HourRows.h"
-#include "shell/SettingsControls.h"
+#include "toolkit/PlainControls.h"
 #include "toolkit/Tokens.h"
 #include "toolkit/ZNFonts.h"
 

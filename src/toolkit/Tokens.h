@@ -66,6 +66,21 @@ inline constexpr QRgb keysText = 0xff333333;
 inline constexpr QRgb keysHeadText = 0xff6b6478;
 inline constexpr QRgb keysCurrentRowGround = 0xffefebf6;
 
+// Popovers: panels with an arrow inside the window.
+inline constexpr QRgb popoverGround = 0xffffffff;
+inline constexpr double popoverRadius = 8;
+inline constexpr double popoverShadowAlpha = 0.30;
+inline constexpr int popoverShadowBlur = 18;
+inline constexpr int popoverShadowOffset = 5;
+inline constexpr int popoverArrowLength = 9;
+inline constexpr int popoverArrowWidth = 20;
+inline constexpr int popoverWindowMargin = 6;  // what stays free at the window's edges
+
+// The bar of a screen, on its card or on the ground.
+inline constexpr QRgb barTextOnCard = 0xff4b3d74;
+inline constexpr int barHeight = 40;
+inline constexpr int barTitleSize = 15;
+
 // How late a date is: as stated for dots and glows, and dark enough to be read as small text on white.
 inline constexpr QRgb latenessAhead = 0xff99c16a;
 inline constexpr QRgb latenessToday = 0xfffce57d;
@@ -100,6 +115,8 @@ inline constexpr milliseconds flyOutDuration{350};
 inline constexpr milliseconds restoreDuration{350};
 inline constexpr milliseconds renderDelay{50};
 inline constexpr milliseconds shakePass{70};
+inline constexpr milliseconds popoverFade{120};
+inline constexpr milliseconds popoverResize{200};
 inline constexpr milliseconds reducedFade{80};  // what is left of a render where nothing may move
 // A gesture of a device without phases ends when it has rested for this long. Longer feels sticky, shorter cuts slow
 // turns in two.

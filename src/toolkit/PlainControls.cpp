@@ -1,4 +1,4 @@
-#include "shell/SettingsControls.h"
+#include "toolkit/PlainControls.h"
 
 #include <QFocusEvent>
 #include <QPainter>

@@ -1,6 +1,6 @@
 #pragma once
 
-// The controls of the settings window in our look: real check boxes, pop-up buttons, push buttons and toolbar items, so
+// Plain controls in our look, on light ground: real check boxes, pop-up buttons, push buttons and toolbar items, so
 // that keys, right-to-left order and assistive technology work as everywhere, painted by us. A focus that a key brought
 // shows a ring. Owned by their parent widget. Main thread.
 
