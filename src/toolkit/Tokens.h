@@ -81,6 +81,10 @@ inline constexpr QRgb barTextOnCard = 0xff4b3d74;
 inline constexpr int barHeight = 40;
 inline constexpr int barTitleSize = 15;
 
+// Pickers of days, on white.
+inline constexpr QRgb pickerOtherMonth = 0xff9a95a8;
+inline constexpr QRgb pickerEdge = 0x1f2f2a45;
+
 // How late a date is: as stated for dots and glows, and dark enough to be read as small text on white.
 inline constexpr QRgb latenessAhead = 0xff99c16a;
 inline constexpr QRgb latenessToday = 0xfffce57d;
@@ -104,6 +108,25 @@ inline constexpr double focusRingGap = 1;
 inline constexpr double titleLineHeight = 1.2;
 inline constexpr double notesLineHeight = 1.45;
 inline constexpr double capsKerning = 2;
+
+// The list.
+inline constexpr int listWidestContainer = 780;  // wider lines are harder to read, not easier
+inline constexpr QRgb listCellTitle = 0xff333333;
+inline constexpr QRgb listCellSubtitle = 0xff919191;
+inline constexpr QRgb listSnoozeLabel = 0xff8269a8;
+inline constexpr QRgb listSelection = 0xff9a96b6;
+inline constexpr double listSelectionRadius = 7;
+inline constexpr QRgb listOptionGround = 0xf2f1f1f1;
+inline constexpr QRgb listBulkBarGround = 0xff655b7e;
+inline constexpr QRgb listFieldGround = 0x29ffffff;
+inline constexpr QRgb listFieldGroundFocused = 0x3dffffff;
+inline constexpr QRgb listSegmentRule = 0x2effffff;
+inline constexpr QRgb listScrollThumb = 0x66ffffff;
+inline constexpr QRgb listDropLine = 0xffffffff;
+inline constexpr double listDraggedAlpha = 0.9;
+inline constexpr double listTitleLineHeight = 1.25;
+inline constexpr double listSubtitleLineHeight = 1.4;
+inline constexpr milliseconds listSlide{200};  // tables, segments, search bar, bulk bar, rows that close up
 
 inline constexpr int minimumHitSize = 32;
 inline constexpr int minimumTouchSize = 44;
