@@ -4,7 +4,9 @@
 #include <algorithm>
 #include <cmath>
 
+#include "cards/ScreenBar.h"
 #include "cards/ZNCardView.h"
+#include "toolkit/Tokens.h"
 
 namespace zun {
 namespace {
@@ -36,8 +38,46 @@ void ZNBaseViewController::loadView() {
     placeCard();
     setConstraints();
     customizeViews();
+    if (_bar) _bar->layOut();
     configureAccessibilityValues();
     updateViewsForWindowResize();
+}
+
+ScreenBar& ZNBaseViewController::bar() {
+    if (_bar) return *_bar;
+    _bar = new ScreenBar(_context.pictures, hasCard() ? &card()->additionCard() : this);
+    _bar->setGround(hasCard() ? ScreenBar::Ground::Card : ScreenBar::Ground::Window);
+    connect(&_bar->leftButton(), &ZNButton::clicked, this, [this] { onLeftButtonPress(); });
+    connect(&_bar->rightButton(), &QPushButton::clicked, this, [this] { onRightButtonPress(); });
+    _bar->show();
+    placeBar();
+    return *_bar;
+}
+
+ZNView& ZNBaseViewController::toolbar() {
+    return bar();
+}
+
+ZNButton& ZNBaseViewController::leftButton() {
+    return bar().leftButton();
+}
+
+ZNBarButton& ZNBaseViewController::rightButton() {
+    return bar().rightButton();
+}
+
+QLabel& ZNBaseViewController::controllerTitle() {
+    return bar().controllerTitle();
+}
+
+void ZNBaseViewController::layOutToolbar() {
+    bar().layOut();
+}
+
+void ZNBaseViewController::placeBar() {
+    if (!_bar) return;
+    const int top = hasCard() ? toolbarTop() : 0;
+    _bar->setGeometry(0, top, _bar->parentWidget()->width(), tokens::barHeight);
 }
 
 int ZNBaseViewController::toolbarTop() const {
@@ -47,6 +87,7 @@ int ZNBaseViewController::toolbarTop() const {
 void ZNBaseViewController::updateViewsForWindowResize() {
     _cardSize = screenCardSize(_context.windowSize(), size(), _context.settings.windowLayoutMode());
     placeCard();
+    placeBar();
 }
 
 void ZNBaseViewController::placeCard() {
@@ -56,6 +97,7 @@ void ZNBaseViewController::placeCard() {
                        std::round(centre.y() - _cardSize.height() / 2.0), _cardSize.width(), _cardSize.height());
     const double margin = ZNCardView::shadowMargin;
     card()->setGeometry(panel.adjusted(-margin, -margin, margin, margin).toRect());
+    placeBar();
 }
 
 void ZNBaseViewController::slideTo(double offset, bool animated, Block completion) {

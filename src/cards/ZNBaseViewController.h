@@ -1,17 +1,24 @@
 #pragma once
 
-// The base of the screens that lie over the tabs for a while: editor, checklist, share, tour. It says in which order a
-// screen is built, where its card stands, and how the card slides in and out. A screen without a card only appears.
+// The base of the screens: the tabs, and those that lie over them for a while: editor, checklist, share, tour. It says
+// in which order a screen is built, where its card stands, how the card slides in and out, and gives it a bar with two
+// buttons and a title. A screen without a card only appears. The bar is made when it is first asked for; it lies at the
+// top of the card, or of the screen where there is no card.
 //
 // Whoever opens it calls loadView() once, then animateContentInWithAnimation(); the screen asks its delegate to be
 // dismissed. Owned by its parent widget. Main thread.
+
+#include <QLabel>
 
 #include "cards/CardContext.h"
 #include "toolkit/ZNView.h"
 
 namespace zun {
 
+class ScreenBar;
+class ZNBarButton;
 class ZNBaseViewController;
+class ZNButton;
 class ZNCardView;
 
 class ZNBaseViewControllerDelegate {
@@ -50,6 +57,13 @@ class ZNBaseViewController : public ZNView {
     [[nodiscard]] virtual bool hasCard() const { return false; }
     [[nodiscard]] virtual ZNCardView* card() const { return nullptr; }
 
+    // An icon, a title or a word that is set later than in customizeViews() shows after layOutToolbar().
+    [[nodiscard]] ZNView& toolbar();
+    [[nodiscard]] ZNButton& leftButton();
+    [[nodiscard]] ZNBarButton& rightButton();
+    [[nodiscard]] QLabel& controllerTitle();
+    void layOutToolbar();
+
   protected:
     void resizeEvent(QResizeEvent* event) override;
     // A screen that is ready to go.
@@ -59,6 +73,8 @@ class ZNBaseViewController : public ZNView {
     [[nodiscard]] int toolbarTop() const;
 
   private:
+    [[nodiscard]] ScreenBar& bar();
+    void placeBar();
     void placeCard();
     void slideTo(double offset, bool animated, Block completion = {});
 
@@ -66,6 +82,7 @@ class ZNBaseViewController : public ZNView {
     ZNBaseViewControllerDelegate* _delegate = nullptr;
     QSize _cardSize{100, 100};
     AnimatedValue _cardOffset{AnimatedValue::Kind::Movement, overshootOffset};
+    ScreenBar* _bar = nullptr;
     Observation _frames;
 };
 

@@ -30,6 +30,7 @@ class ZNButton : public QAbstractButton {
 
     // The icon's name and its side in logical pixels.
     void setIconNamed(const QString& name, int side);
+    [[nodiscard]] bool hasIcon() const { return !_iconName.isEmpty(); }
     void setGround(QRgb ground);
     void setIconAlpha(double alpha);
     void setFace(Face face);
