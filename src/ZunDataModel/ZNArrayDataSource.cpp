@@ -19,13 +19,6 @@ bool hasID(const ZNArrayDataSource::Row& row, std::string_view reminderID) {
     return reminder && *reminder && (*reminder)->reminderID() == reminderID;
 }
 
-// What the order depends on, read once for each reminder: a property is read under a lock.
-struct Place {
-    ReminderPtr reminder;
-    std::int64_t rank;
-    OptionalDate created;
-};
-
 }  // namespace
 
 void ZNArrayDataSource::onSetReminders(std::vector<Row> reminders) {
@@ -56,27 +49,40 @@ void ZNArrayDataSource::removeReminderById(std::string_view reminderID) {
     std::erase_if(_reminders, [&](const Row& row) { return hasID(row, reminderID); });
 }
 
-std::vector<ReminderPtr> ZNArrayDataSource::sortedArray(std::vector<ReminderPtr> reminders) {
+std::vector<std::uint32_t> ZNArrayDataSource::sortedNumbers(const std::vector<Place>& places) {
     std::vector<Place> fired;
     std::vector<Place> ranked;
     std::vector<Place> rest;
-    for (ReminderPtr& reminder : reminders) {
-        if (!reminder) continue;
-        const std::int64_t rank = reminder->rank();
-        Place place{reminder, rank, reminder->created_date()};
-        auto& group = rank > 0 ? ranked : rank == 0 && reminder->fire_date() ? fired : rest;
-        group.push_back(std::move(place));
+    for (const Place& place : places) {
+        auto& group = place.rank > 0 ? ranked : place.rank == 0 && place.hasFireDate ? fired : rest;
+        group.push_back(place);
     }
     std::ranges::stable_sort(ranked, std::ranges::greater{}, &Place::rank);
     // Sorting all by rank first decides between equal creation dates here.
     std::ranges::stable_sort(rest, std::ranges::greater{}, &Place::rank);
-    std::ranges::stable_sort(rest, std::ranges::less{}, &Place::created);
+    std::ranges::stable_sort(rest, std::ranges::less{}, &Place::created_date);
 
-    reminders.clear();
-    for (auto* group : {&fired, &ranked, &rest})
-        std::ranges::transform(*group, std::back_inserter(reminders),
-                               [](Place& place) { return std::move(place.reminder); });
-    return reminders;
+    std::vector<std::uint32_t> numbers;
+    numbers.reserve(places.size());
+    for (const auto* group : {&fired, &ranked, &rest})
+        std::ranges::transform(*group, std::back_inserter(numbers), &Place::number);
+    return numbers;
+}
+
+std::vector<ReminderPtr> ZNArrayDataSource::sortedArray(std::vector<ReminderPtr> reminders) {
+    // Read once for each reminder: a property is read under a lock.
+    std::vector<Place> places;
+    places.reserve(reminders.size());
+    for (std::uint32_t number = 0; number < reminders.size(); ++number) {
+        const ReminderPtr& reminder = reminders[number];
+        if (reminder)
+            places.push_back({number, reminder->rank(), reminder->fire_date().has_value(), reminder->created_date()});
+    }
+    std::vector<ReminderPtr> sorted;
+    sorted.reserve(places.size());
+    for (const std::uint32_t number : sortedNumbers(places))
+        sorted.push_back(std::move(reminders[number]));
+    return sorted;
 }
 
 std::ptrdiff_t ZNArrayDataSource::indexForReminder(const ReminderPtr& reminder,

@@ -3,6 +3,7 @@
 // An ordered list that may mix section titles and reminders, and the one order that the deck and the list share.
 
 #include <cstddef>
+#include <cstdint>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -25,6 +26,15 @@ class ZNArrayDataSource {
     [[nodiscard]] std::size_t indexOfObjectWithID(std::string_view reminderID) const;
     void removeReminderById(std::string_view reminderID);
 
+    // What the order depends on, of the reminder with that number.
+    struct Place {
+        std::uint32_t number;
+        std::int64_t rank;
+        bool hasFireDate;
+        OptionalDate created_date;
+    };
+    // The numbers in the order of sortedArray().
+    [[nodiscard]] static std::vector<std::uint32_t> sortedNumbers(const std::vector<Place>& places);
     // Unranked reminders that have fired, in the order given; then ranked ones by falling `rank`; then all others by
     // rising `created_date`. Stable.
     [[nodiscard]] static std::vector<ReminderPtr> sortedArray(std::vector<ReminderPtr> reminders);

@@ -8,6 +8,7 @@
 
 #include "ZunDataModel/store/ChangeWatcher.h"
 #include "ZunDataModel/store/ForeignChangeNews.h"
+#include "ZunDataModel/store/ListedQueries.h"
 #include "ZunDataModel/store/RecordQueries.h"
 #include "ZunDataModel/store/StoreBackup.h"
 #include "ZunDataModel/store/StoreFailure.h"
@@ -309,6 +310,11 @@ FetchResult ZNDatabase::fetchRemindersForPredicate(const std::optional<NSPredica
         }
         return result;
     });
+}
+
+ListedReminders ZNDatabase::listRemindersForParts(const std::vector<ListingPart>& parts,
+                                                  const std::stop_token& stop) const {
+    return _implementation->read([&](StoreConnection& connection) { return listRecords(connection, parts, stop); });
 }
 
 OptionalDate ZNDatabase::earliestDateForPredicate(const NSPredicate& predicate, std::string_view withAttribute) const {

@@ -10,11 +10,14 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <unordered_set>
 #include <vector>
 
+#include "ZunDataModel/ListedReminders.h"
+#include "ZunDataModel/ListingPart.h"
 #include "ZunDataModel/StoreHealth.h"
 #include "ZunDataModel/ZNReminderObject.h"
 #include "platform/foundation/Dispatch.h"
@@ -80,6 +83,11 @@ class ZNDatabase {
     [[nodiscard]] FetchResult fetchRemindersForPredicate(const std::optional<NSPredicate>& predicate,
                                                          const std::vector<NSSortDescriptor>& withSortDescriptors,
                                                          ReturnAsReminderObject returnAsReminderObject) const;
+    // What a list needs of the records of all parts, one part behind the other, as of one moment. Builds no record.
+    // Without predicates that the schema knows, empty with a log line. Ends early, with a part of it, once the stop is
+    // asked for.
+    [[nodiscard]] ListedReminders listRemindersForParts(const std::vector<ListingPart>& parts,
+                                                        const std::stop_token& stop = {}) const;
     // The least value of a date attribute among the records that the fetch above would give. Reads no record.
     [[nodiscard]] OptionalDate earliestDateForPredicate(const NSPredicate& predicate,
                                                         std::string_view withAttribute) const;

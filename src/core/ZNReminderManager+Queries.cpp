@@ -39,6 +39,21 @@ NSPredicate predicate(std::string_view format, Arguments arguments) {
     return *std::move(parsed);
 }
 
+// The records of the two lists, which are fetched as a whole and in short.
+constexpr std::string_view activeFormat =
+    "locationLatitude = 0 AND locationLongitude = 0 AND (fire_date <= %@ OR fire_date = nil) AND completed_date = nil "
+    "AND (shouldDeleteRemote = %@ OR shouldDeleteRemote = nil)";
+constexpr std::string_view locationsFormat =
+    "locationLatitude != 0 AND locationLongitude != 0 AND completed_date = nil "
+    "AND (shouldDeleteRemote = %@ OR shouldDeleteRemote = nil)";
+constexpr std::string_view futureFormat =
+    "locationLatitude = 0 AND locationLongitude = 0 AND fire_date > %@ AND completed_date = nil "
+    "AND (shouldDeleteRemote = %@ OR shouldDeleteRemote = nil)";
+constexpr std::string_view completedFormat =
+    "completed_date != nil AND (shouldDeleteRemote = %@ OR shouldDeleteRemote = nil)";
+constexpr std::string_view datedFormat =
+    "locationLatitude = 0 AND locationLongitude = 0 AND fire_date >= %@ AND completed_date = nil "
+    "AND (shouldDeleteRemote = %@ OR shouldDeleteRemote = nil)";
 constexpr std::string_view notificationsFormat =
     "locationLatitude = 0 AND locationLongitude = 0 AND fire_date >= %@ AND start_date != nil AND completed_date = nil "
     "AND shouldSuppressNotifications == %@ AND (shouldDeleteRemote = %@ OR shouldDeleteRemote = nil)";
@@ -63,22 +78,15 @@ ZNReminderManager::Reminders ZNReminderManager::fetchAllReminders() const {
 }
 
 ZNReminderManager::Reminders ZNReminderManager::fetchAllCompletedReminders() const {
-    return fetch("completed_date != nil AND (shouldDeleteRemote = %@ OR shouldDeleteRemote = nil)", {false},
-                 byCompletedDate());
+    return fetch(completedFormat, {false}, byCompletedDate());
 }
 
 ZNReminderManager::Reminders ZNReminderManager::fetchAllRemindersWithDates() const {
-    return fetch(
-        "locationLatitude = 0 AND locationLongitude = 0 AND fire_date >= %@ AND completed_date = nil "
-        "AND (shouldDeleteRemote = %@ OR shouldDeleteRemote = nil)",
-        {_with.environment.now(), false}, byFireDate());
+    return fetch(datedFormat, {_with.environment.now(), false}, byFireDate());
 }
 
 ZNReminderManager::Reminders ZNReminderManager::fetchAllRemindersWithLocations() const {
-    return fetch(
-        "locationLatitude != 0 AND locationLongitude != 0 AND completed_date = nil "
-        "AND (shouldDeleteRemote = %@ OR shouldDeleteRemote = nil)",
-        {false});
+    return fetch(locationsFormat, {false});
 }
 
 ZNReminderManager::Reminders ZNReminderManager::fetchAllActiveRemindersWithLocations() const {
@@ -105,10 +113,7 @@ ZNReminderManager::Reminders ZNReminderManager::fetchAllRemindersWithLocalChange
 }
 
 ZNReminderManager::Reminders ZNReminderManager::fetchAllFutureReminders() const {
-    return fetch(
-        "locationLatitude = 0 AND locationLongitude = 0 AND fire_date > %@ AND completed_date = nil "
-        "AND (shouldDeleteRemote = %@ OR shouldDeleteRemote = nil)",
-        {_with.environment.now(), false}, byDueDate());
+    return fetch(futureFormat, {_with.environment.now(), false}, byDueDate());
 }
 
 ZNReminderManager::Reminders ZNReminderManager::fetchAllRemindersWithNotificationsOnOrAfterDate(
@@ -135,10 +140,7 @@ FetchResult ZNReminderManager::fetchAllRemindersWithPredicate(const std::optiona
 
 ZNReminderManager::Reminders ZNReminderManager::activeRemindersWithSort(
     const std::vector<NSSortDescriptor>& sort) const {
-    return ZNArrayDataSource::sortedArray(
-        fetch("locationLatitude = 0 AND locationLongitude = 0 AND (fire_date <= %@ OR fire_date = nil) "
-              "AND completed_date = nil AND (shouldDeleteRemote = %@ OR shouldDeleteRemote = nil)",
-              {_with.environment.now(), false}, sort));
+    return ZNArrayDataSource::sortedArray(fetch(activeFormat, {_with.environment.now(), false}, sort));
 }
 
 ZNReminderManager::Reminders ZNReminderManager::fetchAllActiveRemindersWithDefaultSort(bool defaultSort) const {
@@ -151,6 +153,24 @@ ZNReminderManager::Reminders ZNReminderManager::fetchAllIncompleteReminders() co
         all.insert(all.end(), std::make_move_iterator(part.begin()), std::make_move_iterator(part.end()));
     }
     return all;
+}
+
+ListedReminders ZNReminderManager::listAllIncompleteReminders(const std::stop_token& stop) const {
+    const NSDate now = _with.environment.now();
+    return _with.database.listRemindersForParts(
+        {{predicate(activeFormat, {now, false}), byFireDate(), ListingOrder::OfDeck},
+         {predicate(locationsFormat, {false}), {}},
+         {predicate(futureFormat, {now, false}), byDueDate()}},
+        stop);
+}
+
+ListedReminders ZNReminderManager::listAllCompletedReminders(const std::stop_token& stop) const {
+    return _with.database.listRemindersForParts({{predicate(completedFormat, {false}), byCompletedDate()}}, stop);
+}
+
+ListedReminders ZNReminderManager::listAllRemindersWithDates(const std::stop_token& stop) const {
+    return _with.database.listRemindersForParts(
+        {{predicate(datedFormat, {_with.environment.now(), false}), byFireDate()}}, stop);
 }
 
 OptionalDate ZNReminderManager::nextFireDateAfter(NSDate date) const {

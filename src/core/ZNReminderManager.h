@@ -17,6 +17,7 @@
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <stop_token>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -162,6 +163,11 @@ class ZNReminderManager {
     [[nodiscard]] Reminders fetchAllActiveRemindersWithDefaultSort(bool defaultSort) const;
     // The active ones, then those at places, then those to come.
     [[nodiscard]] Reminders fetchAllIncompleteReminders() const;
+    // What a list needs of the same reminders in the same order, as of one moment of the store. A small part of the
+    // cost in time and memory. Incomplete once the stop is asked for.
+    [[nodiscard]] ListedReminders listAllIncompleteReminders(const std::stop_token& stop = {}) const;
+    [[nodiscard]] ListedReminders listAllCompletedReminders(const std::stop_token& stop = {}) const;
+    [[nodiscard]] ListedReminders listAllRemindersWithDates(const std::stop_token& stop = {}) const;
     // When the next reminder becomes active.
     [[nodiscard]] OptionalDate nextFireDateAfter(NSDate date) const;
     [[nodiscard]] std::size_t numberOfActiveReminders() const;  // dated ones only: what the badge shows

@@ -50,11 +50,11 @@ std::string& queryText(std::string_view beginning) {
 
 }  // namespace
 
-std::vector<ReminderPtr> fetchRecords(StoreConnection& connection, const std::optional<NSPredicate>& predicate,
-                                      const std::vector<NSSortDescriptor>& sort) {
+PreparedStatement& recordQuery(StoreConnection& connection, std::string_view columns,
+                               const std::optional<NSPredicate>& predicate, const std::vector<NSSortDescriptor>& sort) {
     requireKnown(predicate);
-    static const std::string selection = "SELECT " + recordColumns() + " FROM reminders";
-    std::string& sql = queryText(selection);
+    std::string& sql = queryText("SELECT ");
+    sql.append(columns).append(" FROM reminders");
     appendCondition(sql, predicate);
     for (const NSSortDescriptor& descriptor : sort) {
         requireAttribute(descriptor.key);
@@ -64,10 +64,15 @@ std::vector<ReminderPtr> fetchRecords(StoreConnection& connection, const std::op
     }
     // Equal keys come in a fixed order, so that a refetch does not shuffle them.
     if (!sort.empty()) sql += sort.back().ascending ? ", rowid ASC" : ", rowid DESC";
+    PreparedStatement& statement = connection.statement(sql);
+    bindArguments(statement, predicate);
+    return statement;
+}
 
+std::vector<ReminderPtr> fetchRecords(StoreConnection& connection, const std::optional<NSPredicate>& predicate,
+                                      const std::vector<NSSortDescriptor>& sort) {
     std::vector<ReminderPtr> reminders;
-    const StatementUse query(connection.statement(sql));
-    bindArguments(*query, predicate);
+    const StatementUse query(recordQuery(connection, recordColumns(), predicate, sort));
     while (query->step())
         reminders.push_back(std::make_shared<ZNReminderObject>(readRecord(*query)));
     return reminders;

@@ -19,6 +19,10 @@ namespace zun {
 [[nodiscard]] std::vector<ReminderPtr> fetchRecords(StoreConnection& connection,
                                                     const std::optional<NSPredicate>& predicate,
                                                     const std::vector<NSSortDescriptor>& sort);
+// The prepared and bound query behind it, over these columns. The predicate must stay until it has run.
+[[nodiscard]] PreparedStatement& recordQuery(StoreConnection& connection, std::string_view columns,
+                                             const std::optional<NSPredicate>& predicate,
+                                             const std::vector<NSSortDescriptor>& sort);
 [[nodiscard]] std::size_t countRecords(StoreConnection& connection, const std::optional<NSPredicate>& predicate);
 [[nodiscard]] OptionalDate earliestDate(StoreConnection& connection, const NSPredicate& predicate,
                                         std::string_view attribute);

@@ -1,0 +1,57 @@
+#include "core/ListRows.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace zun {
+
+ListRows::ListRows(std::shared_ptr<const ListedReminders> reminders, ListSections sections)
+    : _reminders(std::move(reminders)), _headings(std::move(sections.headings)), _rows(std::move(sections.rows)) {
+    if (!_reminders->hasDoubles()) return;
+    std::vector<bool> seen(_reminders->size());
+    std::erase_if(_rows, [&](std::uint32_t row) {
+        if (row & ListSections::headingBit) return false;
+        const std::size_t first = _reminders->firstOfSameID(row & ~ListSections::movableBit);
+        const bool isSeen = seen[first];
+        seen[first] = true;
+        return isSeen;
+    });
+}
+
+std::size_t ListRows::indexOfObjectWithID(std::string_view reminderID) const {
+    const std::size_t number = _reminders ? _reminders->indexOfObjectWithID(reminderID) : npos;
+    if (number == npos) return npos;
+    for (std::size_t index = 0; index < _rows.size(); ++index)
+        if (!isHeader(index) && _reminders->firstOfSameID(numberAt(index)) == number) return index;
+    return npos;
+}
+
+void ListRows::remove(std::size_t index) {
+    _rows.erase(_rows.begin() + static_cast<std::ptrdiff_t>(index));
+}
+
+void ListRows::removeAll() {
+    _rows.clear();
+    _headings.clear();
+}
+
+void ListRows::move(std::size_t from, std::size_t to) {
+    const std::uint32_t row = _rows[from];
+    remove(from);
+    _rows.insert(_rows.begin() + static_cast<std::ptrdiff_t>(to), row);
+}
+
+std::size_t ListRows::lastValidIndex() const {
+    for (std::size_t index = _rows.size(); index-- > 0;)
+        if (canDrag(index)) return index;
+    return 0;
+}
+
+std::vector<std::string> ListRows::reminderIDs(std::size_t first, std::size_t last) const {
+    std::vector<std::string> identifiers;
+    for (std::size_t index = first; index < _rows.size() && index <= last; ++index)
+        if (!isHeader(index)) identifiers.emplace_back(reminderID(index));
+    return identifiers;
+}
+
+}  // namespace zun
