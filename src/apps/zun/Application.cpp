@@ -93,6 +93,7 @@ int runApplication(int argc, char** argv, const std::function<void(AppDelegate&)
     const auto mainQueue = std::make_shared<QtMainQueue>();
     Core core(home, DispatchQueuePtr(mainQueue));
     const auto& topics = preparations.topics();
+    QApplication::setLayoutDirection(core.strings.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
     QApplication::setFont(appFont(13));
     QApplication::setPalette(appPalette());
     DesktopTray tray(core.dispatch);

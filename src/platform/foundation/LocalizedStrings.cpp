@@ -2,6 +2,7 @@
 
 #include <unicode/udata.h>
 #include <unicode/uenum.h>
+#include <unicode/uloc.h>
 #include <unicode/unistr.h>
 #include <unicode/ures.h>
 
@@ -115,6 +116,10 @@ std::string LocalizedStrings::string(std::string_view key, std::string_view tabl
         if (auto text = find(openTable(bundle->get(), table).get(), name)) return *std::move(text);
     }
     return name;
+}
+
+bool LocalizedStrings::isRightToLeft() const {
+    return uloc_isRightToLeft(_language.c_str());
 }
 
 std::vector<std::string> LocalizedStrings::availableLanguages() {

@@ -28,6 +28,8 @@ class LocalizedStrings {
     // The language in use ("de"), and all there are.
     [[nodiscard]] const std::string& language() const { return _language; }
     [[nodiscard]] static std::vector<std::string> availableLanguages();
+    // Whether the language in use is written from right to left.
+    [[nodiscard]] bool isRightToLeft() const;
     // Every key of the language's main table, sorted, without fallback; or of a table of its own inside it.
     [[nodiscard]] std::vector<std::string> keys() const;
     [[nodiscard]] std::vector<std::string> keys(std::string_view table) const;
