@@ -81,6 +81,19 @@ inline constexpr QRgb barTextOnCard = 0xff4b3d74;
 inline constexpr int barHeight = 40;
 inline constexpr int barTitleSize = 15;
 
+// The calendar beside the cards, on the ground.
+inline constexpr QRgb calendarSelected = 0xff322b52;
+inline constexpr QRgb calendarTodayText = 0xff7f73a1;
+inline constexpr QRgb calendarDivider = 0x1affffff;  // white, 0.1
+inline constexpr QRgb calendarZeroState = 0xff9792ad;
+inline constexpr QRgb calendarSubtitle = 0xffc4bfda;
+inline constexpr QRgb calendarRow = 0x14ffffff;
+inline constexpr QRgb calendarRowHover = 0x24ffffff;
+inline constexpr double calendarOtherMonthAlpha = 0.4;
+inline constexpr double calendarHoverAlpha = 0.10;
+inline constexpr double calendarPressedAlpha = 0.18;
+inline constexpr double calendarMarkWidth = 1.5;
+
 // Pickers of days, on white.
 inline constexpr QRgb pickerOtherMonth = 0xff9a95a8;
 inline constexpr QRgb pickerEdge = 0x1f2f2a45;
@@ -95,6 +108,11 @@ inline constexpr QRgb latenessTodayText = 0xff8a6a0a;
 inline constexpr QRgb latenessYesterdayText = 0xffb4521a;
 inline constexpr QRgb latenessOlderText = 0xffc02c2c;
 inline constexpr QRgb latenessNoneText = 0xff736c8c;
+
+// The checklist. Checked items step back.
+inline constexpr QRgb checklistCheckedText = 0xffa8a8a8;
+inline constexpr QRgb checklistOpenVeil = 0x1a6f638f;     // over the button under the mouse
+inline constexpr QRgb checklistCheckedVeil = 0x1fffffff;  // the same over a filled one
 
 // States of everything that can be pressed.
 inline constexpr double hoverLighten = 0.06;
@@ -127,6 +145,18 @@ inline constexpr double listDraggedAlpha = 0.9;
 inline constexpr double listTitleLineHeight = 1.25;
 inline constexpr double listSubtitleLineHeight = 1.4;
 inline constexpr milliseconds listSlide{200};  // tables, segments, search bar, bulk bar, rows that close up
+
+// The editor.
+inline constexpr QRgb editorTint = 0xff8269a8;  // the selected segment, switches, labels of popovers
+inline constexpr QRgb editorWell = 0xfff0edf6;
+inline constexpr QRgb editorSwitchOff = 0xffbcb5cb;
+inline constexpr QRgb editorRule = 0xffece9f2;
+inline constexpr QRgb editorLabel = 0xff5f5580;
+inline constexpr QRgb editorValue = 0xff333333;
+inline constexpr QRgb editorChipGround = 0xffefeaf8;
+inline constexpr QRgb editorChipText = 0xff4b3d74;
+inline constexpr milliseconds switchSlide{120};
+inline constexpr milliseconds editorHeights{200};
 
 inline constexpr int minimumHitSize = 32;
 inline constexpr int minimumTouchSize = 44;
