@@ -4,8 +4,8 @@
 // is only read here; the caller shows what was understood and applies it when the user agrees.
 //
 // One phrase at most: at the start or the end of the title, or set off in its middle. A word that a title may hold for
-// another reason ("May", "Sun", "Meeting 9") is left alone: rather no phrase than a wrong one. Impossible and past dates
-// are no phrase, nor is a title of which nothing else would be left.
+// another reason ("May", "Sun", "Meeting 9") is left alone: rather no phrase than a wrong one. Impossible and past
+// dates are no phrase, nor is a title of which nothing else would be left.
 //
 //   a date without a time   the user's morning hour
 //   a time without a date   today, or tomorrow if it has passed
@@ -13,8 +13,8 @@
 //   a weekday               the next such day; today only if its time lies ahead
 //   a series                starts with its first occurrence; a day that ends it counts to its last second
 //
-// Any thread; keeps nothing between calls. Some tens of microseconds for a usual title; of very long ones only the first
-// and last kilobytes are looked at.
+// Any thread; keeps nothing between calls. Some tens of microseconds for a usual title; of very long ones only the
+// first and last kilobytes are looked at.
 
 #include <cstddef>
 #include <cstdint>
@@ -32,8 +32,8 @@ namespace zun {
 
 // What a title says about when.
 struct QuickEntry {
-    std::string title;              // without the phrase, never blank
-    std::size_t phraseStart = 0;    // bytes in the given title (UTF-8), whole characters
+    std::string title;            // without the phrase, never blank
+    std::size_t phraseStart = 0;  // bytes in the given title (UTF-8), whole characters
     std::size_t phraseLength = 0;
     NSDate start_date{};            // never before now
     std::uint64_t repeat_type = 0;  // RepeatType::none to RepeatType::yearly
