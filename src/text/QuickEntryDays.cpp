@@ -14,15 +14,14 @@ constexpr int mostUnits = 999;
 struct Preposition {
     bool isThere = false;   // "on", "am", "bis", "due"
     bool isOnOrBy = false;  // one that a day of the month needs
-    bool isDeadline = false;
 };
 
 Preposition takePreposition(QuickEntryCursor& cursor) {
     Preposition result;
     if (cursor.take(WordClass::Due)) result.isThere = true;
-    const bool isBy = cursor.take(WordClass::By).has_value();
-    if (isBy || cursor.take(WordClass::On) || cursor.take(WordClass::At)) result.isThere = result.isOnOrBy = true;
-    result.isDeadline = isBy;
+    if (cursor.take(WordClass::By) || cursor.take(WordClass::On) || cursor.take(WordClass::At)) {
+        result.isThere = result.isOnOrBy = true;
+    }
     return result;
 }
 
@@ -156,9 +155,10 @@ std::optional<Day> readWeekday(QuickEntryCursor& cursor) {
 std::optional<Day> readDate(QuickEntryCursor& cursor) {
     const auto preposition = takePreposition(cursor);
     const bool hasArticle = cursor.take(WordClass::The).has_value();
+    // "zum 1. Mai" is for that day rather than on it.
+    if (hasArticle && cursor.isGerman() && !preposition.isThere) return std::nullopt;
     if (const auto date = readCalendarDay(cursor)) {
-        const bool isSure = preposition.isThere && (!cursor.isGerman() || preposition.isOnOrBy);
-        return withPart(date->meaning, isSure ? Confidence::Strong : date->confidence);
+        return withPart(date->meaning, preposition.isThere ? Confidence::Strong : date->confidence);
     }
     if (!preposition.isOnOrBy || (!hasArticle && !cursor.isGerman())) return std::nullopt;
     const auto day = cursor.takeFigures(1, 31, 2);

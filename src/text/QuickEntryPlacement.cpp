@@ -83,12 +83,15 @@ class Surroundings {
         const auto joins = [&](const QuickEntryToken* token) {
             return token && (token->text == "-" || token->text == "/" || has(token, {And, To, Until}));
         };
-        return (joins(before()) && isTemporal(before(2))) || (joins(after()) && isTemporal(after(1)));
+        if ((joins(before()) && isTemporal(before(2))) || (joins(after()) && isTemporal(after(1)))) return true;
+        // The joining word may have been read as the phrase's own: "Montag bis Freitag", "3. bis 5. März".
+        const bool isOrdinal = before() && before()->isGlued && before()->text == ".";
+        return has(&_stretch.tokens[_phrase.begin], {Until}) && isTemporal(before(isOrdinal ? 2 : 1));
     }
 
     [[nodiscard]] bool leavesDanglingWord() const {
         if (has(before(), {WordClass::Dangling})) return true;
-        return _phrase.confidence == Confidence::Weak && has(before(), {WordClass::Name});
+        return _phrase.end == _phrase.begin + 1 && has(before(), {WordClass::Name});
     }
 
     // Figures behind a phrase belong to it, but were not understood: "Friday 31 February". A verb makes it a subject.

@@ -83,9 +83,10 @@ std::optional<Repeat> onWeekdays(int weekdays, int interval, Confidence confiden
 }
 
 // every day, alle 2 Wochen, jeden zweiten Tag, every other week on Monday
-std::optional<Repeat> readUnits(QuickEntryCursor& cursor) {
+std::optional<Repeat> readUnits(QuickEntryCursor& cursor, bool needsNumber) {
     auto count = cursor.take(WordClass::Other);
     if (!count) count = cursor.takeNumber(1, mostUnits);
+    if (!count && needsNumber) return std::nullopt;
     const auto unit = cursor.take(WordClass::Unit);
     auto repeat = unit ? inUnits(*unit, count.value_or(1)) : std::nullopt;
     if (!repeat || repeat->interval > mostUnits) return std::nullopt;
@@ -151,21 +152,26 @@ std::optional<Repeat> readHabit(QuickEntryCursor& cursor) {
 }  // namespace
 
 std::optional<PhrasePart<NamedRepeat>> readRepeat(QuickEntryCursor& cursor) {
-    using Read = std::optional<Repeat> (*)(QuickEntryCursor&);
-    const auto tryToRead = [&](Read read, bool isAfterEvery) {
+    const auto tryToRead = [&](auto read) {
         return cursor.attempt([&]() -> std::optional<Repeat> {
-            // "on the 3rd of every month"
-            if (isAfterEvery) cursor.take(WordClass::Of);
-            if (isAfterEvery && !cursor.take(WordClass::Every)) return std::nullopt;
-            const auto found = read(cursor);
+            const auto found = read();
             return found && cursor.isAtBoundary() ? found : std::nullopt;
         });
     };
-    for (const Read read : {readUnits, readWeekdays, readParts, readDates}) {
-        if (auto repeat = tryToRead(read, true)) return repeat;
+    const auto readAfterEvery = [&](auto read) {
+        return tryToRead([&]() -> std::optional<Repeat> {
+            // "on the 3rd of every month"
+            cursor.take(WordClass::Of);
+            const auto every = cursor.take(WordClass::Every);
+            return every ? read(*every == 1) : std::nullopt;
+        });
+    };
+    if (auto repeat = readAfterEvery([&](bool needsNumber) { return readUnits(cursor, needsNumber); })) return repeat;
+    for (const auto read : {readWeekdays, readParts, readDates}) {
+        if (auto repeat = readAfterEvery([&](bool) { return read(cursor); })) return repeat;
     }
-    for (const Read read : {readAdverb, readHabit}) {
-        if (auto repeat = tryToRead(read, false)) return repeat;
+    for (const auto read : {readAdverb, readHabit}) {
+        if (auto repeat = tryToRead([&] { return read(cursor); })) return repeat;
     }
     return std::nullopt;
 }

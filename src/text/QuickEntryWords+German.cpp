@@ -91,7 +91,8 @@ QuickEntryWords QuickEntryWords::makeGerman() {
         {PartHabit, valueOf(PartOfDay::Night), "nachts"},
         {Clock, 12 * 60, "mittag mittags"},
         {Clock, 24 * 60, "mitternacht"},
-        {Every, 0, "jeden jede jedes jeder jedem alle"},
+        {Every, 0, "jeden jede jedes"},
+        {Every, 1, "alle"},
         {Other, 2, "zweiten zweite zweites"},
         {Other, 3, "dritten dritte drittes"},
         {Other, 4, "vierten vierte viertes"},
@@ -126,7 +127,7 @@ QuickEntryWords QuickEntryWords::makeGerman() {
          "fuer ueber von vom seit nach vor ab zu zum zur der die das den dem des ein eine einer einem einen mein meine "
          "meinen dein deine deinen sein seine ihr ihre unser unsere mit ohne bei beim im in am an auf aus um gegen bis "
          "als wie zwischen waehrend und oder aber wenn was ist sind war waren letzten letzte letzter vorigen jeden "
-         "jede jedes alle nicht dieser diese diesen dieses guten gute guter per statt trotz wegen erst schon nur"},
+         "jede jedes alle nicht dieser diese diesen dieses guten gute guter per statt trotz wegen erst schon nur so"},
         {Verb, 0, "ist war sind waren wird und oder bis der die das den kommt kam"},
         {Name, 0, "schwarzer schwarzen weisser weissen blauer blauen gruener black cyber"},
     };

@@ -28,11 +28,11 @@ enum class WordClass {
     AmbiguousMonth,  // the same, a word of its own besides
     Unit,            // QuickEntryUnit
     Number,
-    Article,    // "a": one of something
-    Part,       // PartOfDay
-    PartHabit,  // "abends": PartOfDay
-    Clock,      // minutes after midnight
-    Every,
+    Article,       // "a": one of something
+    Part,          // PartOfDay
+    PartHabit,     // "abends": PartOfDay
+    Clock,         // minutes after midnight
+    Every,         // 1 where a number must follow
     Other,         // "every other": interval
     RepeatAdverb,  // unit * 16 + interval
     On,
