@@ -52,7 +52,7 @@ double StackGeometry::widthStep() const {
 }
 
 double StackGeometry::horizontalOffset() const {
-    return _metrics.superviewWidth >= wideWidth ? -cardXOffset() : 0;
+    return _metrics.superviewWidth >= wideWidth ? restOffset() : 0;
 }
 
 double StackGeometry::width(int index) const {
@@ -66,7 +66,7 @@ double StackGeometry::alphaMovingUp(double index, double percentage) {
 }
 
 double StackGeometry::skipTarget(SkipLeft skipLeft, double horizontalOffset) const {
-    const double rest = -cardXOffset();
+    const double rest = restOffset();
     const bool goesLeft = skipLeft == SkipLeft::Yes || horizontalOffset - rest < 0;
     return rest + (goesLeft ? -skipDistance : skipDistance);
 }
@@ -76,6 +76,22 @@ double zeroStateXOffset(double windowWidth, std::uint64_t windowLayoutMode) {
     if (available < wideWidth) return 0;
     const double margin = std::max(34.0, std::min(floorSingle(0.025 * available), 60.0));
     return 10 - ceilSingle((margin + calendarWidth(available, windowWidth, windowLayoutMode == 3)) * 0.5);
+}
+
+CalendarPlace calendarPlace(QSizeF windowSize, std::uint64_t windowLayoutMode) {
+    const bool isLarge = windowLayoutMode == 3;
+    const double available = windowSize.width() - 80;
+    const double cardHeight = std::min(0.8 * windowSize.height(), isLarge ? 800.0 : 520.0);
+    double cardWidth = std::min(ceilSingle(0.94 * available), isLarge ? 576.0 : 400.0);
+    if (isLarge) cardWidth = std::min(cardWidth, ceilSingle(0.74 * cardHeight));
+    const double top = ceilSingle((windowSize.height() - cardHeight) * 0.5);
+    const double margin = std::max(34.0, std::min(floorSingle(0.025 * available), 60.0));
+    CalendarPlace place{};
+    place.isHidden = windowSize.width() < CalendarPlace::narrowestWindow;
+    place.width = calendarWidth(available, windowSize.width(), isLarge);
+    place.height = std::max(1.0, ceilSingle(windowSize.height() - top - 22.5 - CalendarPlace::bottomMargin));
+    place.xOffset = available >= wideWidth ? ceilSingle(margin * 0.5 + cardWidth * 0.5) : 0;
+    return place;
 }
 
 CardMeasures cardMeasures(std::uint64_t windowLayoutMode, double windowWidth) {

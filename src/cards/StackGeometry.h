@@ -14,6 +14,8 @@ struct StackMetrics {
     QSizeF bounds;           // of the stack
     double superviewWidth = 0;
     std::uint64_t windowLayoutMode = 0;
+    // The calendar stands left of the cards, not right.
+    bool isMirrored = false;
 };
 
 enum class SkipLeft { No, Yes };
@@ -31,7 +33,7 @@ class StackGeometry {
     explicit StackGeometry(const StackMetrics& metrics) : _metrics(metrics) {}
 
     [[nodiscard]] QSizeF cardSize() const;
-    // How far the cards stand left of the centre to make room for the calendar.
+    // How far the cards stand from the centre to make room for the calendar: left of it, or right where it is mirrored.
     [[nodiscard]] double cardXOffset() const;
     [[nodiscard]] double verticalStep() const;
     [[nodiscard]] double widthStep() const;
@@ -49,11 +51,25 @@ class StackGeometry {
 
   private:
     [[nodiscard]] bool isLarge() const { return _metrics.windowLayoutMode == 3; }
+    [[nodiscard]] double restOffset() const { return _metrics.isMirrored ? cardXOffset() : -cardXOffset(); }
     StackMetrics _metrics;
 };
 
 // How far the zero state stands right of the centre; negative where it makes room for the calendar, as the cards do.
 [[nodiscard]] double zeroStateXOffset(double windowWidth, std::uint64_t windowLayoutMode);
+
+// The calendar beside the cards, for a window of this size. Heights below 1 become 1.
+struct CalendarPlace {
+    bool isHidden;
+    double width;
+    double height;
+    double xOffset;  // of its centre, from the centre towards the end of the line
+
+    static constexpr double narrowestWindow = 900;
+    static constexpr int bottomMargin = 20;
+    bool operator==(const CalendarPlace&) const = default;
+};
+[[nodiscard]] CalendarPlace calendarPlace(QSizeF windowSize, std::uint64_t windowLayoutMode);
 
 // The measures inside a card that depend on the layout mode.
 struct CardMeasures {

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "calendar/ZNCalendarViewController.h"
 #include "cards/DeckToolbar.h"
 #include "cards/ZNStackView.h"
 #include "cards/ZNStackViewItem.h"
@@ -30,7 +31,7 @@ ZNCardViewController::ZNCardViewController(const Collaborators& collaborators, Q
       _stackView(new ZNStackView(collaborators.cards, this)),
       _toolbar(new DeckToolbar(collaborators.cards, this)),
       _zeroState(new ZNZeroStateView(collaborators.cards, this)) {
-    _stackView->setOverflow(QMargins(0, stackTop, 0, 0));
+    _stackView->setOverflow(QMargins(stackSide, stackTop, stackSide, 0));
     _toolbar->setCentreLine(stackTop);
     // A card that flies passes over logo and number.
     _toolbar->lower();
@@ -119,6 +120,7 @@ void ZNCardViewController::takeDeck(std::vector<ReminderPtr> fetched) {
     std::erase_if(fetched, [&](const ReminderPtr& each) { return _leaving.contains(each->reminderID().value_or("")); });
     _reminders = std::move(fetched);
     moveRequestedReminderToTopIfNecessary();
+    closeSnoozePopoverWithoutItsReminder();
     _stackView->renderStackWithAnimation(false);
     updateUI();
     scheduleRefreshAtNextFireDate();
@@ -156,6 +158,7 @@ void ZNCardViewController::scheduleRefreshAtNextFireDate() {
 }
 
 void ZNCardViewController::minutePassed() {
+    if (_calendarController) _calendarController->minutePassed();
     // Timers sleep with the machine and do not hear of a changed clock; this is where both are noticed.
     if (_nextFireDate && *_nextFireDate <= _with.environment.now()) return fetchDataFromTheDatabase();
     _stackView->renderStackWithAnimation(false);
@@ -202,14 +205,6 @@ void ZNCardViewController::shouldSnoozeTopCard() {
     });
 }
 
-void ZNCardViewController::didSelectSnoozeDate(NSDate date) {
-    const QPointer<ZNCardViewController> self(this);
-    throwTopCard(false, [self, date, &manager = _with.manager](const ReminderPtr& reminder) {
-        manager.snoozeReminder(reminder, date);
-        if (self) self->registerUndo(reminder->reminderID().value_or(""), "Undo_Snooze_Text");
-    });
-}
-
 void ZNCardViewController::shouldSkipTopCard(FlyLeft flyLeft) {
     _skipLeft = flyLeft == FlyLeft::Yes;
     shouldSkipTopCard();
@@ -235,9 +230,6 @@ void ZNCardViewController::shouldEditTopCard() {
     if (_reminders.empty()) return;
     _with.cards.notifications.postNotificationName(ZNEditControllerRequested, _reminders.front());
 }
-
-// Without a menu of other times a right click asks for nothing.
-void ZNCardViewController::shouldShowSnoozeForCell(ZNStackViewItem&, ZNButton&, QPoint) {}
 
 // ---- undo
 
@@ -316,15 +308,6 @@ std::unique_ptr<ZNStackViewItem> ZNCardViewController::viewForIndex(int) {
 
 ReminderPtr ZNCardViewController::reminderForObjectAtIndex(int index) const {
     return index >= 0 && index < numberOfItemsInStack() ? _reminders[static_cast<std::size_t>(index)] : nullptr;
-}
-
-void ZNCardViewController::resizeEvent(QResizeEvent* event) {
-    ZNView::resizeEvent(event);
-    _stackView->setGeometry(rect());
-    _toolbar->setGeometry(0, 0, width(), DeckToolbar::height);
-    const auto offset = zeroStateXOffset(_with.cards.windowSize().width(), _with.cards.settings.windowLayoutMode());
-    _zeroState->move((width() - ZNZeroStateView::size.width()) / 2 + static_cast<int>(offset),
-                     (height() - ZNZeroStateView::size.height()) / 2 + ZNZeroStateView::verticalOffset);
 }
 
 }  // namespace zun

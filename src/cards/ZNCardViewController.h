@@ -1,7 +1,8 @@
 #pragma once
 
 // The main screen: holds the deck of reminders that are due now, feeds the stack, turns its gestures and buttons into
-// operations on the manager, and owns what stands around it: the count, the logo and the zero state.
+// operations on the manager, and owns what stands around it: the count, the logo, the zero state, the picker of a
+// snooze and, in a wide window, the calendar beside the stack.
 //
 // The deck is replaced whole by every fetch and edited in place by the actions. An action takes its card out of the
 // deck, animates, writes in the animation's completion and then registers the undo. Until that write shows in a fetch,
@@ -17,18 +18,26 @@
 #include <vector>
 
 #include "cards/CardContext.h"
+#include "cards/ZNSnoozeMenu.h"
+#include "cards/ZNSnoozePopoverViewController.h"
 #include "cards/ZNStackViewDelegate.h"
 #include "cards/ZNStackViewItemDelegate.h"
 #include "core/ZNReminderManager.h"
-#include "toolkit/ZNView.h"
+#include "toolkit/ZNPopover.h"
 
 namespace zun {
 
 class DeckToolbar;
+class ZNCalendarViewController;
 class ZNStackView;
 class ZNZeroStateView;
 
-class ZNCardViewController final : public ZNView, private ZNStackViewDelegate, private ZNStackViewItemDelegate {
+class ZNCardViewController final : public ZNView,
+                                   private ZNStackViewDelegate,
+                                   private ZNStackViewItemDelegate,
+                                   private ZNSnoozeMenuDelegate,
+                                   private ZNSnoozePopoverViewController::Delegate,
+                                   private ZNPopoverDelegate {
     Q_OBJECT
   public:
     struct Collaborators {
@@ -36,10 +45,14 @@ class ZNCardViewController final : public ZNView, private ZNStackViewDelegate, p
         ZNReminderManager& manager;
         const Environment& environment;
         QUndoStack& undoStack;
+        const LocalizedStrings& strings;
+        const DateLabels& labels;
     };
     // How much of the toolbar's height the stack's bounds begin below the top; the deck's cards reach under the
     // toolbar's lower edge.
     static constexpr int stackTop = 40;
+    // What of the screen's width is beside the stack's bounds, on each side.
+    static constexpr int stackSide = 40;
 
     explicit ZNCardViewController(const Collaborators& collaborators, QWidget* parent = nullptr);
     ~ZNCardViewController() override;
@@ -60,14 +73,18 @@ class ZNCardViewController final : public ZNView, private ZNStackViewDelegate, p
     void shouldSkipTopCard() override;
     void shouldSkipTopCard(FlyLeft flyLeft);
     void shouldEditTopCard() override;
-    // Snoozes the top card until this date.
-    void didSelectSnoozeDate(NSDate date);
     void undoLastReminderActionWithID(const std::string& reminderID);
 
     // Relative dates, zone and language may have changed: words are made anew.
     void minutePassed();
+    // Another day has begun, or somebody comes back to the screen.
+    void lockDidChange();
     void invalidateTimer();
     [[nodiscard]] ZNStackView& stackView() const { return *_stackView; }
+    // Present exactly while the picker of a snooze is open.
+    [[nodiscard]] ZNPopover* snoozePopover() const { return _snoozePopover; }
+    // Null until the window was wide enough for it once.
+    [[nodiscard]] ZNCalendarViewController* calendarController() const { return _calendarController; }
 
   protected:
     void resizeEvent(QResizeEvent* event) override;
@@ -76,9 +93,21 @@ class ZNCardViewController final : public ZNView, private ZNStackViewDelegate, p
     [[nodiscard]] int numberOfItemsInStack() const override { return static_cast<int>(_reminders.size()); }
     [[nodiscard]] std::unique_ptr<ZNStackViewItem> viewForIndex(int index) override;
     [[nodiscard]] ReminderPtr reminderForObjectAtIndex(int index) const override;
-    [[nodiscard]] bool shouldRespondToScrollAndGestures() const override { return true; }
+    [[nodiscard]] bool shouldRespondToScrollAndGestures() const override { return _snoozePopover == nullptr; }
     [[nodiscard]] bool shouldSkipLeft() const override { return _skipLeft; }
     void shouldShowSnoozeForCell(ZNStackViewItem& cell, ZNButton& withSnoozeButton, QPoint withEventPosition) override;
+    void shouldSnoozeWithReminder(const ReminderPtr& reminder, ZNStackViewItem* withStackItem,
+                                  OptionalDate withDate) override;
+    void didRequestCustomSnoozePickerWithStackItem(ZNStackViewItem* stackItem) override;
+    void didSelectSnoozeDate(NSDate date) override;
+    void setPopoverHeight(ZNBasePopoverViewController& controller, int height) override;
+    void dismissPopoverController(ZNBasePopoverViewController& controller) override;
+    void snoozeReminder(const std::string& reminderID, OptionalDate date);
+    void closeSnoozePopoverWithoutItsReminder();
+
+    void updateViewsForWindowResize();
+    void makeCalendar();
+    [[nodiscard]] bool isMirrored() const { return layoutDirection() == Qt::RightToLeft; }
 
     void addObservers();
     void reminderAdded(const ReminderPtr& reminder);
@@ -101,6 +130,9 @@ class ZNCardViewController final : public ZNView, private ZNStackViewDelegate, p
     ZNStackView* _stackView;
     DeckToolbar* _toolbar;
     ZNZeroStateView* _zeroState;
+    ZNCalendarViewController* _calendarController = nullptr;
+    QPointer<ZNPopover> _snoozePopover;
+    std::string _reminderIDToSnooze;  // what the picker was opened for
     std::vector<ReminderPtr> _reminders;
     std::string _reminderIDToShowOnTop;
     // Cards whose write is under way, and until when they stay out of the deck if it never shows.

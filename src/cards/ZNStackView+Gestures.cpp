@@ -9,6 +9,7 @@
 #include "cards/CardControls.h"
 #include "cards/ZNStackView.h"
 #include "cards/ZNStackViewItem.h"
+#include "toolkit/Tokens.h"
 
 namespace zun {
 
@@ -109,10 +110,12 @@ bool ZNStackView::filterMouse(QWidget& watched, QMouseEvent& event) {
     const QPointF position = event.globalPosition();
     if (event.type() == QEvent::MouseMove) {
         if (!_gatherer.drag(position)) return !isControl;
+        _hold.invalidate();
         if (auto* button = qobject_cast<ZNButton*>(&watched)) button->setDown(false);
         return std::exchange(_mouseDrags, true) || true;
     }
     if (event.button() != Qt::LeftButton) return false;
+    _hold.invalidate();
     if (event.type() == QEvent::MouseButtonRelease) {
         const bool wasDrag = _gatherer.release(position);
         const bool wasDragging = std::exchange(_mouseDrags, false) || wasDrag;
@@ -121,6 +124,7 @@ bool ZNStackView::filterMouse(QWidget& watched, QMouseEvent& event) {
     }
     _mouseDrags = false;
     if (swipesAllowed()) _gatherer.press(position);
+    startHold(watched, position);
     // What no control takes belongs to the card all the same, not to the ground below it.
     return !isControl;
 }
@@ -149,11 +153,15 @@ bool ZNStackView::touchEvent(QTouchEvent& event) {
         }
         event.accept();
         _pressed = qobject_cast<ZNButton*>(childAt(position));
-        if (_pressed) _pressed->setDown(true);
+        if (_pressed) {
+            _pressed->setDown(true);
+            startHold(*_pressed, event.points().front().globalPosition());
+        }
         _gatherer.press(event.points().front().globalPosition());
         return true;
     }
     event.accept();
+    if (isOver || event.type() == QEvent::TouchEnd) _hold.invalidate();
     if (isOver) {
         if (_pressed) _pressed->setDown(false);
         _pressed = nullptr;
@@ -163,6 +171,7 @@ bool ZNStackView::touchEvent(QTouchEvent& event) {
     }
     const QPointF position = event.points().front().globalPosition();
     const bool isDrag = event.type() == QEvent::TouchEnd ? _gatherer.release(position) : _gatherer.drag(position);
+    if (isDrag) _hold.invalidate();
     if (isDrag && _pressed) {
         _pressed->setDown(false);
         _pressed = nullptr;
@@ -173,6 +182,28 @@ bool ZNStackView::touchEvent(QTouchEvent& event) {
         button->click();
     }
     return true;
+}
+
+void ZNStackView::startHold(QWidget& pressed, QPointF globalPosition) {
+    ZNStackViewItem* top = topItem();
+    if (top == nullptr || &pressed != top->snoozeButton() || !pressed.isEnabled()) return;
+    const QPointer<ZNStackView> self(this);
+    const QPointer<ZNButton> button(top->snoozeButton());
+    _hold = NSTimer(_context.dispatch.main(), tokens::longPress, false, [self, button, globalPosition] {
+        if (self && button) self->holdElapsed(*button, globalPosition);
+    });
+}
+
+void ZNStackView::holdElapsed(ZNButton& button, QPointF globalPosition) {
+    ZNStackViewItem* top = topItem();
+    if (top == nullptr || top->snoozeButton() != &button || !button.isVisible()) return;
+    // The press is used up: letting go is neither a click nor a swipe.
+    button.setDown(false);
+    _pressed = nullptr;
+    _recognizer.cancel();
+    _gatherer.cancel();
+    restoreTopCard();
+    top->delegate()->shouldShowSnoozeForCell(*top, button, globalPosition.toPoint());
 }
 
 }  // namespace zun

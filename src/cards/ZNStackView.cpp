@@ -49,6 +49,7 @@ StackGeometry ZNStackView::geometryNow() const {
     metrics.bounds = stackBounds().size();
     metrics.superviewWidth = parentWidget() ? parentWidget()->width() : width();
     metrics.windowLayoutMode = _context.settings.windowLayoutMode();
+    metrics.isMirrored = layoutDirection() == Qt::RightToLeft;
     return StackGeometry(metrics);
 }
 

@@ -121,6 +121,9 @@ class ZNStackView final : public ZNView, private SwipeSink {
     void renderPicturesSoon();
 
     bool filterMouse(QWidget& watched, QMouseEvent& event);
+    // A press of the snooze button that is held becomes a request for its menu.
+    void startHold(QWidget& pressed, QPointF globalPosition);
+    void holdElapsed(ZNButton& button, QPointF globalPosition);
     bool touchEvent(QTouchEvent& event);
 
     CardContext _context;
@@ -138,6 +141,7 @@ class ZNStackView final : public ZNView, private SwipeSink {
     int _focusedControl = -1;
     QPointer<ZNButton> _pressed;
     bool _mouseDrags = false;
+    NSTimer _hold;
     std::map<const ZNStackViewItem*, Painted> _painted;
     // The one card that leans, shadow and all.
     struct Leaning {

@@ -174,6 +174,7 @@ inline constexpr milliseconds reducedFade{80};  // what is left of a render wher
 // A gesture of a device without phases ends when it has rested for this long. Longer feels sticky, shorter cuts slow
 // turns in two.
 inline constexpr milliseconds wheelRest{150};
+inline constexpr milliseconds longPress{500};  // held for this long, a press asks for the menu
 inline constexpr std::chrono::microseconds frame{16667};
 
 }  // namespace zun::tokens
