@@ -10,7 +10,6 @@ namespace zun {
 namespace {
 
 constexpr std::size_t bytesOfChunk = 256 * 1024;
-constexpr std::size_t mostReminders = std::size_t{1} << 30;
 
 }  // namespace
 
@@ -68,10 +67,7 @@ void ListedReminders::indexIdentifiers() {
     }
 }
 
-bool ListedReminders::Builder::add(const ListedReminder& reminder) {
-    const auto fits = [](std::string_view text) { return text.size() <= std::numeric_limits<std::uint32_t>::max(); };
-    if (size() >= mostReminders || !fits(reminder.reminderID) || !fits(reminder.title) || !fits(reminder.foldedTitle))
-        return false;
+void ListedReminders::Builder::add(const ListedReminder& reminder) {
     const bool isFoldedAlready = reminder.title == reminder.foldedTitle;
     char* const text = roomFor(reminder.reminderID.size() + reminder.title.size() +
                                (isFoldedAlready ? 0 : reminder.foldedTitle.size()));
@@ -90,7 +86,6 @@ bool ListedReminders::Builder::add(const ListedReminder& reminder) {
                                   .isLocationBased = reminder.isLocationBased,
                                   .isSnoozed = reminder.isSnoozed,
                                   .isFoldedAlready = isFoldedAlready});
-    return true;
 }
 
 char* ListedReminders::Builder::roomFor(std::size_t length) {

@@ -78,13 +78,15 @@ class ListedReminders {
 // Takes reminders one by one; build() gives them in the order asked for.
 class ListedReminders::Builder {
   public:
-    // At most 2^30 reminders, and 2^32 bytes a text; false beyond.
-    bool add(const ListedReminder& reminder);
+    // Not to a full one. Texts are shorter than 2^32 bytes, as SQLite's are.
+    void add(const ListedReminder& reminder);
+    [[nodiscard]] bool isFull() const { return size() >= mostReminders; }
     [[nodiscard]] std::size_t size() const { return _building._entries.size(); }
     // `order` holds positions of addition, each at most once. The builder is empty afterwards.
     [[nodiscard]] ListedReminders build(std::span<const std::uint32_t> order);
 
   private:
+    static constexpr std::size_t mostReminders = std::size_t{1} << 30;
     char* roomFor(std::size_t length);
 
     ListedReminders _building;

@@ -1,17 +1,16 @@
 #pragma once
 
-#include <vector>
-
 #include "platform/foundation/NSPredicate.h"
 
 namespace zun {
 
 enum class ListingOrder { AsSorted, OfDeck };
 
-// One query of a listing. The deck's order is made from the sorted one.
+// One query of a listing. It is sorted by a date; equal and absent ones stand as in a fetch with that sort. The deck's
+// order is made from the sorted one.
 struct ListingPart {
     NSPredicate predicate;
-    std::vector<NSSortDescriptor> sort;
+    NSSortDescriptor sort;
     ListingOrder order = ListingOrder::AsSorted;
 };
 

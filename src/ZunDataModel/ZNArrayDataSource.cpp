@@ -49,24 +49,14 @@ void ZNArrayDataSource::removeReminderById(std::string_view reminderID) {
     std::erase_if(_reminders, [&](const Row& row) { return hasID(row, reminderID); });
 }
 
-std::vector<std::uint32_t> ZNArrayDataSource::sortedNumbers(const std::vector<Place>& places) {
-    std::vector<Place> fired;
-    std::vector<Place> ranked;
-    std::vector<Place> rest;
-    for (const Place& place : places) {
-        auto& group = place.rank > 0 ? ranked : place.rank == 0 && place.hasFireDate ? fired : rest;
-        group.push_back(place);
-    }
-    std::ranges::stable_sort(ranked, std::ranges::greater{}, &Place::rank);
+void ZNArrayDataSource::sortPlaces(std::vector<Place>& places) {
+    const auto ranked = std::stable_partition(places.begin(), places.end(),
+                                              [](const Place& place) { return place.rank == 0 && place.hasFireDate; });
+    const auto rest = std::stable_partition(ranked, places.end(), [](const Place& place) { return place.rank > 0; });
+    std::ranges::stable_sort(ranked, rest, std::ranges::greater{}, &Place::rank);
     // Sorting all by rank first decides between equal creation dates here.
-    std::ranges::stable_sort(rest, std::ranges::greater{}, &Place::rank);
-    std::ranges::stable_sort(rest, std::ranges::less{}, &Place::created_date);
-
-    std::vector<std::uint32_t> numbers;
-    numbers.reserve(places.size());
-    for (const auto* group : {&fired, &ranked, &rest})
-        std::ranges::transform(*group, std::back_inserter(numbers), &Place::number);
-    return numbers;
+    std::ranges::stable_sort(rest, places.end(), std::ranges::greater{}, &Place::rank);
+    std::ranges::stable_sort(rest, places.end(), std::ranges::less{}, &Place::created_date);
 }
 
 std::vector<ReminderPtr> ZNArrayDataSource::sortedArray(std::vector<ReminderPtr> reminders) {
@@ -78,10 +68,11 @@ std::vector<ReminderPtr> ZNArrayDataSource::sortedArray(std::vector<ReminderPtr>
         if (reminder)
             places.push_back({number, reminder->rank(), reminder->fire_date().has_value(), reminder->created_date()});
     }
+    sortPlaces(places);
     std::vector<ReminderPtr> sorted;
     sorted.reserve(places.size());
-    for (const std::uint32_t number : sortedNumbers(places))
-        sorted.push_back(std::move(reminders[number]));
+    for (const Place& place : places)
+        sorted.push_back(std::move(reminders[place.number]));
     return sorted;
 }
 

@@ -33,8 +33,8 @@ class ZNArrayDataSource {
         bool hasFireDate;
         OptionalDate created_date;
     };
-    // The numbers in the order of sortedArray().
-    [[nodiscard]] static std::vector<std::uint32_t> sortedNumbers(const std::vector<Place>& places);
+    // Into the order of sortedArray().
+    static void sortPlaces(std::vector<Place>& places);
     // Unranked reminders that have fired, in the order given; then ranked ones by falling `rank`; then all others by
     // rising `created_date`. Stable.
     [[nodiscard]] static std::vector<ReminderPtr> sortedArray(std::vector<ReminderPtr> reminders);

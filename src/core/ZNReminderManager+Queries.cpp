@@ -14,20 +14,10 @@ namespace {
 using namespace std::chrono_literals;
 using Arguments = std::vector<NSPredicate::Argument>;
 
-const std::vector<NSSortDescriptor>& byFireDate() {
-    static const std::vector<NSSortDescriptor> sort = {{"fire_date", false}};
-    return sort;
-}
-
-const std::vector<NSSortDescriptor>& byDueDate() {
-    static const std::vector<NSSortDescriptor> sort = {{"due_date", false}};
-    return sort;
-}
-
-const std::vector<NSSortDescriptor>& byCompletedDate() {
-    static const std::vector<NSSortDescriptor> sort = {{"completed_date", false}};
-    return sort;
-}
+const NSSortDescriptor byFireDate{"fire_date", false};
+const NSSortDescriptor byDueDate{"due_date", false};
+const NSSortDescriptor byCompletedDate{"completed_date", false};
+const NSSortDescriptor byRisingFireDate{"fire_date", true};
 
 // A null predicate would mean every record, so a format with a slip in it must not pass for one.
 NSPredicate predicate(std::string_view format, Arguments arguments) {
@@ -78,15 +68,15 @@ ZNReminderManager::Reminders ZNReminderManager::fetchAllReminders() const {
 }
 
 ZNReminderManager::Reminders ZNReminderManager::fetchAllCompletedReminders() const {
-    return fetch(completedFormat, {false}, byCompletedDate());
+    return fetch(completedFormat, {false}, {byCompletedDate});
 }
 
 ZNReminderManager::Reminders ZNReminderManager::fetchAllRemindersWithDates() const {
-    return fetch(datedFormat, {_with.environment.now(), false}, byFireDate());
+    return fetch(datedFormat, {_with.environment.now(), false}, {byFireDate});
 }
 
 ZNReminderManager::Reminders ZNReminderManager::fetchAllRemindersWithLocations() const {
-    return fetch(locationsFormat, {false});
+    return fetch(locationsFormat, {false}, {byRisingFireDate});
 }
 
 ZNReminderManager::Reminders ZNReminderManager::fetchAllActiveRemindersWithLocations() const {
@@ -113,7 +103,7 @@ ZNReminderManager::Reminders ZNReminderManager::fetchAllRemindersWithLocalChange
 }
 
 ZNReminderManager::Reminders ZNReminderManager::fetchAllFutureReminders() const {
-    return fetch(futureFormat, {_with.environment.now(), false}, byDueDate());
+    return fetch(futureFormat, {_with.environment.now(), false}, {byDueDate});
 }
 
 ZNReminderManager::Reminders ZNReminderManager::fetchAllRemindersWithNotificationsOnOrAfterDate(
@@ -144,7 +134,7 @@ ZNReminderManager::Reminders ZNReminderManager::activeRemindersWithSort(
 }
 
 ZNReminderManager::Reminders ZNReminderManager::fetchAllActiveRemindersWithDefaultSort(bool defaultSort) const {
-    return activeRemindersWithSort(defaultSort ? byFireDate() : byDueDate());
+    return activeRemindersWithSort({defaultSort ? byFireDate : byDueDate});
 }
 
 ZNReminderManager::Reminders ZNReminderManager::fetchAllIncompleteReminders() const {
@@ -158,19 +148,19 @@ ZNReminderManager::Reminders ZNReminderManager::fetchAllIncompleteReminders() co
 ListedReminders ZNReminderManager::listAllIncompleteReminders(const std::stop_token& stop) const {
     const NSDate now = _with.environment.now();
     return _with.database.listRemindersForParts(
-        {{predicate(activeFormat, {now, false}), byFireDate(), ListingOrder::OfDeck},
-         {predicate(locationsFormat, {false}), {}},
-         {predicate(futureFormat, {now, false}), byDueDate()}},
+        {{predicate(activeFormat, {now, false}), byFireDate, ListingOrder::OfDeck},
+         {predicate(locationsFormat, {false}), byRisingFireDate},
+         {predicate(futureFormat, {now, false}), byDueDate}},
         stop);
 }
 
 ListedReminders ZNReminderManager::listAllCompletedReminders(const std::stop_token& stop) const {
-    return _with.database.listRemindersForParts({{predicate(completedFormat, {false}), byCompletedDate()}}, stop);
+    return _with.database.listRemindersForParts({{predicate(completedFormat, {false}), byCompletedDate}}, stop);
 }
 
 ListedReminders ZNReminderManager::listAllRemindersWithDates(const std::stop_token& stop) const {
     return _with.database.listRemindersForParts(
-        {{predicate(datedFormat, {_with.environment.now(), false}), byFireDate()}}, stop);
+        {{predicate(datedFormat, {_with.environment.now(), false}), byFireDate}}, stop);
 }
 
 OptionalDate ZNReminderManager::nextFireDateAfter(NSDate date) const {

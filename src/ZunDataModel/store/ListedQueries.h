@@ -2,9 +2,8 @@
 
 // Reading what lists need of many records, without the records. Throws as reading records does.
 
-#include <cstdint>
+#include <span>
 #include <stop_token>
-#include <vector>
 
 #include "ZunDataModel/ListedReminders.h"
 #include "ZunDataModel/ListingPart.h"
@@ -13,7 +12,7 @@
 namespace zun {
 
 // The parts one behind the other, all from one moment of the store. Incomplete once the stop is asked for.
-[[nodiscard]] ListedReminders listRecords(StoreConnection& connection, const std::vector<ListingPart>& parts,
+[[nodiscard]] ListedReminders listRecords(StoreConnection& connection, std::span<const ListingPart> parts,
                                           const std::stop_token& stop);
 
 }  // namespace zun

@@ -50,20 +50,12 @@ std::string& queryText(std::string_view beginning) {
 
 }  // namespace
 
-PreparedStatement& recordQuery(StoreConnection& connection, std::string_view columns,
-                               const std::optional<NSPredicate>& predicate, const std::vector<NSSortDescriptor>& sort) {
+PreparedStatement& recordQuery(StoreConnection& connection, std::string_view beginning,
+                               const std::optional<NSPredicate>& predicate, std::string_view end) {
     requireKnown(predicate);
-    std::string& sql = queryText("SELECT ");
-    sql.append(columns).append(" FROM reminders");
+    std::string& sql = queryText(beginning);
     appendCondition(sql, predicate);
-    for (const NSSortDescriptor& descriptor : sort) {
-        requireAttribute(descriptor.key);
-        sql += &descriptor == &sort.front() ? " ORDER BY " : ", ";
-        sql += descriptor.key;
-        sql += descriptor.ascending ? " ASC" : " DESC";
-    }
-    // Equal keys come in a fixed order, so that a refetch does not shuffle them.
-    if (!sort.empty()) sql += sort.back().ascending ? ", rowid ASC" : ", rowid DESC";
+    sql += end;
     PreparedStatement& statement = connection.statement(sql);
     bindArguments(statement, predicate);
     return statement;
@@ -71,30 +63,34 @@ PreparedStatement& recordQuery(StoreConnection& connection, std::string_view col
 
 std::vector<ReminderPtr> fetchRecords(StoreConnection& connection, const std::optional<NSPredicate>& predicate,
                                       const std::vector<NSSortDescriptor>& sort) {
+    static const std::string selection = "SELECT " + recordColumns() + " FROM reminders";
+    thread_local std::string order;
+    order.clear();
+    for (const NSSortDescriptor& descriptor : sort) {
+        requireAttribute(descriptor.key);
+        order += order.empty() ? " ORDER BY " : ", ";
+        order += descriptor.key;
+        order += descriptor.ascending ? " ASC" : " DESC";
+    }
+    // Equal keys come in a fixed order, so that a refetch does not shuffle them.
+    if (!sort.empty()) order += sort.back().ascending ? ", rowid ASC" : ", rowid DESC";
+
     std::vector<ReminderPtr> reminders;
-    const StatementUse query(recordQuery(connection, recordColumns(), predicate, sort));
+    const StatementUse query(recordQuery(connection, selection, predicate, order));
     while (query->step())
         reminders.push_back(std::make_shared<ZNReminderObject>(readRecord(*query)));
     return reminders;
 }
 
 std::size_t countRecords(StoreConnection& connection, const std::optional<NSPredicate>& predicate) {
-    requireKnown(predicate);
-    std::string& sql = queryText("SELECT count(*) FROM reminders");
-    appendCondition(sql, predicate);
-    const StatementUse query(connection.statement(sql));
-    bindArguments(*query, predicate);
+    const StatementUse query(recordQuery(connection, "SELECT count(*) FROM reminders", predicate));
     return query->step() ? static_cast<std::size_t>(query->integer(0)) : 0;
 }
 
 OptionalDate earliestDate(StoreConnection& connection, const NSPredicate& predicate, std::string_view attribute) {
     requireAttribute(attribute);
-    requireKnown(predicate);
-    std::string& sql = queryText("SELECT min(");
-    sql.append(attribute).append(") FROM reminders");
-    appendCondition(sql, predicate);
-    const StatementUse query(connection.statement(sql));
-    bindArguments(*query, predicate);
+    const auto selection = "SELECT min(" + std::string(attribute) + ") FROM reminders";
+    const StatementUse query(recordQuery(connection, selection, predicate));
     if (!query->step() || sqlite3_column_type(query->handle(), 0) == SQLITE_NULL) return std::nullopt;
     return NSDate(std::chrono::microseconds(query->integer(0)));
 }

@@ -19,10 +19,10 @@ namespace zun {
 [[nodiscard]] std::vector<ReminderPtr> fetchRecords(StoreConnection& connection,
                                                     const std::optional<NSPredicate>& predicate,
                                                     const std::vector<NSSortDescriptor>& sort);
-// The prepared and bound query behind it, over these columns. The predicate must stay until it has run.
-[[nodiscard]] PreparedStatement& recordQuery(StoreConnection& connection, std::string_view columns,
-                                             const std::optional<NSPredicate>& predicate,
-                                             const std::vector<NSSortDescriptor>& sort);
+// The beginning of a query over records, such as "SELECT title FROM reminders", with the predicate's condition and the
+// end behind it; prepared and bound. The predicate must stay until it has run.
+[[nodiscard]] PreparedStatement& recordQuery(StoreConnection& connection, std::string_view beginning,
+                                             const std::optional<NSPredicate>& predicate, std::string_view end = {});
 [[nodiscard]] std::size_t countRecords(StoreConnection& connection, const std::optional<NSPredicate>& predicate);
 [[nodiscard]] OptionalDate earliestDate(StoreConnection& connection, const NSPredicate& predicate,
                                         std::string_view attribute);
