@@ -35,6 +35,26 @@ void ListRows::removeAll() {
     _headings.clear();
 }
 
+void ListRows::removeRows(const std::vector<std::size_t>& indexes) {
+    std::vector<std::uint32_t> left;
+    left.reserve(_rows.size());
+    auto next = indexes.begin();
+    const auto dropEmptyHeading = [&] {
+        if (!left.empty() && (left.back() & ListSections::headingBit) != 0) left.pop_back();
+    };
+    for (std::size_t index = 0; index < _rows.size(); ++index) {
+        const bool goes = next != indexes.end() && *next == index;
+        if (goes) {
+            ++next;
+            continue;
+        }
+        if (isHeader(index)) dropEmptyHeading();
+        left.push_back(_rows[index]);
+    }
+    dropEmptyHeading();
+    _rows = std::move(left);
+}
+
 void ListRows::move(std::size_t from, std::size_t to) {
     const std::uint32_t row = _rows[from];
     remove(from);

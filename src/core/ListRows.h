@@ -39,6 +39,8 @@ class ListRows {
 
     void remove(std::size_t index);
     void removeAll();
+    // Many at once, ascending, and the headings that nothing is left under.
+    void removeRows(const std::vector<std::size_t>& indexes);
     // Takes the row out and puts it in at `to` of what is left, which a row moved down reaches one place lower than
     // where it was dropped. `to` is at most size() - 1.
     void move(std::size_t from, std::size_t to);
