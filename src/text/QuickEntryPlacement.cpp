@@ -30,7 +30,8 @@ class Surroundings {
         : _phrase(phrase), _stretch(stretch), _words(words) {}
 
     [[nodiscard]] bool areClear() const {
-        return beginsWord() && !isQuoted() && !isPartOfRange() && !leavesDanglingWord() && !runsOn();
+        return beginsWord() && !isQuoted() && !isPartOfRange() && !leavesDanglingWord() && !runsOn() &&
+               !followsWhatWasNotUnderstood();
     }
 
     [[nodiscard]] bool isAtStart() const {
@@ -100,6 +101,19 @@ class Surroundings {
         if (!next) return false;
         if (next->kind == Kind::Number || next->text == "%" || next->text == "'") return true;
         return has(next, {WordClass::Month, WordClass::Verb, WordClass::Hours});
+    }
+
+    // The rest of something impossible: "today at 9" in the evening, "31 February at 5", "14/3 5pm" by months first.
+    [[nodiscard]] bool followsWhatWasNotUnderstood() const {
+        using enum WordClass;
+        if (has(before(), {RelativeDay, Tonight, Weekday, WeekdayHabit, WeekdayPart})) return true;
+        const bool isAfterMark = before() && before()->isGlued && before()->text == ".";
+        const auto* last = before(isAfterMark ? 2 : 1);
+        const auto* beforeLast = before(isAfterMark ? 3 : 2);
+        if (!last || !beforeLast) return false;
+        if (has(last, {Month})) return beforeLast->kind == Kind::Number || beforeLast->text == ".";
+        if (last->kind != Kind::Number) return false;
+        return has(beforeLast, {Month}) || (last->isGlued && isOneOf(beforeLast->text, {"/", ".", ":", "-"}));
     }
 
     const QuickEntryPhrase& _phrase;
@@ -179,6 +193,9 @@ std::string joined(std::string_view left, std::string_view right) {
 bool isBelievable(const QuickEntryPhrase& phrase, const QuickEntryStretch& stretch, const QuickEntryWords& words) {
     const Surroundings surroundings(phrase, stretch, words);
     if (!surroundings.areClear()) return false;
+    // In the midst of a whole page a phrase is part of what is told there.
+    const bool isPage = !stretch.reachesStart || !stretch.reachesEnd;
+    if (isPage && !surroundings.isAtStart() && !surroundings.isAtEnd()) return false;
     switch (phrase.confidence) {
         case Confidence::OnlyWithMore:
             return false;

@@ -49,7 +49,7 @@ QuickEntryWords QuickEntryWords::makeGerman() {
         {WeekdaySet, 0b01111100, "werktags wochentags werktag wochentag werktagen wochentagen"},
         {WeekdaySet, 0b10000010, "wochenenden"},
         {Weekend, 0, "wochenende"},
-        {Month, 1, "jaenner"},
+        {Month, 1, "jaenner jaen"},
         {Month, 2, "feber"},
         {Month, 3, "mrz"},
         {Month, 9, "sept"},
