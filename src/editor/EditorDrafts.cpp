@@ -111,8 +111,9 @@ void EditorDrafts::add(EditorDraft draft) {
     _lines.push_back({std::move(text), std::move(draft)});
 }
 
-void EditorDrafts::keep(ReminderAttributes opened, ReminderAttributes edited) {
+void EditorDrafts::keep(ReminderAttributes opened, ReminderAttributes edited, const std::string& continuedDraftID) {
     load();
+    std::erase_if(_lines, [&](const Line& line) { return line.draft && line.draft->draftID == continuedDraftID; });
     add({_environment.newIdentifier(), std::move(opened), std::move(edited)});
     if (_lines.size() > limit) _lines.erase(_lines.begin(), _lines.end() - limit);
     store();

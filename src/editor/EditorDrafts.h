@@ -31,8 +31,9 @@ class EditorDrafts {
     // The folder need not exist. The environment outlives this.
     EditorDrafts(const std::filesystem::path& stateFolder, const Environment& environment);
 
-    // Adds it as the latest. It takes the place of a draft of the same reminder, or with the same contents.
-    void keep(ReminderAttributes opened, ReminderAttributes edited);
+    // Adds it as the latest. It takes the place of the draft that it goes on with, if any, and of one of the same
+    // reminder or with the same contents.
+    void keep(ReminderAttributes opened, ReminderAttributes edited, const std::string& continuedDraftID = {});
     void remove(const std::string& draftID);
     // The latest draft of this reminder.
     [[nodiscard]] std::optional<EditorDraft> draftForReminder(const std::string& reminderID);

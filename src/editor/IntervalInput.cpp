@@ -133,8 +133,8 @@ QSize IntervalInput::sizeHint() const {
 }
 
 void IntervalInput::resizeEvent(QResizeEvent*) {
-    const auto place = [this](QWidget& child, const QRect& place) {
-        child.setGeometry(QStyle::visualRect(layoutDirection(), rect(), place));
+    const auto place = [this](QWidget& child, const QRect& leftToRight) {
+        child.setGeometry(QStyle::visualRect(layoutDirection(), rect(), leftToRight));
     };
     const int top = FocusRing::room;
     const int inner = height() - 2 * top;
