@@ -2,14 +2,18 @@
 
 #include <algorithm>
 #include <bit>
-#include <cstring>
 #include <functional>
+#include <numeric>
 #include <utility>
 
 namespace zun {
 namespace {
 
 constexpr std::size_t bytesOfChunk = 256 * 1024;
+
+std::uint32_t hashOf(std::string_view reminderID) {
+    return static_cast<std::uint32_t>(std::hash<std::string_view>{}(reminderID));
+}
 
 }  // namespace
 
@@ -37,34 +41,37 @@ std::string_view ListedReminders::foldedTitle(std::size_t index) const {
     return {entry.text + before, entry.lengthOfFoldedTitle};
 }
 
-std::size_t ListedReminders::bucketOf(std::string_view reminderID) const {
+std::size_t ListedReminders::bucketOf(std::string_view reminderID, std::uint32_t hash) const {
     const std::size_t mask = _buckets.size() - 1;
-    std::size_t bucket = std::hash<std::string_view>{}(reminderID)&mask;
-    while (_buckets[bucket] != 0 && this->reminderID(_buckets[bucket] - 1) != reminderID)
-        bucket = (bucket + 1) & mask;
-    return bucket;
+    std::size_t place = hash & mask;
+    for (; _buckets[place].numberPlusOne != 0; place = (place + 1) & mask) {
+        const Bucket& bucket = _buckets[place];
+        if (bucket.hash == hash && this->reminderID(bucket.numberPlusOne - 1) == reminderID) break;
+    }
+    return place;
 }
 
 std::size_t ListedReminders::indexOfObjectWithID(std::string_view reminderID) const {
     if (_buckets.empty()) return npos;
-    const std::uint32_t found = _buckets[bucketOf(reminderID)];
-    return found == 0 ? npos : found - 1;
+    const Bucket& found = _buckets[bucketOf(reminderID, hashOf(reminderID))];
+    return found.numberPlusOne == 0 ? npos : found.numberPlusOne - 1;
 }
 
-void ListedReminders::indexIdentifiers() {
-    if (_entries.empty()) return;
-    _buckets.assign(std::bit_ceil(_entries.size() * 3 / 2 + 1), 0);
-    for (std::size_t index = 0; index < _entries.size(); ++index) {
-        std::uint32_t& bucket = _buckets[bucketOf(reminderID(index))];
-        if (bucket == 0) {
-            bucket = static_cast<std::uint32_t>(index) + 1;
-        } else if (_firstOfSameID.empty()) {
-            _firstOfSameID.resize(_entries.size());
-            for (std::size_t before = 0; before < index; ++before)
-                _firstOfSameID[before] = static_cast<std::uint32_t>(before);
-        }
-        if (hasDoubles()) _firstOfSameID[index] = bucket - 1;
+// In rising order of numbers.
+void ListedReminders::indexIdentifier(std::uint32_t number, std::uint32_t hash) {
+    Bucket& bucket = _buckets[bucketOf(reminderID(number), hash)];
+    if (bucket.numberPlusOne == 0) {
+        bucket = {hash, number + 1};
+    } else if (_firstOfSameID.empty()) {
+        _firstOfSameID.resize(_entries.size());
+        std::iota(_firstOfSameID.begin(), _firstOfSameID.end(), 0);
     }
+    if (hasDoubles()) _firstOfSameID[number] = bucket.numberPlusOne - 1;
+}
+
+void ListedReminders::Builder::reserve(std::size_t count) {
+    _building._entries.reserve(count);
+    _hashes.reserve(count);
 }
 
 void ListedReminders::Builder::add(const ListedReminder& reminder) {
@@ -86,6 +93,7 @@ void ListedReminders::Builder::add(const ListedReminder& reminder) {
                                   .isLocationBased = reminder.isLocationBased,
                                   .isSnoozed = reminder.isSnoozed,
                                   .isFoldedAlready = isFoldedAlready});
+    _hashes.push_back(hashOf(reminder.reminderID));
 }
 
 char* ListedReminders::Builder::roomFor(std::size_t length) {
@@ -105,7 +113,9 @@ ListedReminders ListedReminders::Builder::build(std::span<const std::uint32_t> o
     result._entries.reserve(order.size());
     for (const std::uint32_t position : order)
         result._entries.push_back(_building._entries[position]);
-    result.indexIdentifiers();
+    if (!order.empty()) result._buckets.resize(std::bit_ceil(order.size() * 3 / 2 + 1));
+    for (std::uint32_t number = 0; number < order.size(); ++number)
+        result.indexIdentifier(number, _hashes[order[number]]);
     *this = Builder();
     return result;
 }

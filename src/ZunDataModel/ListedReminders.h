@@ -65,19 +65,24 @@ class ListedReminders {
         bool isSnoozed : 1;
         bool isFoldedAlready : 1;  // the title is its own folded form and stands there once
     };
-    void indexIdentifiers();
-    [[nodiscard]] std::size_t bucketOf(std::string_view reminderID) const;
+    // A place of the hash table. Most mismatches show in the hash, without a look at the text.
+    struct Bucket {
+        std::uint32_t hash = 0;
+        std::uint32_t numberPlusOne = 0;  // 0 where it is empty
+    };
+    void indexIdentifier(std::uint32_t number, std::uint32_t hash);
+    [[nodiscard]] std::size_t bucketOf(std::string_view reminderID, std::uint32_t hash) const;
 
     std::vector<std::unique_ptr<char[]>> _texts;
     std::vector<Entry> _entries;
-    // Open addressing; index + 1, or 0 for an empty place.
-    std::vector<std::uint32_t> _buckets;
+    std::vector<Bucket> _buckets;               // open addressing, a power of two
     std::vector<std::uint32_t> _firstOfSameID;  // only where there are doubles
 };
 
 // Takes reminders one by one; build() gives them in the order asked for.
 class ListedReminders::Builder {
   public:
+    void reserve(std::size_t count);
     // Not to a full one. Texts are shorter than 2^32 bytes, as SQLite's are.
     void add(const ListedReminder& reminder);
     [[nodiscard]] bool isFull() const { return size() >= mostReminders; }
@@ -90,6 +95,7 @@ class ListedReminders::Builder {
     char* roomFor(std::size_t length);
 
     ListedReminders _building;
+    std::vector<std::uint32_t> _hashes;
     char* _free = nullptr;
     std::size_t _left = 0;
 };

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <span>
 #include <string>
-#include <tuple>
+#include <vector>
 
 #include "ZunDataModel/ZNArrayDataSource.h"
 #include "ZunDataModel/store/RecordQueries.h"
@@ -40,12 +40,18 @@ constexpr std::int64_t walkFrom = 16;
 
 // A reminder of a part and what its place depends on.
 struct Found {
-    ZNArrayDataSource::Place place;
-    OptionalDate key;
+    std::int64_t key;  // of an absent date the least
     std::int64_t rowid;
+    std::uint32_t number;
+    bool hasKey;
 
-    [[nodiscard]] auto order() const { return std::tie(key, rowid); }
+    [[nodiscard]] bool operator<(const Found& other) const {
+        if (key != other.key) return key < other.key;
+        if (hasKey != other.hasKey) return other.hasKey;
+        return rowid < other.rowid;
+    }
 };
+using Places = std::vector<ZNArrayDataSource::Place>;
 
 std::string_view textAt(sqlite3_stmt* row, int column) {
     const auto* const data = reinterpret_cast<const char*>(sqlite3_column_text(row, column));
@@ -58,7 +64,19 @@ OptionalDate dateAt(sqlite3_stmt* row, int column) {
     return NSDate(std::chrono::microseconds(sqlite3_column_int64(row, column)));
 }
 
-Found add(sqlite3_stmt* row, ListedReminders::Builder& builder, ReminderAttributes& scratch) {
+Found foundIn(sqlite3_stmt* row, std::uint32_t number) {
+    const OptionalDate key = dateAt(row, sortKey);
+    return {key.value_or(NSDate::min()).time_since_epoch().count(), sqlite3_column_int64(row, rowid), number,
+            key.has_value()};
+}
+
+ZNArrayDataSource::Place placeIn(sqlite3_stmt* row, std::uint32_t number) {
+    return {number, sqlite3_column_int64(row, rank), sqlite3_column_type(row, fire_date) != SQLITE_NULL,
+            dateAt(row, created_date)};
+}
+
+// `scratch` carries what the derived fields depend on.
+void add(sqlite3_stmt* row, ListedReminders::Builder& builder, ReminderAttributes& scratch) {
     scratch.fire_date = dateAt(row, fire_date);
     scratch.due_date = dateAt(row, due_date);
     scratch.start_date = dateAt(row, start_date);
@@ -66,7 +84,6 @@ Found add(sqlite3_stmt* row, ListedReminders::Builder& builder, ReminderAttribut
     scratch.locationLongitude = sqlite3_column_double(row, locationLongitude);
     scratch.earlyReminderType = static_cast<std::uint64_t>(sqlite3_column_int64(row, earlyReminderType));
     scratch.earlyReminderInterval = static_cast<std::uint64_t>(sqlite3_column_int64(row, earlyReminderInterval));
-    const auto number = static_cast<std::uint32_t>(builder.size());
     builder.add({.reminderID = textAt(row, reminderID),
                  .title = textAt(row, title),
                  .foldedTitle = textAt(row, title_folded),
@@ -75,38 +92,41 @@ Found add(sqlite3_stmt* row, ListedReminders::Builder& builder, ReminderAttribut
                  .hasStartDate = scratch.start_date.has_value(),
                  .isLocationBased = isLocationBased(scratch),
                  .isSnoozed = isSnoozed(scratch)});
-    return {{number, sqlite3_column_int64(row, rank), scratch.fire_date.has_value(), dateAt(row, created_date)},
-            dateAt(row, sortKey),
-            sqlite3_column_int64(row, rowid)};
 }
 
-bool isLargePart(StoreConnection& connection, const NSPredicate& predicate) {
-    const auto enough = connection.integer("SELECT count(*) FROM reminders") / walkFrom;
+bool isLargePart(StoreConnection& connection, const NSPredicate& predicate, std::int64_t ofAll) {
+    const std::int64_t enough = ofAll / walkFrom;
     const StatementUse query(
         recordQuery(connection, "SELECT count(*) FROM (SELECT 1 FROM reminders", predicate, " LIMIT ?)"));
     query->bind(static_cast<int>(predicate.boundArguments().size()) + 1, enough + 1);
     return query->step() && query->integer(0) > enough;
 }
 
-// In the order of the file or of an index, whichever is quicker.
-std::vector<Found> find(StoreConnection& connection, const ListingPart& part, ListedReminders::Builder& builder,
-                        const std::stop_token& stop) {
+std::string selectionOf(const ListingPart& part, bool isLarge) {
     std::string selection = "SELECT ";
     selection.append(columns).append(part.sort.key).append(" FROM reminders");
-    if (isLargePart(connection, part.predicate)) selection += " NOT INDEXED";
-    std::vector<Found> found;
-    ReminderAttributes scratch;
-    const StatementUse query(recordQuery(connection, selection, part.predicate));
-    while (!stop.stop_requested() && !builder.isFull() && query->step())
-        found.push_back(add(query->handle(), builder, scratch));
-    return found;
+    if (isLarge) selection += " NOT INDEXED";
+    return selection;
 }
 
-void sort(std::vector<Found>& found, const NSSortDescriptor& by) {
-    if (by.ascending)
-        std::ranges::sort(found, std::ranges::less{}, &Found::order);
-    else
-        std::ranges::sort(found, std::ranges::greater{}, &Found::order);
+void appendOrder(std::vector<std::uint32_t>& order, std::vector<Found>& found, bool ascending) {
+    std::sort(found.begin(), found.end());
+    if (!ascending) std::reverse(found.begin(), found.end());
+    order.reserve(order.size() + found.size());
+    for (const Found& each : found)
+        order.push_back(each.number);
+}
+
+// `places` holds those of the part's reminders in the order of their numbers.
+void arrangeAsDeck(std::span<std::uint32_t> part, const Places& places) {
+    if (places.empty()) return;
+    const std::uint32_t first = places.front().number;
+    Places sorted;
+    sorted.reserve(part.size());
+    for (const std::uint32_t number : part)
+        sorted.push_back(places[number - first]);
+    ZNArrayDataSource::sortPlaces(sorted);
+    std::ranges::transform(sorted, part.begin(), &ZNArrayDataSource::Place::number);
 }
 
 }  // namespace
@@ -114,17 +134,26 @@ void sort(std::vector<Found>& found, const NSSortDescriptor& by) {
 ListedReminders listRecords(StoreConnection& connection, std::span<const ListingPart> parts,
                             const std::stop_token& stop) {
     SQLite::Transaction oneMoment(connection.database());
+    const std::int64_t all = connection.integer("SELECT count(*) FROM reminders");
     ListedReminders::Builder builder;
+    ReminderAttributes scratch;
     std::vector<std::uint32_t> order;
     for (const ListingPart& part : parts) {
-        auto found = find(connection, part, builder, stop);
-        sort(found, part.sort);
-        std::vector<ZNArrayDataSource::Place> places(found.size());
-        std::ranges::transform(found, places.begin(), &Found::place);
-        if (part.order == ListingOrder::OfDeck) ZNArrayDataSource::sortPlaces(places);
-        order.reserve(order.size() + places.size());
-        for (const auto& place : places)
-            order.push_back(place.number);
+        std::vector<Found> found;
+        Places places;
+        const bool isLarge = isLargePart(connection, part.predicate, all);
+        if (isLarge) builder.reserve(builder.size() + static_cast<std::size_t>(all));
+        const auto selection = selectionOf(part, isLarge);
+        const StatementUse query(recordQuery(connection, selection, part.predicate));
+        while (!stop.stop_requested() && !builder.isFull() && query->step()) {
+            const auto number = static_cast<std::uint32_t>(builder.size());
+            found.push_back(foundIn(query->handle(), number));
+            if (part.order == ListingOrder::OfDeck) places.push_back(placeIn(query->handle(), number));
+            add(query->handle(), builder, scratch);
+        }
+        const std::size_t before = order.size();
+        appendOrder(order, found, part.sort.ascending);
+        if (part.order == ListingOrder::OfDeck) arrangeAsDeck(std::span(order).subspan(before), places);
     }
     return builder.build(order);
 }
