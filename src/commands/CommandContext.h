@@ -14,6 +14,7 @@
 #include "dates/DateLabels.h"
 #include "platform/foundation/Environment.h"
 #include "platform/foundation/LocalizedStrings.h"
+#include "text/QuickEntry.h"
 #include "text/ZNReminderHelper.h"
 
 namespace zun {
@@ -31,9 +32,12 @@ struct CommandContext {
     const LocalizedStrings& strings;
     const DateLabels& labels;
     const ZNReminderHelper& helper;
+    const QuickEntryReader& quickEntry;
     // Hands a URL to the running application. False if none is running.
     std::function<bool(const std::string& url)> openInApplication;
     bool json = false;
+    // A person reads standard error, so a hint there disturbs no script.
+    bool showsHints = false;
 
     std::string out{};  // what goes to standard output once the command is done
     std::string err{};  // sentences for standard error

@@ -47,6 +47,7 @@ void addEditing(CLI::App& app, CommandLine& line) {
     const auto adding = std::make_shared<ReminderOptions>();
     auto* add = app.add_subcommand("add", "Add a reminder; prints its identifier");
     add->add_option("TITLE", adding->title, "What to be reminded of")->required();
+    add->add_flag("--parse", adding->parse, "Read the date from the title: \"call mum tomorrow at 9\"");
     addFieldOptions(*add, adding);
     onCommand(add, line, [adding](CommandContext& context) { return addCommand(context, *adding); });
 

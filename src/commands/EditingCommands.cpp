@@ -1,6 +1,7 @@
 #include <fmt/format.h>
 
 #include "commands/Commands.h"
+#include "commands/TerminalText.h"
 #include "text/URLIntake.h"
 
 namespace zun {
@@ -10,18 +11,38 @@ int failWith(CommandContext& context, const OptionError& error) {
     return context.fail(error.message, error.isUsage ? ExitStatus::wrongUsage : ExitStatus::notPossible);
 }
 
+// What a title was understood to mean, for people.
+std::string understoodLine(const CommandContext& context, const QuickEntry& entry) {
+    return terminalLine(entry.title) + " \u00b7 " + terminalLine(context.quickEntry.description(entry));
+}
+
 }  // namespace
 
 int addCommand(CommandContext& context, const ReminderOptions& options) {
-    const auto read = readFields(options, *context.environment.timeZone(), RequiresDate::Yes);
-    if (const auto* error = std::get_if<OptionError>(&read)) return failWith(context, *error);
-
+    const auto understood = options.title ? context.quickEntry.read(*options.title) : std::nullopt;
     auto reminder = std::make_shared<ZNReminderObject>();
+    auto named = options;
+    if (understood && options.parse) {
+        context.quickEntry.apply(*understood, *reminder);
+        named.title.reset();
+    }
+    const auto requiresDate = reminder->start_date() ? RequiresDate::No : RequiresDate::Yes;
+    const auto read = readFields(named, *context.environment.timeZone(), requiresDate);
+    if (const auto* error = std::get_if<OptionError>(&read)) return failWith(context, *error);
     if (const auto error = applyFields(std::get<ReminderFields>(read), *reminder)) return failWith(context, *error);
     reminder->setCreated_date(context.environment.now());
     context.manager.saveReminder(reminder, ShouldSyncWithiCloud::Yes);
+
+    if (options.parse && !understood) context.fail("No date was found in the title.");
     if (context.json) return context.printStored(reminder->reminderID().value_or(""));
     context.print(reminder->reminderID().value_or(""));
+    if (!understood) return ExitStatus::done;
+    const auto words = understoodLine(context, *understood);
+    if (options.parse) {
+        context.print(words);
+    } else if (context.showsHints && !options.date) {
+        context.err += fmt::format("zunctl: with --parse this would be {}\n", words);
+    }
     return ExitStatus::done;
 }
 

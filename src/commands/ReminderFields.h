@@ -20,6 +20,7 @@ struct ReminderOptions {
     std::optional<std::string> title, notes, checklist, date, repeat, every, on, until, early;
     bool nag = false, noNag = false;
     bool quiet = false, alerts = false;
+    bool parse = false;  // the title may say when
     bool noNotes = false, noChecklist = false, noDate = false, noUntil = false;
 };
 

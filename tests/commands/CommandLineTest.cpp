@@ -25,6 +25,7 @@ class CommandLineTest : public testing::Test {
     std::vector<std::string> handedOver;
     bool applicationRuns = false;
     bool outputIsFull = false;
+    bool errorIsTerminal = false;
     std::string out, err;
 
     int zunctl(std::vector<std::string> words) {
@@ -51,12 +52,21 @@ class CommandLineTest : public testing::Test {
         StoredNotificationCenter userNotifications(folder.path() / "data", {dispatch, environment});
         ZNReminderManager manager({database, settings, dispatch, notifications, environment, cloud, userNotifications,
                                    labels, strings, clock});
-        CommandContext context{
-            environment, database, manager, userNotifications, strings, labels, helper, [&](const std::string& url) {
-                if (applicationRuns) handedOver.push_back(url);
-                return applicationRuns;
-            }};
+        const QuickEntryReader quickEntry(environment, settings, strings);
+        CommandContext context{environment,
+                               database,
+                               manager,
+                               userNotifications,
+                               strings,
+                               labels,
+                               helper,
+                               quickEntry,
+                               [&](const std::string& url) {
+                                   if (applicationRuns) handedOver.push_back(url);
+                                   return applicationRuns;
+                               }};
         context.json = line.json;
+        context.showsHints = errorIsTerminal;
         const int status = runCommand(line, context, [&](const std::string& answer) {
             out = answer;
             return !outputIsFull;
@@ -97,6 +107,52 @@ TEST_F(CommandLineTest, AMonthlySeriesIsCompletedAndTakenBack) {
     EXPECT_EQ(zunctlJSON({"uncomplete", copyID}).at("due_date"), "2026-01-01T09:00:00Z");
     EXPECT_EQ(zunctl({"show", copyID}), 1);
     EXPECT_EQ(zunctl({"uncomplete", id}), 1);
+}
+
+TEST_F(CommandLineTest, ATitleSaysWhenOnlyIfItMay) {
+    const auto stored = [&] { return zunctlJSON({"list", "--upcoming"}).at(0); };
+    const auto afresh = [&] { zunctl({"delete", std::string(stored().at("reminderID").as_string())}); };
+
+    EXPECT_EQ(zunctl({"add", "--parse", "call mum tomorrow at 9"}), 0);
+    EXPECT_EQ(out, "id-1\ncall mum \u00b7 Thu, Jan 15, 9:00\u202fAM\n");
+    EXPECT_EQ(err, "");
+    EXPECT_EQ(stored().at("title"), "call mum");
+    EXPECT_EQ(stored().at("fire_date"), "2026-01-15T09:00:00Z");
+    afresh();
+
+    // Never in silence, and never a word to a script.
+    for (const bool isTerminal : {false, true}) {
+        errorIsTerminal = isTerminal;
+        EXPECT_EQ(zunctl({"add", "call mum tomorrow at 9"}), 0);
+        EXPECT_EQ(out.find('\n'), out.size() - 1) << out;
+        EXPECT_EQ(err.find("call mum \u00b7 Thu, Jan 15") != std::string::npos, isTerminal) << err;
+        EXPECT_EQ(stored().at("title"), "call mum tomorrow at 9");
+        EXPECT_TRUE(stored().at("start_date").is_null());
+        afresh();
+    }
+    EXPECT_EQ(zunctl({"add", "call mum tomorrow at 9", "--date", "2026-02-01"}), 0);
+    EXPECT_EQ(err, "");
+    afresh();
+
+    // What is named wins, and may lean on the date in the title.
+    const auto named = zunctlJSON({"add", "--parse", "gym every Friday at 6pm", "--every", "3", "--early", "1h"});
+    EXPECT_EQ(named.at("customRepeatInterval"), 3);
+    EXPECT_EQ(named.at("customRepeatDayOrdinals"), json::array{6});
+    EXPECT_EQ(named.at("start_date"), "2026-01-16T18:00:00Z");
+    EXPECT_EQ(named.at("fire_date"), "2026-01-16T17:00:00Z");
+    afresh();
+    const auto moved = zunctlJSON(
+        {"add", "--parse", "gym every Friday until 1 June", "--date", "2026-02-01T09:00", "--repeat", "none"});
+    EXPECT_EQ(moved.at("title"), "gym");
+    EXPECT_EQ(moved.at("start_date"), "2026-02-01T09:00:00Z");
+    EXPECT_EQ(moved.at("repeat_type"), 0);
+    EXPECT_TRUE(moved.at("end_date").is_null());
+    afresh();
+
+    EXPECT_EQ(zunctl({"add", "--parse", "apples"}), 0);
+    EXPECT_NE(err, "");
+    EXPECT_EQ(stored().at("title"), "apples");
+    EXPECT_EQ(zunctl({"add", "--parse", "apples", "--repeat", "daily"}), 2);
 }
 
 TEST_F(CommandLineTest, DeckIsSnoozedAndSkipped) {

@@ -114,6 +114,8 @@ complete -c zunctl -n $fields -l early -x -k -a '10m 30m 1h 2h 1d 1w' -d 'How mu
 complete -c zunctl -n $fields -l nag -d 'Alert three more times'
 complete -c zunctl -n $fields -l quiet -d 'No alerts'
 
+complete -c zunctl -n '__zunctl_is add' -l parse -d 'Read the date from the title'
+
 set -l editing '__zunctl_is edit'
 complete -c zunctl -n $editing -l title -x -d 'What to be reminded of'
 complete -c zunctl -n $editing -l no-notes -d 'Take the notes away'

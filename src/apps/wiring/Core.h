@@ -18,6 +18,7 @@
 #include "platform/usernotifications/StoredNotificationCenter.h"
 #include "settings/CloudAccount.h"
 #include "settings/ZNSettingsObject.h"
+#include "text/QuickEntry.h"
 #include "text/ZNReminderHelper.h"
 
 namespace zun {
@@ -34,6 +35,7 @@ struct Core {
           strings(environment.locale().preferredLanguages),
           labels(environment, strings),
           helper(environment, strings),
+          quickEntry(environment, settings, strings),
           database(home.data, {dispatch, notifications, environment}),
           clock(home.state, environment),
           userNotifications(home.data, {dispatch, environment}),
@@ -51,6 +53,7 @@ struct Core {
     LocalizedStrings strings;
     DateLabels labels;
     ZNReminderHelper helper;
+    QuickEntryReader quickEntry;
     ZNDatabase database;
     NoCloud cloud;
     ClockWitness clock;

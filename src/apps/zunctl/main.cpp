@@ -1,6 +1,7 @@
 // The command line over the same store as the application.
 
 #include <fmt/format.h>
+#include <unistd.h>
 
 #include <cstdio>
 #include <memory>
@@ -31,12 +32,17 @@ int run(const zun::CommandLine& line) {
     zun::Core core(home, std::make_shared<zun::LoopQueue>());
     core.settings.setDefaultsIfNecessary();
 
-    zun::CommandContext context{
-        core.environment, core.database,
-        core.manager,     core.userNotifications,
-        core.strings,     core.labels,
-        core.helper,      [&](const std::string& url) { return zun::ApplicationCaller(home.busName).open(url); }};
+    zun::CommandContext context{core.environment,
+                                core.database,
+                                core.manager,
+                                core.userNotifications,
+                                core.strings,
+                                core.labels,
+                                core.helper,
+                                core.quickEntry,
+                                [&](const std::string& url) { return zun::ApplicationCaller(home.busName).open(url); }};
     context.json = line.json;
+    context.showsHints = isatty(STDERR_FILENO) != 0;
     const int status = zun::runCommand(line, context, print);
     write(stderr, context.err);
     return status;
