@@ -15,7 +15,8 @@ namespace {
 constexpr double widthLeft = 80;  // what the texts leave of the calendar's width
 constexpr double widthShare = 0.96;
 constexpr double heightAdded = 25;
-constexpr double rowGap = 5;  // below each row, of what is added
+constexpr double rowGap = 5;    // below each row, of what is added
+constexpr double listTop = 15;  // above the first row
 constexpr double radius = 6;
 constexpr double textTop = 10;
 constexpr double dotSide = 6;
@@ -84,14 +85,15 @@ QSize ZNCalendarTableViewCell::sizeHint(const QStyleOptionViewItem&, const QMode
     const Lines title(index.data(DayReminders::Title).toString(), titleFont(_preferredSize), width, titleLines);
     const Lines subtitle(index.data(DayReminders::Subtitle).toString(), subtitleFont(_preferredSize), width,
                          subtitleLines);
-    return {static_cast<int>(width), static_cast<int>(title.height() + subtitle.height() + heightAdded)};
+    const double above = index.row() == 0 ? listTop : 0;
+    return {static_cast<int>(width), static_cast<int>(above + title.height() + subtitle.height() + heightAdded)};
 }
 
 void ZNCalendarTableViewCell::paint(QPainter* painter, const QStyleOptionViewItem& option,
                                     const QModelIndex& index) const {
     painter->save();
     painter->setRenderHint(QPainter::Antialiasing);
-    const QRectF row = QRectF(option.rect).adjusted(0, 0, 0, -rowGap);
+    const QRectF row = QRectF(option.rect).adjusted(0, index.row() == 0 ? listTop : 0, 0, -rowGap);
     const bool isHovered = option.state & QStyle::State_MouseOver;
     painter->setPen(Qt::NoPen);
     painter->setBrush(QColor::fromRgba(isHovered ? tokens::calendarRowHover : tokens::calendarRow));

@@ -1,5 +1,6 @@
 #include "calendar/ZNCalendarViewCell.h"
 
+#include <QKeyEvent>
 #include <QPainter>
 #include <algorithm>
 
@@ -39,6 +40,12 @@ void ZNCalendarViewCell::setCircleInset(double inset) {
 void ZNCalendarViewCell::focusInEvent(QFocusEvent* event) {
     _ring.focusIn(*event);
     QAbstractButton::focusInEvent(event);
+}
+
+// The arrow keys are the calendar's: a button alone would send the focus to its neighbour on the screen.
+void ZNCalendarViewCell::keyPressEvent(QKeyEvent* event) {
+    if (event->key() != Qt::Key_Space && event->key() != Qt::Key_Select) return event->ignore();
+    QAbstractButton::keyPressEvent(event);
 }
 
 void ZNCalendarViewCell::paintEvent(QPaintEvent*) {

@@ -32,6 +32,7 @@ class ZNCalendarViewCell final : public QAbstractButton {
   protected:
     void paintEvent(QPaintEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
     // Selection comes from the calendar alone.
     void nextCheckState() override {}
 

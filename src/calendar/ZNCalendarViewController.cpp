@@ -22,10 +22,8 @@ namespace {
 constexpr double dividerGap = 15;
 constexpr double dividerHeight = 2;
 constexpr double widthShare = 0.96;
-constexpr int tableGap = 17;  // below the grid
-constexpr int tableInset = 15;
+constexpr int tableGap = 17;      // below the grid
 constexpr int zeroStateTop = 22;  // below the table's top
-constexpr int columnInset = 6;    // what a row leaves of the table's width
 constexpr int rowsInABatch = 64;
 
 }  // namespace

@@ -159,7 +159,8 @@ void ZNPopUpButton::paintEvent(QPaintEvent*) {
     const QRect words =
         QStyle::visualRect(layoutDirection(), face.toRect(), face.toRect().adjusted(10, 0, -chevronRoom, 0));
     painter.setPen(color(tokens::settingsText));
-    painter.drawText(words, static_cast<int>(Qt::AlignVCenter | Qt::AlignLeading), currentText());
+    painter.drawText(words, static_cast<int>(Qt::AlignVCenter | Qt::AlignLeading),
+                     fontMetrics().elidedText(currentText(), Qt::ElideRight, words.width()));
 
     const bool mirrored = layoutDirection() == Qt::RightToLeft;
     const QPointF middle(mirrored ? face.left() + chevronRoom / 2.0 : face.right() - chevronRoom / 2.0,
@@ -197,9 +198,10 @@ void ZNPushButton::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     const QRectF face = QRectF(rect()).adjusted(FocusRing::room, FocusRing::room, -FocusRing::room, -FocusRing::room);
-    fillRounded(painter, face, radius, inState(tokens::settingsButtonGround, *this));
+    // The one that the return key presses stands out.
+    fillRounded(painter, face, radius, inState(isDefault() ? tokens::selection : tokens::settingsButtonGround, *this));
     _ring.paint(painter, *this, face, radius);
-    painter.setPen(color(tokens::settingsButtonText));
+    painter.setPen(color(isDefault() ? tokens::groundText : tokens::settingsButtonText));
     painter.drawText(face, Qt::AlignCenter, text());
 }
 

@@ -1,6 +1,7 @@
 #include "toolkit/ZNCalendarPicker.h"
 
 #include <QAbstractButton>
+#include <QKeyEvent>
 #include <QPainter>
 #include <QWheelEvent>
 #include <algorithm>
@@ -89,6 +90,11 @@ class PickerDay final : public PickerButton {
   protected:
     // Being chosen comes from the picker alone.
     void nextCheckState() override {}
+    // The arrow keys are the picker's: a button alone would send the focus to its neighbour on the screen.
+    void keyPressEvent(QKeyEvent* event) override {
+        if (event->key() != Qt::Key_Space && event->key() != Qt::Key_Select) return event->ignore();
+        PickerButton::keyPressEvent(event);
+    }
     void paintEvent(QPaintEvent*) override {
         QPainter painter(this);
         painter.setRenderHint(QPainter::Antialiasing);

@@ -3,10 +3,12 @@
 #include <unicode/dtptngen.h>
 
 #include <QFocusEvent>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QPainter>
 #include <QStyleOptionSpinBox>
 #include <QWheelEvent>
+#include <algorithm>
 #include <array>
 #include <chrono>
 #include <utility>
@@ -38,21 +40,22 @@ icu::UnicodeString regionalPattern(const std::string& localeIdentifier, const ch
 }
 
 // What Qt writes for a field of ICU's; empty for one that has no place in a picker.
-QString fieldInQt(char16_t letter) {
+QString fieldInQt(char16_t letter, int width) {
+    const auto withZero = [width](QChar field) { return QString(width > 1 ? 2 : 1, field); };
     switch (letter) {
         case u'y':
             return "yyyy";
         case u'M':
         case u'L':
-            return "M";
+            return withZero('M');
         case u'd':
-            return "d";
+            return withZero('d');
         case u'H':
         case u'k':
-            return "H";
+            return withZero('H');
         case u'h':
         case u'K':
-            return "h";
+            return withZero('h');
         case u'm':
             return "mm";
         case u'a':
@@ -75,9 +78,10 @@ QString formatInQt(const icu::UnicodeString& pattern) {
         const bool isField = (letter >= u'a' && letter <= u'z') || (letter >= u'A' && letter <= u'Z');
         if (isField) {
             flushWords();
-            format += fieldInQt(letter);
+            const int32_t start = i;
             while (i < pattern.length() && pattern[i] == letter)
                 ++i;
+            format += fieldInQt(letter, i - start);
             continue;
         }
         if (letter == u'\'') {
@@ -141,7 +145,7 @@ void ZNDatePicker::surroundingsDidChange() {
     _isShowing = true;
     applyFormat();
     _isShowing = false;
-    show(_value);
+    present(_value);
     updateGeometry();
 }
 
@@ -150,7 +154,7 @@ QDateTime ZNDatePicker::wallTime(NSDate date) const {
     return {QDate(*parts.year, *parts.month, *parts.day), QTime(*parts.hour, *parts.minute, *parts.second), Qt::UTC};
 }
 
-void ZNDatePicker::show(NSDate value) {
+void ZNDatePicker::present(NSDate value) {
     _value = _minDate ? std::max(value, *_minDate) : value;
     const QDateTime wall = wallTime(_value);
     if (wall == dateTime()) return;
@@ -160,7 +164,7 @@ void ZNDatePicker::show(NSDate value) {
 }
 
 void ZNDatePicker::setDateValue(NSDate value) {
-    show(value);
+    present(value);
 }
 
 void ZNDatePicker::setMinDate(OptionalDate minDate) {
@@ -173,7 +177,7 @@ void ZNDatePicker::setMinDate(OptionalDate minDate) {
         clearMinimumDateTime();
     }
     _isShowing = false;
-    show(_value);
+    present(_value);
 }
 
 void ZNDatePicker::takeChange(const QDateTime& wall) {
@@ -196,7 +200,7 @@ void ZNDatePicker::takeChange(const QDateTime& wall) {
     wanted.minute = parts.minute;
     wanted.second = parts.second;
     const auto before = _value;
-    show(calendar.dateFromComponents(wanted));
+    present(calendar.dateFromComponents(wanted));
     if (_value != before) emit didChange();
 }
 
@@ -212,6 +216,27 @@ void ZNDatePicker::focusOutEvent(QFocusEvent* event) {
     QDateTimeEdit::focusOutEvent(event);
     const bool isForAWhile = event->reason() == Qt::ActiveWindowFocusReason || event->reason() == Qt::PopupFocusReason;
     if (!isForAWhile && std::exchange(_isActive, false)) emit didResignActive();
+}
+
+// Whether a letter that is typed over the half of the day means the other half.
+bool ZNDatePicker::meansOtherHalf(const QString& letter) const {
+    if (currentSection() != AmPmSection || letter.isEmpty()) return false;
+    const bool isAfternoon = time().hour() >= 12;
+    const QString here = isAfternoon ? locale().pmText() : locale().amText();
+    const QString other = isAfternoon ? locale().amText() : locale().pmText();
+    return other.startsWith(letter, Qt::CaseInsensitive) && !here.startsWith(letter, Qt::CaseInsensitive);
+}
+
+// Each press goes to the next part; by itself the field would go letter by letter, and wait for a second one behind
+// "p".
+void ZNDatePicker::keyPressEvent(QKeyEvent* event) {
+    if (meansOtherHalf(event->text())) return stepBy(1);
+    const bool isSideways = event->key() == Qt::Key_Left || event->key() == Qt::Key_Right;
+    if (!isSideways || (event->modifiers() & ~Qt::KeypadModifier) != 0) return QDateTimeEdit::keyPressEvent(event);
+    const int step = event->key() == Qt::Key_Right ? 1 : -1;
+    const int part = std::clamp(currentSectionIndex() + step, 0, sectionCount() - 1);
+    setCurrentSectionIndex(part);
+    setSelectedSection(sectionAt(part));
 }
 
 void ZNDatePicker::wheelEvent(QWheelEvent* event) {

@@ -49,13 +49,15 @@ class ZNDatePicker final : public QDateTimeEdit {
     void paintEvent(QPaintEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
+    void keyPressEvent(QKeyEvent* event) override;
     void wheelEvent(QWheelEvent* event) override;
     void changeEvent(QEvent* event) override;
     bool focusNextPrevChild(bool next) override { return QWidget::focusNextPrevChild(next); }
 
   private:
     void applyFormat();
-    void show(NSDate value);
+    [[nodiscard]] bool meansOtherHalf(const QString& letter) const;
+    void present(NSDate value);
     void takeChange(const QDateTime& wallTime);
     [[nodiscard]] QDateTime wallTime(NSDate date) const;
 

@@ -38,8 +38,10 @@ void ZNPopupCalendarView::showBeside(QWidget& anchor) {
     forgetAnchor();
     _anchor = &anchor;
     if (parentWidget() != anchor.window()) setParent(anchor.window());
-    anchor.window()->installEventFilter(this);
-    for (QWidget* each = &anchor; each && !each->isWindow(); each = each->parentWidget())
+    // Qt would give the focus to whatever below the panel takes it.
+    setFocusPolicy(Qt::ClickFocus);
+    setFocusProxy(&anchor);
+    for (QWidget* each = &anchor; each; each = each->isWindow() ? nullptr : each->parentWidget())
         each->installEventFilter(this);
     place();
     show();
@@ -63,6 +65,7 @@ void ZNPopupCalendarView::place() {
 void ZNPopupCalendarView::forgetAnchor() {
     for (QWidget* each = _anchor; each; each = each->isWindow() ? nullptr : each->parentWidget())
         each->removeEventFilter(this);
+    setFocusProxy(nullptr);
     _anchor = nullptr;
 }
 

@@ -106,6 +106,31 @@ TEST(StackGeometry, MovesTheZeroStateAsideWithTheCards) {
         EXPECT_EQ(zeroStateXOffset(c.windowWidth, c.mode), c.offset) << c.windowWidth;
 }
 
+TEST(StackGeometry, PlacesTheCalendarBesideTheCards) {
+    const struct {
+        QSizeF window;
+        std::uint64_t mode;
+        CalendarPlace place;
+    } cases[] = {
+        {{899, 700}, 2, {true, 287, 568, 0}},
+        {{900, 720}, 2, {false, 287, 578, 217}},   // 0.35 of 820; (34 + 400) / 2
+        {{1280, 800}, 3, {false, 336, 678, 254}},  // 0.28 of 1200; the card has 0.74 of 640
+        {{1600, 900}, 3, {false, 335, 768, 286}},  // 0.22 of 1520, rounded up
+        {{2560, 1440}, 3, {false, 400, 1078, 318}},
+        {{900, 20}, 2, {false, 287, 1, 217}},  // no negative height
+    };
+    for (const auto& c : cases) {
+        const auto place = calendarPlace(c.window, c.mode);
+        EXPECT_EQ(place, c.place) << c.window.width() << ": " << place.width << " " << place.height << " "
+                                  << place.xOffset;
+    }
+    const StackMetrics wide{1280, QSizeF(1200, 760), 1280, 3, false};
+    StackMetrics mirrored = wide;
+    mirrored.isMirrored = true;
+    EXPECT_EQ(StackGeometry(mirrored).horizontalOffset(), -StackGeometry(wide).horizontalOffset());
+    EXPECT_EQ(StackGeometry(mirrored).skipTarget(SkipLeft::Yes, 0), StackGeometry(mirrored).horizontalOffset() - 200);
+}
+
 TEST(CardMeasures, LimitTitleAndJudgeWhetherTextFits) {
     EXPECT_EQ(titleLineLimit(459.9, HasNotes::Yes), 3);
     EXPECT_EQ(titleLineLimit(459.9, HasNotes::No), 4);
