@@ -228,24 +228,28 @@ void DateSection::surroundingsDidChange() {
 }
 
 void DateSection::resizeEvent(QResizeEvent*) {
-    const int right = width() + ZNButton::ringMargin + (tokens::minimumHitSize - iconSide) / 2;
+    const int left = sectionSideRoom;
+    const int right = width() - sectionSideRoom;
     const int switchWidth = _dateToggle->sizeHint().width();
-    placeInParent(*_onADateText, {0, 0, width() - switchWidth, switchRowHeight});
-    placeInParent(*_onADateLabel, {0, 4, width() - switchWidth - 8, switchRowHeight - 8});
-    placeInParent(*_dateToggle, {width() - switchWidth + FocusRing::room, 6, switchWidth, tokens::minimumHitSize});
+    const int switchLeft = right - switchWidth + FocusRing::room;
+    placeInParent(*_onADateText, {left, 0, switchLeft - left, switchRowHeight});
+    placeInParent(*_onADateLabel, {left, 4, switchLeft - left - 4, switchRowHeight - 8});
+    placeInParent(*_dateToggle, {switchLeft, 6, switchWidth, tokens::minimumHitSize});
 
     int start = 0;
     for (auto* label : {_dateLabel, _repeatLabel, _endDateLabel})
         start = std::max(start, label->sizeHint().width());
-    const int buttonLeft = right - buttonSide;
+    // The icons end where the lines do.
+    const int iconRoom = (buttonSide - iconSide) / 2;
+    const int buttonLeft = right + iconRoom - buttonSide;
     const int pickersWidth = _datePicker->sizeHint().width() + pickerGap + _timePicker->sizeHint().width();
-    start = std::max(0, std::min(start + labelGap, buttonLeft - pickersWidth)) - FocusRing::room;
+    start = std::max(left, std::min(left + start + labelGap, buttonLeft - pickersWidth)) - FocusRing::room;
 
     int top = switchRowHeight;
-    const auto place = [&](QWidget& child, int left, int childWidth, int height) {
-        placeInParent(child, {left, top + (rowHeight - height) / 2, childWidth, height});
+    const auto place = [&](QWidget& child, int from, int childWidth, int height) {
+        placeInParent(child, {from, top + (rowHeight - height) / 2, childWidth, height});
     };
-    const auto placeLabel = [&](QLabel& label) { place(label, 0, start, rowHeight); };
+    const auto placeLabel = [&](QLabel& label) { place(label, left, start - left, rowHeight); };
     placeLabel(*_dateLabel);
     place(*_datePicker, start, _datePicker->sizeHint().width(), controlHeight);
     place(*_timePicker, start + _datePicker->sizeHint().width() + pickerGap, _timePicker->sizeHint().width(),
@@ -258,8 +262,7 @@ void DateSection::resizeEvent(QResizeEvent*) {
     top += rowHeight;
     placeLabel(*_endDateLabel);
     place(*_endDatePicker, start, _endDatePicker->sizeHint().width(), controlHeight);
-    place(*_plusButton, start + FocusRing::room - ZNButton::ringMargin - (tokens::minimumHitSize - iconSide) / 2,
-          buttonSide, buttonSide);
+    place(*_plusButton, start + FocusRing::room - iconRoom, buttonSide, buttonSide);
     place(*_clearButton, buttonLeft, buttonSide, buttonSide);
 }
 

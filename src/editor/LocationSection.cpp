@@ -71,24 +71,27 @@ void LocationSection::setLocationFields() {
 }
 
 void LocationSection::resizeEvent(QResizeEvent*) {
-    const int buttonLeft = width() + ZNButton::ringMargin + (tokens::minimumHitSize - iconSide) / 2 - buttonSide;
+    const int left = sectionSideRoom;
+    const int right = width() - sectionSideRoom;
+    const int buttonLeft = right + (buttonSide - iconSide) / 2 - buttonSide;
     const int start =
-        std::max(_locationLabel->sizeHint().width(), _activationLabel->sizeHint().width()) + labelGap;
+        left + std::max(_locationLabel->sizeHint().width(), _activationLabel->sizeHint().width()) + labelGap;
     int top = 1;
-    const auto place = [&](QWidget& child, int left, int childWidth, int height) {
-        placeInParent(child, {left, top + (rowHeight - height) / 2, childWidth, height});
+    const auto place = [&](QWidget& child, int from, int childWidth, int height) {
+        placeInParent(child, {from, top + (rowHeight - height) / 2, childWidth, height});
     };
-    place(*_locationLabel, 0, start, rowHeight);
+    place(*_locationLabel, left, start - left, rowHeight);
     place(*_selectedLocationLabel, start, buttonLeft - start, rowHeight);
     place(*_setLocationButton, buttonLeft, buttonSide, buttonSide);
     top += rowHeight;
-    place(*_activationLabel, 0, start, rowHeight);
-    place(*_activationButton, start - FocusRing::room,
-          std::min(_activationButton->sizeHint().width(), width() - start), controlHeight);
+    place(*_activationLabel, left, start - left, rowHeight);
+    place(*_activationButton, start - FocusRing::room, std::min(_activationButton->sizeHint().width(), right - start),
+          controlHeight);
     top += rowHeight;
     const int switchWidth = _repeatLocationToggle->sizeHint().width();
-    place(*_repeatsLabel, 0, width() - switchWidth, rowHeight);
-    place(*_repeatLocationToggle, width() - switchWidth + FocusRing::room, switchWidth, tokens::minimumHitSize);
+    const int switchLeft = right - switchWidth + FocusRing::room;
+    place(*_repeatsLabel, left, switchLeft - left, rowHeight);
+    place(*_repeatLocationToggle, switchLeft, switchWidth, tokens::minimumHitSize);
     setLocationFields();
 }
 

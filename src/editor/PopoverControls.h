@@ -11,6 +11,8 @@
 namespace zun {
 
 inline constexpr int popoverMargin = 16;
+// What the rows of the editor leave free at both sides for the rings and round buttons that reach beyond them.
+inline constexpr int sectionSideRoom = 8;
 
 // A small label of the popovers' colour, spoken with the control it belongs to and not by itself.
 [[nodiscard]] QLabel* makePopoverLabel(const QString& text, QWidget* parent);

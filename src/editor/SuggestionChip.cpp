@@ -14,6 +14,7 @@ namespace {
 constexpr int padding = 12;
 constexpr int keyGap = 10;
 constexpr int keySize = 11;
+constexpr int roundingRoom = 4;  // widths of words are fractions
 
 }  // namespace
 
@@ -46,7 +47,7 @@ void SuggestionChip::offer(const QString& suggestion) {
 QSize SuggestionChip::sizeHint() const {
     const int words = fontMetrics().horizontalAdvance(_suggestion);
     const int keys = QFontMetrics(appFont(keySize)).horizontalAdvance(key());
-    return {words + keyGap + keys + 2 * padding + 1, chipHeight};
+    return {words + keyGap + keys + 2 * padding + roundingRoom, chipHeight};
 }
 
 void SuggestionChip::paintEvent(QPaintEvent*) {

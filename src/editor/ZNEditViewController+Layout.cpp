@@ -94,9 +94,7 @@ void ZNEditViewController::layOutContents() {
     }
     place(*_rules[0], {left, top, inner, 1});
     const int container = static_cast<int>(std::round(_containerHeight.shown()));
-    // As wide as the rows and the rings around their controls.
-    constexpr int ring = 8;
-    place(*_dateContainer, {left - ring, top + 1, inner + 2 * ring, container});
+    place(*_dateContainer, {left - sectionSideRoom, top + 1, inner + 2 * sectionSideRoom, container});
     for (QWidget* section : std::initializer_list<QWidget*>{_dateSection, _locationSection})
         section->setGeometry(0, 0, _dateContainer->width(), fullDateHeight);
     top += 1 + container;

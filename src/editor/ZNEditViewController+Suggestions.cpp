@@ -29,7 +29,6 @@ void takeDates(ReminderAttributes& to, const ReminderAttributes& from) {
 
 void ZNEditViewController::titleDidChange() {
     takeBackPhraseIfUndone();
-    layOutContents();
     updateSuggestion();
 }
 
@@ -48,7 +47,6 @@ void ZNEditViewController::updateSuggestion() {
         _phrase ? QString::fromUtf8(title.toUtf8().mid(static_cast<qsizetype>(_phrase->phraseStart),
                                                        static_cast<qsizetype>(_phrase->phraseLength)))
                 : QString();
-    const Suggestion before = _suggestion;
     if (_phrase && phrase != _droppedPhrase) {
         _suggestion = Suggestion::Phrase;
         _chip->offer(QString::fromStdString(_with.quickEntry.description(*_phrase)));
@@ -61,7 +59,7 @@ void ZNEditViewController::updateSuggestion() {
         _chip->hide();
     }
     _reminderTitle->setAccessibleDescription(_suggestion == Suggestion::None ? QString() : _chip->spokenText());
-    if (_suggestion != before) layOutContents();
+    layOutContents();
 }
 
 QString ZNEditViewController::draftName() const {

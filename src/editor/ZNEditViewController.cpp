@@ -69,8 +69,8 @@ void ZNEditViewController::prepareViews() {
     _scrollView->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     _scrollView->viewport()->setAutoFillBackground(false);
     _scrollContentView = new QWidget;
-    _scrollContentView->setAutoFillBackground(false);
     _scrollView->setWidget(_scrollContentView);
+    _scrollContentView->setAutoFillBackground(false);  // which the area has just switched on
     new ScrollThumb(*_scrollView);
 
     _reminderTitle = new ZNTextView(ZNTextView::AllowsReturn::No, _scrollContentView);
@@ -128,17 +128,13 @@ void ZNEditViewController::connectViews() {
     connect(_toggleTypeButton, &QPushButton::clicked, this, [this] { toggleReminderType(); });
     connect(_chip, &QPushButton::clicked, this, [this] { acceptSuggestion(); });
     connect(_reminderTitle, &QTextEdit::textChanged, this, [this] { titleDidChange(); });
-    connect(_reminderNotes, &QTextEdit::textChanged, this, [this] {
-        layOutContents();
-        updateSuggestion();
-    });
+    connect(_reminderNotes, &QTextEdit::textChanged, this, [this] { updateSuggestion(); });
     for (auto* view : {_reminderTitle, _reminderNotes}) {
         connect(view, &QTextEdit::cursorPositionChanged, this,
                 [this, view] { scrollToCursor(*view, view->cursorRect()); });
     }
     const auto updateChecklistField = [this] {
         _model.reminder().setChecklist(_checklist->formattedChecklist());
-        layOutContents();
         updateSuggestion();
     };
     connect(_checklist, &ZNChecklistTextView::textUpdated, this, updateChecklistField);

@@ -15,8 +15,8 @@ namespace {
 constexpr int labelHeight = 16;
 constexpr int controlHeight = tokens::minimumHitSize + 2 * FocusRing::room;
 constexpr int dayHeight = 34 + 2 * FocusRing::room;
-constexpr int groupGap = 10;
-constexpr int topMargin = 18;
+constexpr int groupGap = 16;
+constexpr int topMargin = 20;
 constexpr double dayRadius = 7;
 
 // A weekday that is on or off.
