@@ -46,6 +46,12 @@ bool ZNListTableView::moveByKey(const QKeyEvent& event) {
     const auto current = _selection.current;
     const auto otherwise = [&](std::optional<std::size_t> row) { return row ? row : current; };
     std::optional<std::size_t> row;
+    // With nothing selected the first step is to where the keyboard is already.
+    const bool isFirstStep = current && _selection.count() == 0 && event.modifiers() == Qt::NoModifier;
+    if (isFirstStep && (event.key() == Qt::Key_Up || event.key() == Qt::Key_Down)) {
+        selectRow(*current);
+        return true;
+    }
     switch (event.key()) {
         case Qt::Key_Up:
             row = current ? otherwise(selectableRow(*current - 1, Way::Up)) : selectableRow(_rows.size() - 1, Way::Up);

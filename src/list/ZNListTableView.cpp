@@ -73,6 +73,7 @@ void ZNListTableView::setRows(ListRows rows) {
     _press.reset();
     restoreSelection(before);
     restorePlace(before);
+    if (hasFocus() && !_selection.current && _rows.size() > 1) _selection.current = 1;
     accessibleRowsDidChange(*this);
     if (_hovered || underMouse()) hover(viewport()->mapFromGlobal(QCursor::pos()));
     viewport()->update();

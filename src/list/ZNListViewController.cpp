@@ -60,6 +60,7 @@ ZNListViewController::~ZNListViewController() {
 }
 
 void ZNListViewController::prepareViews() {
+    (void)toolbar();  // keys reach it first
     _segmentControl = new ZNSegmentControl(
         _with.cards.animations, {text("List_Upcoming_Segment_Title"), text("List_Completed_Segment_Title")}, this);
     _segmentControl->setShouldAnimateSegmentChange(false);
@@ -162,15 +163,14 @@ bool ZNListViewController::showsZeroState() const {
 }
 
 void ZNListViewController::minutePassed() {
-    for (auto* table : _tables)
-        table->refreshWords();
+    if (isVisible()) tableView().refreshWords();
     fetchData();
 }
 
 void ZNListViewController::showEvent(QShowEvent* event) {
     ListScreen::showEvent(event);
     updateViewsForWindowResize();
-    if (!focusWidget() || !isAncestorOf(focusWidget()) || !focusWidget()->hasFocus()) tableView().setFocus();
+    if (!_isSearchActive) tableView().setFocus();
     if (_fetchIsWanted) fetchData();
 }
 

@@ -4,7 +4,6 @@
 #include <QTest>
 
 #include "list/ZNOptionsMenu.h"
-#include "support/QtApplication.h"
 #include "support/TestEnvironment.h"
 
 namespace zun {
@@ -13,8 +12,6 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 using Strings = std::vector<std::string>;
-
-[[maybe_unused]] const auto* application = testing::AddGlobalTestEnvironment(new OneQtApplication);
 
 class Notes final : public ZNOptionsMenuDelegate {
   public:
