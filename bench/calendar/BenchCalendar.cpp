@@ -96,5 +96,6 @@ int main(int argc, char** argv) {
     qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication application(argc, argv);
     benchmark::Initialize(&argc, argv);
+    zun::world();
     benchmark::RunSpecifiedBenchmarks();
 }

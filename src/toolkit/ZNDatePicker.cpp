@@ -26,6 +26,7 @@ constexpr double radius = 6;
 constexpr int textMargin = 6;
 constexpr double chevronHalfWidth = 3.5;
 constexpr double chevronHalfHeight = 1.75;
+constexpr double chevronInset = 4;
 
 // The region's order and signs for these fields, in ICU's letters.
 icu::UnicodeString regionalPattern(const std::string& localeIdentifier, const char16_t* fields) {
@@ -128,6 +129,7 @@ ZNDatePicker::ZNDatePicker(const Environment& environment, Elements elements, QW
     clear.setColor(QPalette::Text, QColor::fromRgba(tokens::settingsText));
     setPalette(clear);
     lineEdit()->setFrame(false);
+    lineEdit()->setTextMargins(textMargin, 0, textMargin, 0);
     connect(this, &QDateTimeEdit::dateTimeChanged, this, &ZNDatePicker::takeChange);
     surroundingsDidChange();
 }
@@ -286,7 +288,9 @@ void ZNDatePicker::paintEvent(QPaintEvent*) {
     const auto middleOf = [&](QStyle::SubControl part) {
         return style()->subControlRect(QStyle::CC_SpinBox, &option, part, this).center().x();
     };
-    const QPointF middle(middleOf(QStyle::SC_SpinBoxUp) + 0.5, face.center().y());
+    // The style's arrows stand at the very edge.
+    const double inwards = layoutDirection() == Qt::RightToLeft ? chevronInset : -chevronInset;
+    const QPointF middle(middleOf(QStyle::SC_SpinBoxUp) + 0.5 + inwards, face.center().y());
     painter.setPen(QPen(QColor::fromRgba(tokens::selection), 1.75, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     for (const double up : {-1.0, 1.0}) {
         const double base = up * 3;
