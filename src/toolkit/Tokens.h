@@ -111,6 +111,7 @@ inline constexpr QRgb latenessNoneText = 0xff736c8c;
 
 // The checklist. Checked items step back.
 inline constexpr QRgb checklistCheckedText = 0xffa8a8a8;
+inline constexpr QRgb checklistRule = 0xffe9e5f2;
 inline constexpr QRgb checklistOpenVeil = 0x1a6f638f;     // over the button under the mouse
 inline constexpr QRgb checklistCheckedVeil = 0x1fffffff;  // the same over a filled one
 
@@ -141,7 +142,7 @@ inline constexpr QRgb listFieldGroundFocused = 0x3dffffff;
 inline constexpr QRgb listSegmentRule = 0x2effffff;
 inline constexpr QRgb listScrollThumb = 0x66ffffff;
 inline constexpr QRgb listDropLine = 0xffffffff;
-inline constexpr double listDraggedAlpha = 0.9;
+inline constexpr double listDraggedAlpha = 1;  // text under it would mix with its own
 inline constexpr double listTitleLineHeight = 1.25;
 inline constexpr double listSubtitleLineHeight = 1.4;
 inline constexpr milliseconds listSlide{200};  // tables, segments, search bar, bulk bar, rows that close up
