@@ -35,8 +35,8 @@ constexpr QSize windowSize(2560, 1440);
 constexpr int toolbarHeight = 80;
 constexpr int reminders = 100'000;
 constexpr double frameTime = 1000.0 / 60;
-constexpr const char* words[] = {"Call", "the", "dentist", "about", "coffee", "groceries", "flowers", "for", "Marie",
-                                 "and", "return", "library", "books", "before", "Friday"};
+constexpr const char* words[] = {"Call",  "the", "dentist", "about",   "coffee", "groceries", "flowers", "for",
+                                 "Marie", "and", "return",  "library", "books",  "before",    "Friday"};
 
 double processorMilliseconds() {
     timespec time{};
@@ -99,7 +99,8 @@ class Play {
         auto* bar = table().verticalScrollBar();
         bar->setSliderDown(true);
         measure("by leaps", 200, [&](int frame) {
-            bar->setSliderPosition(static_cast<int>((static_cast<std::int64_t>(frame) * 7919 % 200) * bar->maximum() / 200));
+            bar->setSliderPosition(
+                static_cast<int>((static_cast<std::int64_t>(frame) * 7919 % 200) * bar->maximum() / 200));
         });
         bar->setSliderDown(false);
         return _measured;
@@ -155,9 +156,10 @@ int measure(const char* output) {
     for (const Measured& each : Play().run()) {
         fmt::print("{}, {} frames\n  clock     {}\n  processor {}\n", each.name, each.clock.size(), row(each.clock),
                    row(each.processor));
-        json += fmt::format(R"({}{{"name": "{}", "frames": {}, "unit": "ms", "goal": {:.1f}, "clock": {}, "processor": {}}})",
-                            json.empty() ? "[\n " : ",\n ", each.name, each.clock.size(), frameTime, row(each.clock),
-                            row(each.processor));
+        json += fmt::format(
+            R"({}{{"name": "{}", "frames": {}, "unit": "ms", "goal": {:.1f}, "clock": {}, "processor": {}}})",
+            json.empty() ? "[\n " : ",\n ", each.name, each.clock.size(), frameTime, row(each.clock),
+            row(each.processor));
     }
     std::ofstream file(output);
     file << json << "\n]\n";

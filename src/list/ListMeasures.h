@@ -25,7 +25,7 @@ struct ListMeasures {
         return isMirrored ? QRectF(within - rect.right(), rect.top(), rect.width(), rect.height()) : rect;
     }
 
-    static constexpr int cellTop = 4;         // below the row's top
+    static constexpr int cellTop = 4;           // below the row's top
     static constexpr int spaceAroundCell = 12;  // the row is so much higher than its cell
     static constexpr int selectionMargin = 4;
     static constexpr int firstHeaderHeight = 50;

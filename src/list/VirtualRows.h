@@ -1,8 +1,8 @@
 #pragma once
 
-// Where the rows of a long table stand of which only a few are ever measured. A row that was not in view yet counts with
-// an estimate. The place is kept as a row and how far the view's upper edge lies below that row's top, so a corrected
-// estimate moves nothing that is seen; only the numbers for the scroll bar follow.
+// Where the rows of a long table stand of which only a few are ever measured. A row that was not in view yet counts
+// with an estimate. The place is kept as a row and how far the view's upper edge lies below that row's top, so a
+// corrected estimate moves nothing that is seen; only the numbers for the scroll bar follow.
 //
 //   value() = heights of all rows above the first one in view + its part that is out of view
 //

@@ -125,8 +125,8 @@ void ZNListTableView::keyPressEvent(QKeyEvent* event) {
         return selectRange(0, _rows.size() - 1);
     }
     if (event->matches(QKeySequence::Copy)) return _delegate.shouldCopySelectedRows(*this);
-    const bool isMove = event->modifiers() == Qt::AltModifier &&
-                        (event->key() == Qt::Key_Up || event->key() == Qt::Key_Down);
+    const bool isMove =
+        event->modifiers() == Qt::AltModifier && (event->key() == Qt::Key_Up || event->key() == Qt::Key_Down);
     if (isMove) {
         if (_selection.current) moveRowByOne(*_selection.current, event->key() == Qt::Key_Up ? Way::Up : Way::Down);
         return;

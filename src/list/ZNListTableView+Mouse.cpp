@@ -165,7 +165,8 @@ void ZNListTableView::wheelEvent(QWheelEvent* event) {
         scrollBy(-event->pixelDelta().y());
     } else {
         // A wheel turns in notches; the rows follow it smoothly.
-        const double rest = _glide.shown() - event->angleDelta().y() * pointsOfNotch / static_cast<double>(unitsOfNotch);
+        const double rest =
+            _glide.shown() - event->angleDelta().y() * pointsOfNotch / static_cast<double>(unitsOfNotch);
         _glide.jump(rest);
         _glideBefore = rest;
         _with.cards.animations.runGroup(

@@ -55,9 +55,8 @@ int ZNListTableView::estimateOfRow(std::size_t row) const {
 }
 
 void ZNListTableView::resetPlaces(std::size_t firstRow, std::int64_t below) {
-    const int ordinary = _measuredCount == 0
-                             ? ZNTableViewCell::heightOfPlainRow(_cells.measures())
-                             : static_cast<int>((_measuredTotal + _measuredCount / 2) / _measuredCount);
+    const int ordinary = _measuredCount == 0 ? ZNTableViewCell::heightOfPlainRow(_cells.measures())
+                                             : static_cast<int>((_measuredTotal + _measuredCount / 2) / _measuredCount);
     _places.reset(
         _rows.size(), [&](std::size_t row) { return _rows.isHeader(row) ? estimateOfRow(row) : ordinary; }, firstRow,
         below);
@@ -185,8 +184,8 @@ void ZNListTableView::resizeEvent(QResizeEvent* event) {
     followPlaces();
 }
 
-// The scroll bar tells where the rows are, and does not decide it. While its thumb is held, it keeps its range: it would
-// slip from under the pointer.
+// The scroll bar tells where the rows are, and does not decide it. While its thumb is held, it keeps its range: it
+// would slip from under the pointer.
 void ZNListTableView::followPlaces() {
     auto* bar = verticalScrollBar();
     if (!bar->isSliderDown()) {

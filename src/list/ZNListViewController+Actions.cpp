@@ -217,7 +217,9 @@ void ZNListViewController::didRequestOptionsForRow(ZNListTableView& table, std::
 void ZNListViewController::shouldCopySelectedRows(ZNListTableView& table) {
     auto identifiers = table.selectedIDs();
     if (identifiers.empty()) return;
-    const auto copy = [](const std::string& text) { QGuiApplication::clipboard()->setText(QString::fromStdString(text)); };
+    const auto copy = [](const std::string& text) {
+        QGuiApplication::clipboard()->setText(QString::fromStdString(text));
+    };
     if (identifiers.size() <= mostCopiedAtOnce)
         return copy(textOf(fetchRemindersByID(_with.manager, identifiers), _helper));
     auto text = std::make_shared<std::string>();

@@ -262,10 +262,10 @@ void ZNListViewController::tableViewSelectionDidChange(ZNListTableView& table) {
 
 void ZNListViewController::updateUIForSelectionCount(std::size_t count) {
     const bool isMany = count >= 2;
-    const QString title =
-        isMany ? QString::fromStdString(stringWithFormat(_with.strings.string("List_Controller_Selection_Title"),
-                                                         {std::to_string(count)}))
-               : text("List_Controller_Title");
+    const QString title = isMany
+                              ? QString::fromStdString(stringWithFormat(
+                                    _with.strings.string("List_Controller_Selection_Title"), {std::to_string(count)}))
+                              : text("List_Controller_Title");
     controllerTitle().setText(title);
     if (isMany) _actionsBar->setAccessibilityLabel(title);
     for (auto* table : _tables)

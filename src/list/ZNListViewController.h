@@ -5,8 +5,9 @@
 //
 // Rows are fetched and sectioned off the main thread. A table shows what it has until its next rows are complete. What
 // the user does to a row shows at once, ahead of the store; then the store's notification brings new rows. Every action
-// fetches its record anew by identifier, and does nothing for one that has gone. Work on many records is done on a queue
-// of its own, portion by portion; until it ends, what the store tells is not fetched, and the destructor waits for it.
+// fetches its record anew by identifier, and does nothing for one that has gone. Work on many records is done on a
+// queue of its own, portion by portion; until it ends, what the store tells is not fetched, and the destructor waits
+// for it.
 //
 // While the screen is hidden it fetches nothing and catches up when it is shown. Calls loadView() itself. Owned by its
 // parent widget. Main thread.
@@ -146,8 +147,8 @@ class ZNListViewController final : public ListScreen,
     bool _isSearchActive = false;
     std::string _activeSearchString;
     bool _isLoading = false;
-    bool _fetchIsWanted = false;   // another fetch, once nothing stands against it
-    bool _discardsLoad = false;    // the rows on their way are older than what the user did meanwhile
+    bool _fetchIsWanted = false;  // another fetch, once nothing stands against it
+    bool _discardsLoad = false;   // the rows on their way are older than what the user did meanwhile
     int _worksUnderWay = 0;
     AnimatedValue _tableOffset{AnimatedValue::Kind::Movement};  // 0 with the first table in view, 1 with the second
     AnimatedValue _tableFade{AnimatedValue::Kind::Fade};

@@ -16,7 +16,7 @@ constexpr int iconSide = 16;
 constexpr int iconRoom = 32;
 constexpr int clearSide = 26;
 constexpr int clearIcon = 14;
-constexpr int narrowestField = 150;
+constexpr int narrowestField = 200;
 constexpr int longestText = 300;
 
 }  // namespace
@@ -87,7 +87,8 @@ void ZNSearchBar::resizeEvent(QResizeEvent* event) {
     place(_searchField, field.adjusted(iconRoom, 0, -clear, 0));
     place(_clearButton, QRect(field.right() - clear, (height - clear) / 2, clear, clear));
     const QSize cancel = _cancelButton->sizeHint();
-    place(_cancelButton, QRect(width() - cancel.width(), (height - cancel.height()) / 2, cancel.width(), cancel.height()));
+    place(_cancelButton,
+          QRect(width() - cancel.width(), (height - cancel.height()) / 2, cancel.width(), cancel.height()));
 }
 
 bool ZNSearchBar::eventFilter(QObject* watched, QEvent* event) {
@@ -117,8 +118,8 @@ void ZNSearchBar::paintEvent(QPaintEvent*) {
     painter.setBrush(QColor::fromRgba(isFocused ? tokens::listFieldGroundFocused : tokens::listFieldGround));
     painter.drawRoundedRect(field, field.height() / 2.0, field.height() / 2.0);
     const QRect icon((iconRoom - iconSide) / 2 + 2, (height - iconSide) / 2, iconSide, iconSide);
-    ZNCardImageView::paintPicture(painter, _pictures, "searchIcon",
-                                  QStyle::visualRect(layoutDirection(), rect(), icon), devicePixelRatioF());
+    ZNCardImageView::paintPicture(painter, _pictures, "searchIcon", QStyle::visualRect(layoutDirection(), rect(), icon),
+                                  devicePixelRatioF());
 }
 
 }  // namespace zun

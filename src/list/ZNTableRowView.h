@@ -1,7 +1,7 @@
 #pragma once
 
-// What lies under and around a cell of the list: the ground of a selected row, and the ring of the row that the keyboard
-// is at. Not a widget; painted by the table. Main thread.
+// What lies under and around a cell of the list: the ground of a selected row, and the ring of the row that the
+// keyboard is at. Not a widget; painted by the table. Main thread.
 
 #include <QRectF>
 

@@ -178,9 +178,7 @@ TEST_F(ListInput, IsReadAsAListOfItems) {
     EXPECT_EQ(spoken->indexOfChild(item), static_cast<int>(rowOf("b")));
     const QPoint middle = item->rect().center();
     EXPECT_EQ(spoken->childAt(middle.x(), middle.y()), item);
-    EXPECT_TRUE(spoken->child(static_cast<int>(rowOf("asleep")))
-                    ->text(QAccessible::Name)
-                    .endsWith(", SNOOZED"));
+    EXPECT_TRUE(spoken->child(static_cast<int>(rowOf("asleep")))->text(QAccessible::Name).endsWith(", SNOOZED"));
 
     // The item is the reminder's, wherever it stands.
     manager.deleteReminder(stored("a"), ShouldSyncWithiCloud::No);

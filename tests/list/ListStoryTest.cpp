@@ -121,8 +121,8 @@ TEST_F(ListStory, DeletesTheSelectionAndTellsTheDeckOnceItIsDurable) {
     storeFuture("d", "2026-01-15T09:00:00Z");
     open();
     Strings storedWhenTold;
-    const auto observation = notifications.addObserver(
-        ZNListViewUpdatedNotification, [&](const NSNotification&) { storedWhenTold = storedIDs(); });
+    const auto observation = notifications.addObserver(ZNListViewUpdatedNotification,
+                                                       [&](const NSNotification&) { storedWhenTold = storedIDs(); });
     click("b");
     click("d", Qt::ControlModifier);
     QTest::mouseClick(&list->actionsBar().bulkDeleteButton(), Qt::LeftButton);

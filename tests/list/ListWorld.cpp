@@ -108,8 +108,7 @@ int ListWorld::above(const std::string& reminderID) const {
 Strings ListWorld::choose(const std::string& reminderID, const std::string& title,
                           const std::function<void()>& meanwhile) {
     const QRect button = table().rectOfOptionButton(rowOf(reminderID));
-    QTest::mouseClick(window.windowHandle(), Qt::LeftButton, {},
-                      table().viewport()->mapTo(&window, button.center()));
+    QTest::mouseClick(window.windowHandle(), Qt::LeftButton, {}, table().viewport()->mapTo(&window, button.center()));
     Strings offered;
     const QPointer<QMenu> menu = list->findChild<QMenu*>();
     if (!menu) return offered;

@@ -1,7 +1,7 @@
 #pragma once
 
-// The list in a window over a real store in a folder of its own, in virtual time. Input comes as the window system sends
-// it; what the list asks of others is written down.
+// The list in a window over a real store in a folder of its own, in virtual time. Input comes as the window system
+// sends it; what the list asks of others is written down.
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
