@@ -92,7 +92,7 @@ class Deck : public ManagerWorld {
         window.resize(windowSize);
         const CardContext context{
             dispatch, notifications, settings, pictures, animations, texts, [this] { return QSizeF(window.size()); }};
-        cards = new ZNCardViewController({context, manager, environment, undoStack}, &window);
+        cards = new ZNCardViewController({context, manager, environment, undoStack, strings, labels}, &window);
         cards->setGeometry(window.rect());
         cards->fetchData();
         window.show();

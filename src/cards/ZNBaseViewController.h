@@ -51,6 +51,8 @@ class ZNBaseViewController : public ZNView {
     virtual void updateViewsForWindowResize();
     virtual void onLeftButtonPress() {}
     virtual void onRightButtonPress() {}
+    // The escape key, where nothing on the screen has taken it.
+    virtual void cancelOperation() { onLeftButtonPress(); }
     // Slides the card up from below the screen, over its place and back to it; or out again.
     virtual void animateContentInWithAnimation(bool animated);
     virtual void animateContentOutWithAnimation(bool animated);

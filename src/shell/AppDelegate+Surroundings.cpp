@@ -48,7 +48,7 @@ void AppDelegate::scheduleMinute() {
 
 void AppDelegate::minutePassed() {
     _with.refreshEnvironment();
-    root().cardController().minutePassed();
+    root().minutePassed();
     _with.tray.minutePassed();
 }
 

@@ -85,6 +85,10 @@ void AppDelegate::addObservers() {
     connect(&_with.tray, &SystemTray::appeared, this, [this] { appModeDidChange(); });
     connect(&_desktop, &DesktopSettings::changed, this, &AppDelegate::applyDesktopSettings);
     connect(&_desktop, &DesktopSettings::resumed, this, &AppDelegate::minutePassed);
+    connect(&_desktop, &DesktopSettings::unlocked, this, [this] {
+        minutePassed();
+        root().cardController().lockDidChange();
+    });
     _with.database.setFailureHandler([self = QPointer(this), &dispatch = _with.dispatch](const StoreError& error) {
         dispatch.main()->async([self, error] {
             if (self) self->reportFailure(error);

@@ -27,6 +27,10 @@ void DesktopSettings::start() {
     if (session.isConnected()) {
         session.connect(portalName, portalPath, portalInterface, "SettingChanged", this,
                         SLOT(settingChanged(QString, QString, QDBusVariant)));
+        for (const auto* screenSaver : {"org.freedesktop.ScreenSaver", "org.gnome.ScreenSaver"}) {
+            session.connect(QString(), QString(), screenSaver, "ActiveChanged", this,
+                            SLOT(screenSaverActiveChanged(bool)));
+        }
         auto call = QDBusMessage::createMethodCall(portalName, portalPath, portalInterface, "ReadAll");
         call << QStringList{interfaceGroup, appearanceGroup, touchpadGroup};
         // A desktop that has a portal has started it long ago; a bare one must not be made to.
@@ -49,6 +53,9 @@ void DesktopSettings::start() {
     if (system.isConnected()) {
         system.connect("org.freedesktop.login1", "/org/freedesktop/login1", "org.freedesktop.login1.Manager",
                        "PrepareForSleep", this, SLOT(prepareForSleep(bool)));
+        // Of whichever session: to look once more costs nothing.
+        system.connect("org.freedesktop.login1", QString(), "org.freedesktop.login1.Session", "Unlock", this,
+                       SIGNAL(unlocked()));
     }
 }
 
@@ -59,6 +66,10 @@ void DesktopSettings::settingChanged(const QString& group, const QString& key, c
 
 void DesktopSettings::prepareForSleep(bool start) {
     if (!start) emit resumed();
+}
+
+void DesktopSettings::screenSaverActiveChanged(bool isActive) {
+    if (!isActive) emit unlocked();
 }
 
 void DesktopSettings::take(const QString& group, const QString& key, const QVariant& value) {

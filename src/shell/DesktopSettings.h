@@ -1,7 +1,8 @@
 #pragma once
 
 // What the desktop says of motion, scrolling and colours, asked of the settings portal without waiting for it, and
-// followed as it changes. A desktop without a portal says nothing, and nothing changes. Main thread.
+// followed as it changes; and when machine and user are back. A desktop without a portal says nothing, and nothing
+// changes. Main thread.
 
 #include <QDBusVariant>
 #include <QMap>
@@ -27,10 +28,13 @@ class DesktopSettings final : public QObject {
     void changed();
     // The machine woke up; clocks and zones may have moved.
     void resumed();
+    // The user is back before the screen.
+    void unlocked();
 
   private slots:
     void settingChanged(const QString& group, const QString& key, const QDBusVariant& value);
     void prepareForSleep(bool start);
+    void screenSaverActiveChanged(bool isActive);
 
   private:
     void take(const QString& group, const QString& key, const QVariant& value);

@@ -22,6 +22,7 @@ bool ZNPanel::canBePlaced() {
 
 ZNPanel::ZNPanel() {
     setAccessibilityRole(QAccessible::Window);
+    setAccessibilityElement(true);
     if (canBePlaced()) {
         setWindowFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::NoDropShadowWindowHint);
         setAttribute(Qt::WA_TranslucentBackground);

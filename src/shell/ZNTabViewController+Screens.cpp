@@ -27,7 +27,7 @@ bool ZNTabViewController::hasTopScreen() const {
 
 void ZNTabViewController::showEditControllerWithReminder(const ReminderPtr& reminder) {
     if (topScreen(TopScreen::Editor)) return;
-    auto* controller = _with.screens.editor(reminder, _fullWindowContainer);
+    auto* controller = _with.screens.editor(_with.cards.cards, reminder, _fullWindowContainer);
     post(ZNDisableCardControllerMenuActionsNotification);
     post(ZNEnableEditControllerMenuActionsNotification);
     post(ZNDisableNewReminderMenuActionsNotification);
@@ -36,14 +36,14 @@ void ZNTabViewController::showEditControllerWithReminder(const ReminderPtr& remi
 
 void ZNTabViewController::showShareControllerWithReminder(const ReminderPtr& reminder) {
     if (topScreen(TopScreen::Share)) return;
-    auto* controller = _with.screens.share(reminder, _fullWindowContainer);
+    auto* controller = _with.screens.share(_with.cards.cards, reminder, _fullWindowContainer);
     post(ZNDisableCardControllerMenuActionsNotification);
     addTopScreen(TopScreen::Share, controller);
 }
 
 void ZNTabViewController::showChecklistControllerWithReminder(const ReminderPtr& reminder) {
     if (topScreen(TopScreen::Checklist)) return;
-    auto* controller = _with.screens.checklist(reminder, _fullWindowContainer);
+    auto* controller = _with.screens.checklist(_with.cards.cards, reminder, _fullWindowContainer);
     post(ZNDisableCardControllerMenuActionsNotification);
     addTopScreen(TopScreen::Checklist, controller);
 }
@@ -51,7 +51,7 @@ void ZNTabViewController::showChecklistControllerWithReminder(const ReminderPtr&
 void ZNTabViewController::showTourIfNecessary() {
     if (!_with.screens.tour || _with.cards.cards.settings.defaults().onGetDidFinishTour()) return;
     post(ZNDisableCardControllerMenuActionsNotification);
-    addTopScreen(TopScreen::Tour, _with.screens.tour(_fullWindowContainer));
+    addTopScreen(TopScreen::Tour, _with.screens.tour(_with.cards.cards, _fullWindowContainer));
 }
 
 void ZNTabViewController::addTopScreen(TopScreen kind, ZNBaseViewController* controller) {
@@ -99,8 +99,11 @@ void ZNTabViewController::dismissTopScreen(ZNBaseViewController& controller) {
 
 void ZNTabViewController::popTopController(ZNBaseViewController& controller, bool animated, Block withCompletion) {
     _leaving = &controller;
-    _container->show();
-    _toolbar->show();
+    // With another screen still there, the tabs stay hidden behind it.
+    const bool isLast = std::count_if(_topScreens.begin(), _topScreens.end(),
+                                      [](const auto* screen) { return screen != nullptr; }) == 1;
+    _container->setVisible(isLast);
+    _toolbar->setVisible(isLast);
     update();
     controller.animateContentOutWithAnimation(animated);
     const QPointer<ZNTabViewController> self(this);

@@ -73,7 +73,7 @@ void ZNTabViewController::prepareViews() {
 
 void ZNTabViewController::addControllers() {
     _cardController = new ZNCardViewController(_with.cards, _container);
-    if (_with.screens.list) _listController = _with.screens.list(_container);
+    if (_with.screens.list) _listController = _with.screens.list(_with.cards.cards, _container);
 }
 
 void ZNTabViewController::addObservers() {
@@ -104,8 +104,7 @@ void ZNTabViewController::addObservers() {
     });
     onReminder(ZNEditControllerRequested, [this](const auto& reminder) { showCardEditor(reminder->copy()); });
     onReminder(ZNChecklistRequestedNotification, [this](const auto& reminder) {
-        // Without a screen of its own the checklist is edited in the editor.
-        _with.screens.checklist ? showChecklistControllerWithReminder(reminder) : showCardEditor(reminder->copy());
+        if (_with.screens.checklist) showChecklistControllerWithReminder(reminder);
     });
     onReminder(ZNShareControllerRequested, [this](const auto& reminder) {
         _with.screens.share ? showShareControllerWithReminder(reminder->copy()) : say("Sharing_Missing_Message");
@@ -139,7 +138,11 @@ void ZNTabViewController::updateViewsForActiveTab() {
     post(_activeTab == 1 ? ZNDisableCardControllerMenuActionsNotification
                          : ZNEnableCardControllerMenuActionsNotification);
     post(ZNDisableEditControllerMenuActionsNotification);
-    if (_activeTab != 1) _cardController->stackView().setFocus();
+    if (_activeTab != 1) {
+        _cardController->stackView().setFocus();
+    } else if (_listController) {
+        _listController->setFocus();
+    }
     update();
 }
 
@@ -165,6 +168,11 @@ void ZNTabViewController::search() {
     });
 }
 
+void ZNTabViewController::minutePassed() {
+    _cardController->minutePassed();
+    if (_listController) _listController->minutePassed();
+}
+
 bool ZNTabViewController::cardActionsArePossible() const {
     return _activeTab != 1 && !topScreen(TopScreen::Editor);
 }
@@ -179,9 +187,10 @@ void ZNTabViewController::editTopCard() {
     if (const auto top = _cardController->topCardReminder()) showCardEditor(top);
 }
 
+// While one reminder is being edited, another that is stored nowhere must not be lost.
 void ZNTabViewController::showCardEditor(const ReminderPtr& reminder) {
-    if (_with.screens.editor) return showEditControllerWithReminder(reminder);
-    if (reminder->reminderID()) return say("Editor_Missing_Message", {*reminder->reminderID()});
+    if (_with.screens.editor && !topScreen(TopScreen::Editor)) return showEditControllerWithReminder(reminder);
+    if (reminder->reminderID()) return;
     const bool isKept = _with.keptReminders.keep(*reminder);
     say(isKept ? "URL_Reminder_Kept_Message" : "URL_Reminder_Not_Kept_Message", {quoted(*reminder)});
 }
@@ -211,8 +220,9 @@ void ZNTabViewController::showSettingsMenu() {
 
 void ZNTabViewController::cancelOperation() {
     for (const auto kind : {TopScreen::Editor, TopScreen::Checklist, TopScreen::Share}) {
-        if (auto* screen = topScreen(kind)) return screen->onLeftButtonPress();
+        if (auto* screen = topScreen(kind)) return screen->cancelOperation();
     }
+    if (_activeTab == 1 && _listController && _listController->handleCancelOperation()) return;
     if (_delegate) _delegate->shouldCloseWindowWithCardController();
 }
 

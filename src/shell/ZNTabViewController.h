@@ -7,8 +7,8 @@
 //   screen up    the screen slides in while the container fades; then container and toolbar are hidden
 //   going down   container and toolbar are back at once and fade in; then the screen is gone
 //
-// What asks for a screen that is not there is answered by a message and, for a reminder that is not stored yet, kept on
-// file. Owned by its window. Main thread.
+// A reminder that is stored nowhere and asks for the editor while that is taken is kept on file, and a message says so.
+// Owned by its window. Main thread.
 
 #include <QPointer>
 #include <array>
@@ -70,6 +70,8 @@ class ZNTabViewController final : public ZNView, private ZNBaseViewControllerDel
     void cancelOperation();
     // Shows the list and begins to search in it.
     void search();
+    // Relative dates, zone and language may have changed.
+    void minutePassed();
 
   protected:
     void paintEvent(QPaintEvent* event) override;

@@ -28,6 +28,7 @@ ZNWindow::ZNWindow(ZNSettingsObject& settings, std::filesystem::path placeFile)
     setWindowFlag(Qt::Window);
     setMinimumSize(smallest);
     setAccessibilityRole(QAccessible::Window);
+    setAccessibilityElement(true);
 }
 
 // The content measures the window up to its own end.

@@ -16,14 +16,15 @@ class SpokenWidget final : public QAccessibleWidget {
     explicit SpokenWidget(Widget& view) : QAccessibleWidget(&view, view.accessibilityRole()) {}
 
     [[nodiscard]] QAccessible::Role role() const override {
-        return view().isAccessibilityElement() ? view().accessibilityRole() : QAccessible::NoRole;
+        if (view().isAccessibilityElement()) return view().accessibilityRole();
+        return onlyHolds() ? QAccessible::Client : QAccessible::NoRole;
     }
     [[nodiscard]] QString text(QAccessible::Text kind) const override {
         return view().isAccessibilityElement() ? QAccessibleWidget::text(kind) : QString();
     }
     [[nodiscard]] QAccessible::State state() const override {
         QAccessible::State state = QAccessibleWidget::state();
-        if (!view().isAccessibilityElement()) state.invisible = true;
+        if (!view().isAccessibilityElement() && !onlyHolds()) state.invisible = true;
         return state;
     }
     [[nodiscard]] QStringList actionNames() const override {
@@ -42,6 +43,8 @@ class SpokenWidget final : public QAccessibleWidget {
 
   private:
     [[nodiscard]] Widget& view() const { return *qobject_cast<Widget*>(widget()); }
+    // A part of the tree that says nothing itself; were it invisible, readers would pass over what is in it.
+    [[nodiscard]] bool onlyHolds() const { return childCount() > 0; }
 };
 
 QAccessibleInterface* speak(const QString&, QObject* object) {

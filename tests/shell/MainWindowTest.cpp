@@ -130,17 +130,11 @@ TEST_F(MainWindowTest, CardCommandsRestWhileAnotherTabIsShown) {
     EXPECT_THAT(deck(), ElementsAre("call", "errand"));
 }
 
-TEST_F(MainWindowTest, WithoutAnEditorEditingSaysSoAndKeepsWhatIsNew) {
+TEST_F(MainWindowTest, WhatNoScreenCanShowIsKeptIfItIsStoredNowhere) {
     notifications.postNotificationName(ZNEditControllerRequested, stored("rent"));
-    EXPECT_THAT(tabs->messages().message().toStdString(), HasSubstr("rent"));
     EXPECT_FALSE(std::filesystem::exists(kept.file()));
-
-    tabs->messages().showMessage("nothing");
-    notifications.postNotificationName(ZNChecklistRequestedNotification, stored("call"));
-    EXPECT_THAT(tabs->messages().message().toStdString(), HasSubstr("call"));
     notifications.postNotificationName(ZNShareControllerRequested, stored("call"));
     EXPECT_THAT(tabs->messages().message().toStdString(), HasSubstr("Sharing"));
-    EXPECT_FALSE(std::filesystem::exists(kept.file()));
 
     links.open("zun.create://Bring%20keys?n=For%20Ana");
     EXPECT_THAT(tabs->messages().message().toStdString(), HasSubstr("Bring keys"));

@@ -34,8 +34,10 @@ class SmallScreen final : public ZNBaseViewController {
 
 class SmallList final : public ListScreen {
   public:
-    SmallList(int& fetches, QWidget* parent) : ListScreen(parent), _fetches(fetches) {}
+    SmallList(const CardContext& cards, int& fetches, QWidget* parent) : ListScreen(cards, parent), _fetches(fetches) {}
     void fetchData() override { ++_fetches; }
+    bool handleCancelOperation() override { return false; }
+    void minutePassed() override {}
 
   private:
     int& _fetches;
@@ -73,18 +75,13 @@ class ScreensTest : public testing::Test, public ShellWorld {
         return all;
     }
     static ScreenMakers makers(ScreensTest* test) {
-        const auto make = [test](const ReminderPtr& reminder, QWidget* parent) {
+        const auto make = [test](const CardContext& cards, const ReminderPtr& reminder, QWidget* parent) {
             test->shownReminder = reminder;
-            const CardContext cards{test->dispatch,
-                                    test->notifications,
-                                    test->settings,
-                                    test->pictures,
-                                    test->animations,
-                                    test->texts,
-                                    [test] { return QSizeF(test->tabs->size()); }};
             return test->screen = new SmallScreen(cards, test->notes, parent);
         };
-        return {make, make, make, {}, [test](QWidget* parent) { return new SmallList(test->fetches, parent); }};
+        return {make, make, make, {}, [test](const CardContext& cards, QWidget* parent) {
+                    return new SmallList(cards, test->fetches, parent);
+                }};
     }
 
     ReminderPtr shownReminder;

@@ -10,6 +10,7 @@
 #include "apps/zun/Preparations.h"
 #include "shell/AppDelegate.h"
 #include "shell/ApplicationService.h"
+#include "shell/Screens.h"
 #include "toolkit/QtMainQueue.h"
 #include "toolkit/ZNFonts.h"
 #include "toolkit/ZNPalette.h"
@@ -97,10 +98,11 @@ int runApplication(int argc, char** argv, const std::function<void(AppDelegate&)
     QApplication::setFont(appFont(13));
     QApplication::setPalette(appPalette());
     DesktopTray tray(core.dispatch);
-    const ScreenMakers screens;
+    Screens screens({core.manager, core.environment, core.strings, core.labels, core.quickEntry, home.state});
+    const ScreenMakers makers = screens.makers();
     AppDelegate delegate({home, core.environment, core.dispatch, core.notifications, core.settings, core.strings,
                           core.labels, topics, core.database, core.manager, core.userNotifications, core.account,
-                          core.syncCache, tray, screens, [&core] { core.environment.refresh(); },
+                          core.syncCache, tray, makers, [&core] { core.environment.refresh(); },
                           [] { QApplication::quit(); }});
     connectService(service, delegate);
     QObject::connect(&delegate, &AppDelegate::firstPaintDone, &delegate, [&] {
