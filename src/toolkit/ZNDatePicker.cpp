@@ -121,6 +121,8 @@ ZNDatePicker::ZNDatePicker(const Environment& environment, Elements elements, QW
     setFocusPolicy(Qt::StrongFocus);
     setContextMenuPolicy(Qt::NoContextMenu);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    // Figures run from left to right everywhere; mirrored, Qt would write the minutes before the hours.
+    setLayoutDirection(Qt::LeftToRight);
     setTimeSpec(Qt::UTC);
     setWrapping(true);
     setAccelerated(true);
@@ -289,8 +291,7 @@ void ZNDatePicker::paintEvent(QPaintEvent*) {
         return style()->subControlRect(QStyle::CC_SpinBox, &option, part, this).center().x();
     };
     // The style's arrows stand at the very edge.
-    const double inwards = layoutDirection() == Qt::RightToLeft ? chevronInset : -chevronInset;
-    const QPointF middle(middleOf(QStyle::SC_SpinBoxUp) + 0.5 + inwards, face.center().y());
+    const QPointF middle(middleOf(QStyle::SC_SpinBoxUp) + 0.5 - chevronInset, face.center().y());
     painter.setPen(QPen(QColor::fromRgba(tokens::selection), 1.75, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
     for (const double up : {-1.0, 1.0}) {
         const double base = up * 3;

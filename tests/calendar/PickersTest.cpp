@@ -121,6 +121,8 @@ TEST_F(Pickers, FollowTheZonesGapsAndLimits) {
     environment.setTimeZone("Asia/Tokyo");
     time.surroundingsDidChange();
     EXPECT_EQ(time.text(), "10:30");
+    window.setLayoutDirection(Qt::RightToLeft);
+    EXPECT_EQ(time.text(), "10:30") << "figures are not mirrored";
     EXPECT_EQ(time.dateValue(), second);
 
     environment.setTimeZone("Europe/Berlin");
