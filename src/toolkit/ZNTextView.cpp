@@ -8,8 +8,10 @@
 #include <QSyntaxHighlighter>
 #include <QTextBlock>
 #include <QTextBoundaryFinder>
+#include <algorithm>
 #include <cmath>
 
+#include "toolkit/FoldedText.h"
 #include "toolkit/Tokens.h"
 #include "toolkit/ZNFonts.h"
 
@@ -17,6 +19,8 @@ namespace zun {
 namespace {
 
 constexpr double ringRadius = 3;
+// Laying out an emoji means decoding its picture, and takes as long as so many letters.
+constexpr qsizetype emojiWeight = 24;
 
 QString withoutCarriageReturns(QString text) {
     text.replace(QStringLiteral("\r\n"), QStringLiteral("\n"));
@@ -55,6 +59,7 @@ ZNTextView::ZNTextView(AllowsReturn allowsReturn, QWidget* parent)
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setLineWrapMode(QTextEdit::FixedPixelWidth);
     setWordWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
+    FoldedText::install(*document());
     document()->setDocumentMargin(ringMargin);
     viewport()->setAutoFillBackground(false);
     connect(this, &QTextEdit::textChanged, this, [this] { followDirection(); });
@@ -80,14 +85,24 @@ void ZNTextView::setTextStyle(const QFont& textFont, const QColor& color, double
     setPalette(colors);
     _lineHeight = lineHeight;
     _emoji->setSize(textFont.pixelSize());
+    if (document()->isUndoAvailable() || document()->isRedoAvailable()) {
+        // A window that was made a little wider is no reason to forget what could be undone: lines stay as high.
+        _emoji->rehighlight();
+        return;
+    }
+    const int position = textCursor().position();
     setString(string());
+    QTextCursor cursor = textCursor();
+    cursor.setPosition(std::min(position, document()->characterCount() - 1));
+    setTextCursor(cursor);
 }
 
 void ZNTextView::setString(const QString& text) {
     const QSignalBlocker silence(document());
     document()->setUndoRedoEnabled(false);
-    setPlainText(withoutCarriageReturns(text));
+    clear();
     QTextCursor all(document());
+    insert(all, withoutCarriageReturns(text));
     all.select(QTextCursor::Document);
     all.mergeBlockFormat(blockFormat());
     document()->setUndoRedoEnabled(true);
@@ -97,18 +112,43 @@ void ZNTextView::setString(const QString& text) {
 }
 
 QString ZNTextView::string() const {
-    // The plain text of the document would turn hard blanks into soft ones.
-    QString text = document()->toRawText();
-    text.replace(QChar::ParagraphSeparator, u'\n');
-    text.replace(QChar::LineSeparator, u'\n');
-    return text;
+    return FoldedText::unfolded(*document(), 0, document()->characterCount() - 1);
 }
 
 void ZNTextView::replaceCharactersInRange(qsizetype start, qsizetype length, const QString& replacement) {
     QTextCursor cursor(document());
     cursor.setPosition(static_cast<int>(start));
     cursor.setPosition(static_cast<int>(start + length), QTextCursor::KeepAnchor);
-    cursor.insertText(insertable(replacement));
+    insert(cursor, insertable(replacement));
+}
+
+qsizetype ZNTextView::shownLength(const QString& text) const {
+    qsizetype limit = foldingLength();
+    for (const TextRun& run : emojiRuns(QStringView(text).left(limit))) {
+        if (run.start >= limit) break;
+        const qsizetype weighed = std::min(run.length, (limit - run.start) / emojiWeight + 1);
+        limit -= weighed * (emojiWeight - 1);
+        limit = std::max(limit, run.start + weighed);
+    }
+    if (limit >= text.size()) return text.size();
+    QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text.constData(), std::min(text.size(), limit + 32));
+    finder.setPosition(limit);
+    const qsizetype end = finder.isAtBoundary() ? limit : finder.toPreviousBoundary();
+    if (end > 0) return end;
+    // A single character may be that long, with thousands of marks piled on it.
+    return limit > 1 && text[limit - 1].isHighSurrogate() ? limit - 1 : limit;
+}
+
+void ZNTextView::insert(QTextCursor cursor, const QString& text) {
+    const qsizetype end = shownLength(text);
+    if (end == text.size()) {
+        cursor.insertText(text);
+        return;
+    }
+    cursor.beginEditBlock();
+    cursor.insertText(text.left(end));
+    FoldedText::insert(cursor, text.mid(end));
+    cursor.endEditBlock();
 }
 
 QString ZNTextView::insertable(QString text) const {
@@ -120,14 +160,6 @@ QString ZNTextView::insertable(QString text) const {
         } else if (character.category() == QChar::Other_Control && (character != u'\t' || !allowsReturn())) {
             character = u' ';
         }
-    }
-    const qsizetype replaced = textCursor().selectionEnd() - textCursor().selectionStart();
-    const qsizetype room = std::max<qsizetype>(0, lengthLimit - (document()->characterCount() - 1) + replaced);
-    if (text.size() > room) {
-        QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text);
-        finder.setPosition(room);
-        if (!finder.isAtBoundary()) finder.toPreviousBoundary();
-        text.truncate(std::max<qsizetype>(0, finder.position()));
     }
     return text;
 }
@@ -196,16 +228,14 @@ bool ZNTextView::canInsertFromMimeData(const QMimeData* source) const {
 
 void ZNTextView::insertFromMimeData(const QMimeData* source) {
     if (isReadOnly() || !source->hasText()) return;
-    textCursor().insertText(insertable(source->text()));
+    insert(textCursor(), insertable(source->text()));
     ensureCursorVisible();
 }
 
 QMimeData* ZNTextView::createMimeDataFromSelection() const {
     auto* copy = new QMimeData;
-    QString text = textCursor().selectedText();
-    text.replace(QChar::ParagraphSeparator, u'\n');
-    text.replace(QChar::LineSeparator, u'\n');
-    copy->setText(text);
+    copy->setText(
+        FoldedText::unfolded(*document(), textCursor().selectionStart(), textCursor().selectionEnd()));
     return copy;
 }
 

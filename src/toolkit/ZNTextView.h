@@ -4,9 +4,11 @@
 // pasted, dropped or composed loses its formats; without allowsReturn its line breaks become spaces. Emoji are drawn in
 // colour, and each paragraph runs in the direction of its own text. Undo and redo are the field's own.
 //
-// The delegate decides what the return key does and where the tab key leads. Owned by its parent widget. Main thread. A
-// megabyte without a line break costs about a second a change, because it is one paragraph to lay out; what is typed or
-// pasted beyond lengthLimit is left out therefore. A text that was set by setString() is kept whole.
+// The delegate decides what the return key does and where the tab key leads. Laying out a paragraph costs time with its
+// length, at every key; so what comes at once and is longer than foldingLength shows its beginning, and the rest is held
+// folded as one character. string() has all of it.
+//
+// Owned by its parent widget. Main thread.
 
 #include <QTextEdit>
 
@@ -47,7 +49,8 @@ class ZNTextView final : public QTextEdit {
     // none.
     [[nodiscard]] int heightOfTextWithWidth(int width);
 
-    static constexpr qsizetype lengthLimit = 1'000'000;
+    // UTF-16 units that are shown of a text that comes at once; fewer where emoji are among them.
+    [[nodiscard]] qsizetype foldingLength() const { return allowsReturn() ? 20'000 : 2'000; }
     // Around the text, for the ring that shows where the focus is.
     static constexpr int ringMargin = 4;
 
@@ -66,6 +69,8 @@ class ZNTextView final : public QTextEdit {
   private:
     class EmojiHighlighter;
     [[nodiscard]] QString insertable(QString text) const;
+    void insert(QTextCursor cursor, const QString& text);
+    [[nodiscard]] qsizetype shownLength(const QString& text) const;
     [[nodiscard]] QTextBlockFormat blockFormat() const;
     void followDirection();
 
