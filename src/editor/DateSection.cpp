@@ -54,6 +54,7 @@ QLabel* DateSection::makeLabel(std::string_view key) {
     auto* label = new QLabel(text(key), this);
     label->setFont(appFont(13));
     label->setTextFormat(Qt::PlainText);
+    alignToLayout(*label);
     QPalette colors = label->palette();
     colors.setColor(QPalette::WindowText, QColor::fromRgba(tokens::editorLabel));
     label->setPalette(colors);
@@ -155,8 +156,8 @@ void DateSection::didSelectDayFromPicker() {
 
 void DateSection::didSelectDayFromCalendar() {
     _datePicker->clearFocus();
-    const NSDate merged = mergeDateWithTime(_calendarPopout->calendarPicker().dateValue(), _timePicker->dateValue(),
-                                            _with.environment);
+    const NSDate merged =
+        mergeDateWithTime(_calendarPopout->calendarPicker().dateValue(), _timePicker->dateValue(), _with.environment);
     _datePicker->setDateValue(merged);
     _model.didSelectDate(merged);
     emit didChange(ShouldAnimate::Yes);

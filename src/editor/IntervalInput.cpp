@@ -87,11 +87,12 @@ class StepButton final : public QPushButton {
         // Rounded where the two halves do not meet.
         painter.setClipRect(rect());
         painter.drawRoundedRect(_isUp ? rect().adjusted(0, 0, 0, 8) : rect().adjusted(0, -8, 0, 0), 5, 5);
-        painter.setPen(QPen(QColor::fromRgba(tokens::settingsButtonText), 1.5, Qt::SolidLine, Qt::RoundCap,
-                            Qt::RoundJoin));
+        painter.setPen(
+            QPen(QColor::fromRgba(tokens::settingsButtonText), 1.5, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
         const QPointF middle = QRectF(rect()).center();
         const double tip = _isUp ? -1.75 : 1.75;
-        const std::array chevron = {middle + QPointF(-3.5, -tip), middle + QPointF(0, tip), middle + QPointF(3.5, -tip)};
+        const std::array chevron = {middle + QPointF(-3.5, -tip), middle + QPointF(0, tip),
+                                    middle + QPointF(3.5, -tip)};
         painter.drawPolyline(chevron.data(), static_cast<int>(chevron.size()));
     }
 

@@ -48,6 +48,7 @@ QLabel* LocationSection::makeLabel(const QString& words, QRgb color) {
     auto* label = new QLabel(words, this);
     label->setFont(appFont(13));
     label->setTextFormat(Qt::PlainText);
+    alignToLayout(*label);
     QPalette colors = label->palette();
     colors.setColor(QPalette::WindowText, QColor::fromRgba(color));
     label->setPalette(colors);

@@ -1,8 +1,8 @@
 #pragma once
 
-// The editor's rows about the place: which one, whether coming or going counts, and whether each time. It shows what the
-// model holds and hands what the user does to the model. Choosing a place is not offered: its button is disabled. Owned
-// by the editor. Main thread.
+// The editor's rows about the place: which one, whether coming or going counts, and whether each time. It shows what
+// the model holds and hands what the user does to the model. Choosing a place is not offered: its button is disabled.
+// Owned by the editor. Main thread.
 
 #include "editor/EditorContext.h"
 #include "editor/EditorModel.h"

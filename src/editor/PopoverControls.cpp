@@ -12,10 +12,16 @@ QLabel* makePopoverLabel(const QString& text, QWidget* parent) {
     auto* label = new QLabel(text, parent);
     label->setFont(appFont(11, QFont::Medium));
     label->setTextFormat(Qt::PlainText);
+    alignToLayout(*label);
     QPalette colors = label->palette();
     colors.setColor(QPalette::WindowText, QColor::fromRgba(tokens::editorTint));
     label->setPalette(colors);
     return label;
+}
+
+void alignToLayout(QLabel& label, Qt::Alignment vertical) {
+    const bool isMirrored = label.layoutDirection() == Qt::RightToLeft;
+    label.setAlignment(vertical | Qt::AlignAbsolute | (isMirrored ? Qt::AlignRight : Qt::AlignLeft));
 }
 
 IntervalInput* makeIntervalInput(const LocalizedStrings& strings, QWidget* parent) {

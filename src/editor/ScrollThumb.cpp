@@ -33,7 +33,8 @@ void ScrollThumb::follow() {
     const int track = _area.height() - 2 * edge;
     const int whole = range + bar.pageStep();
     const int length = std::min(track, std::max(shortest, track * bar.pageStep() / whole));
-    const int top = edge + static_cast<int>(static_cast<double>(track - length) * (bar.value() - bar.minimum()) / range);
+    const int top =
+        edge + static_cast<int>(static_cast<double>(track - length) * (bar.value() - bar.minimum()) / range);
     const bool isMirrored = layoutDirection() == Qt::RightToLeft;
     setGeometry(isMirrored ? edge : _area.width() - edge - thumbWidth, top, thumbWidth, length);
     raise();

@@ -34,8 +34,8 @@ QString SuggestionChip::key() {
 void SuggestionChip::offer(const QString& suggestion) {
     const bool isNews = suggestion != _suggestion || isHidden();
     _suggestion = suggestion;
-    setAccessibleName(QString::fromStdString(stringWithFormat(_strings.string("Editor_Suggestion_Accessibility_Format"),
-                                                              {suggestion.toStdString()})));
+    setAccessibleName(QString::fromStdString(
+        stringWithFormat(_strings.string("Editor_Suggestion_Accessibility_Format"), {suggestion.toStdString()})));
     show();
     updateGeometry();
     update();

@@ -43,7 +43,7 @@ void ZNDatePopoverViewController::prepareViews() {
     _nagDescription = makePopoverLabel(text("Should_Nag_Notifications_Description"), this);
     _nagDescription->setFont(appFont(11));
     _nagDescription->setWordWrap(true);
-    _nagDescription->setAlignment(Qt::AlignTop | Qt::AlignLeading);
+    alignToLayout(*_nagDescription, Qt::AlignTop);
     QPalette quiet = _nagDescription->palette();
     quiet.setColor(QPalette::WindowText, QColor::fromRgba(tokens::settingsTextSecondary));
     _nagDescription->setPalette(quiet);

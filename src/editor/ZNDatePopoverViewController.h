@@ -29,8 +29,7 @@ class ZNDatePopoverViewController final : public ZNBasePopoverViewController {
   public:
     static constexpr int contentWidth = 290;
 
-    ZNDatePopoverViewController(ReminderPtr reminder, const LocalizedStrings& strings,
-                                ZNDatePopoverDelegate* delegate);
+    ZNDatePopoverViewController(ReminderPtr reminder, const LocalizedStrings& strings, ZNDatePopoverDelegate* delegate);
 
     void viewDidAppear() override { setHeight(wantedHeight()); }
     [[nodiscard]] int wantedHeight() const { return _choices.popoverHeight(); }

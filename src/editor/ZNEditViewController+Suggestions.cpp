@@ -43,10 +43,10 @@ void ZNEditViewController::updateSuggestion() {
         _phraseTitle = title;
         _phrase = _with.quickEntry.read(title.toStdString());
     }
-    const QString phrase =
-        _phrase ? QString::fromUtf8(title.toUtf8().mid(static_cast<qsizetype>(_phrase->phraseStart),
-                                                       static_cast<qsizetype>(_phrase->phraseLength)))
-                : QString();
+    const QString phrase = _phrase
+                               ? QString::fromUtf8(title.toUtf8().mid(static_cast<qsizetype>(_phrase->phraseStart),
+                                                                      static_cast<qsizetype>(_phrase->phraseLength)))
+                               : QString();
     if (_phrase && phrase != _droppedPhrase) {
         _suggestion = Suggestion::Phrase;
         _chip->offer(QString::fromStdString(_with.quickEntry.description(*_phrase)));
@@ -86,9 +86,8 @@ void ZNEditViewController::acceptSuggestion() {
 void ZNEditViewController::dropSuggestion() {
     if (_suggestion == Suggestion::Draft) _isDraftDropped = true;
     if (_suggestion == Suggestion::Phrase)
-        _droppedPhrase =
-            QString::fromUtf8(_reminderTitle->string().toUtf8().mid(static_cast<qsizetype>(_phrase->phraseStart),
-                                                                    static_cast<qsizetype>(_phrase->phraseLength)));
+        _droppedPhrase = QString::fromUtf8(_reminderTitle->string().toUtf8().mid(
+            static_cast<qsizetype>(_phrase->phraseStart), static_cast<qsizetype>(_phrase->phraseLength)));
     updateSuggestion();
 }
 

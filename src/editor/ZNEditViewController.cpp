@@ -268,10 +268,8 @@ void ZNEditViewController::showDatePopup() {
 }
 
 void ZNEditViewController::showCustomRepeatPopup() {
-    auto* controller =
-        new ZNRepeatPopoverViewController(_model.reminderPtr(), _with.environment, _with.strings, this);
-    showPopover(controller,
-                {ZNRepeatPopoverViewController::contentWidth, ZNRepeatPopoverViewController::contentHeight},
+    auto* controller = new ZNRepeatPopoverViewController(_model.reminderPtr(), _with.environment, _with.strings, this);
+    showPopover(controller, {ZNRepeatPopoverViewController::contentWidth, ZNRepeatPopoverViewController::contentHeight},
                 _dateSection->setRepeatButton());
 }
 

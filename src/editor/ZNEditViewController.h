@@ -9,8 +9,8 @@
 //   leaving     by the left button, which is also the escape key. Text that was written is kept as a draft, also when
 //               the screen goes with the program.
 //   suggestion  below the title: a date that the title speaks of, or a draft to go on with. Ctrl+Return or a click
-//               accepts it; Escape drops it first and leaves the screen only then. Undoing an accepted date in the title
-//               takes the date back too.
+//               accepts it; Escape drops it first and leaves the screen only then. Undoing an accepted date in the
+//               title takes the date back too.
 //
 // Owned by its parent widget. Main thread; opening, saving and leaving block for a query or a small durable write.
 

@@ -32,8 +32,8 @@ class ZNRepeatPopoverViewController final : public ZNBasePopoverViewController {
     static constexpr int contentWidth = 340;
     static constexpr int contentHeight = 240;
 
-    ZNRepeatPopoverViewController(ReminderPtr reminder, const Environment& environment,
-                                  const LocalizedStrings& strings, ZNRepeatPopoverDelegate* delegate);
+    ZNRepeatPopoverViewController(ReminderPtr reminder, const Environment& environment, const LocalizedStrings& strings,
+                                  ZNRepeatPopoverDelegate* delegate);
 
     void viewDidAppear() override { setHeight(contentHeight); }
 

@@ -36,7 +36,8 @@ void ZNSwitch::slide() {
         _knob.jump(target);
         return update();
     }
-    _animations.runGroup(tokens::switchSlide, Easing::InOut, [&](ZNAnimationGroup& group) { group.set(_knob, target); });
+    _animations.runGroup(tokens::switchSlide, Easing::InOut,
+                         [&](ZNAnimationGroup& group) { group.set(_knob, target); });
 }
 
 void ZNSwitch::checkStateSet() {

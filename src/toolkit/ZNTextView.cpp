@@ -234,8 +234,7 @@ void ZNTextView::insertFromMimeData(const QMimeData* source) {
 
 QMimeData* ZNTextView::createMimeDataFromSelection() const {
     auto* copy = new QMimeData;
-    copy->setText(
-        FoldedText::unfolded(*document(), textCursor().selectionStart(), textCursor().selectionEnd()));
+    copy->setText(FoldedText::unfolded(*document(), textCursor().selectionStart(), textCursor().selectionEnd()));
     return copy;
 }
 

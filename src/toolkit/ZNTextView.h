@@ -1,12 +1,12 @@
 #pragma once
 
-// A field for plain text that is as high as its text and never scrolls by itself; what it stands in scrolls. Whatever is
-// pasted, dropped or composed loses its formats; without allowsReturn its line breaks become spaces. Emoji are drawn in
-// colour, and each paragraph runs in the direction of its own text. Undo and redo are the field's own.
+// A field for plain text that is as high as its text and never scrolls by itself; what it stands in scrolls. Whatever
+// is pasted, dropped or composed loses its formats; without allowsReturn its line breaks become spaces. Emoji are drawn
+// in colour, and each paragraph runs in the direction of its own text. Undo and redo are the field's own.
 //
 // The delegate decides what the return key does and where the tab key leads. Laying out a paragraph costs time with its
-// length, at every key; so what comes at once and is longer than foldingLength shows its beginning, and the rest is held
-// folded as one character. string() has all of it.
+// length, at every key; so what comes at once and is longer than foldingLength shows its beginning, and the rest is
+// held folded as one character. string() has all of it.
 //
 // Owned by its parent widget. Main thread.
 

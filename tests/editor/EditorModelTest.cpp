@@ -125,8 +125,8 @@ TEST_F(EditorModelTest, OnlyATitleAndAWholePlaceCanBeSaved) {
         double latitude, longitude;
         bool isPlace, isValid;
     };
-    const std::vector<Case> cases = {{"", 0, 0, false, false}, {" ", 0, 0, false, true},   {"a", 0, 0, false, true},
-                                     {"a", 0, 0, true, false}, {"a", 52, 13, true, true},  {"a", 0, 13, true, false},
+    const std::vector<Case> cases = {{"", 0, 0, false, false},  {" ", 0, 0, false, true},  {"a", 0, 0, false, true},
+                                     {"a", 0, 0, true, false},  {"a", 52, 13, true, true}, {"a", 0, 13, true, false},
                                      {"a", 52, 0, true, false}, {"", 52, 13, true, false}};
     for (const auto& each : cases) {
         auto model = modelOf();

@@ -44,20 +44,20 @@ TEST_F(EditorScreenTest, KeysReachEveryControlInOrder) {
     open(store(record)->copy());
     auto& section = editor->dateSection();
     const std::initializer_list<QWidget*> order = {&editor->reminderTitle(),
-                                         &section.dateToggle(),
-                                         &section.datePicker(),
-                                         &section.timePicker(),
-                                         &section.setDateButton(),
-                                         &section.repeatSelector(),
-                                         &section.setRepeatButton(),
-                                         &section.endDatePicker(),
-                                         &section.clearButton(),
-                                         &editor->reminderNotes(),
-                                         &editor->segmentControl().selectedButton(),
-                                         &editor->leftButton(),
-                                         &editor->toggleTypeButton(),
-                                         &editor->rightButton(),
-                                         &editor->reminderTitle()};
+                                                   &section.dateToggle(),
+                                                   &section.datePicker(),
+                                                   &section.timePicker(),
+                                                   &section.setDateButton(),
+                                                   &section.repeatSelector(),
+                                                   &section.setRepeatButton(),
+                                                   &section.endDatePicker(),
+                                                   &section.clearButton(),
+                                                   &editor->reminderNotes(),
+                                                   &editor->segmentControl().selectedButton(),
+                                                   &editor->leftButton(),
+                                                   &editor->toggleTypeButton(),
+                                                   &editor->rightButton(),
+                                                   &editor->reminderTitle()};
     for (QWidget* each : order) {
         press(Qt::Key_Tab);
         EXPECT_EQ(window.focusWidget(), each) << each->accessibleName().toStdString();

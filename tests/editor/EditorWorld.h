@@ -60,13 +60,13 @@ class EditorWorld : public testing::Test, public ManagerWorld, private ZNBaseVie
     ZNGradientView window;
     QuickEntryReader quickEntry{environment, settings, strings};
     EditorDrafts drafts{folder.path() / "state", environment};
-    EditorContext with{{dispatch, notifications, settings, pictures, animations, texts,
-                        [this] { return QSizeF(window.size()); }},
-                       manager,
-                       environment,
-                       strings,
-                       quickEntry,
-                       drafts};
+    EditorContext with{
+        {dispatch, notifications, settings, pictures, animations, texts, [this] { return QSizeF(window.size()); }},
+        manager,
+        environment,
+        strings,
+        quickEntry,
+        drafts};
     std::unique_ptr<ZNEditViewController> editor;
     int dismissals = 0;
 };

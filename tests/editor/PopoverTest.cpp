@@ -16,7 +16,9 @@ namespace {
 
 class PopoverTest : public testing::Test, public ManagerWorld, public ZNDatePopoverDelegate {
   protected:
-    void didChangeNotificationSetting(bool shouldNotify) override { reminder->setShouldSuppressNotifications(!shouldNotify); }
+    void didChangeNotificationSetting(bool shouldNotify) override {
+        reminder->setShouldSuppressNotifications(!shouldNotify);
+    }
     void didChangeNagSetting(bool shouldNag) override { reminder->setNaggingNotifications(shouldNag); }
     void didChangeDateSettings() override { ++dateSettings; }
 
@@ -29,15 +31,23 @@ TEST_F(PopoverTest, PresetsAreKnownByUnitAndNumber) {
         std::uint64_t type, interval;
         int row;
     };
-    for (const auto& each : {Case{0, 0, 0}, Case{1, 10, 1}, Case{1, 30, 2}, Case{1, 60, 5}, Case{2, 1, 3}, Case{2, 2, 5},
-                             Case{3, 1, 4}, Case{3, 7, 5}, Case{4, 1, 5}, Case{5, 1, 0}, Case{0, 10, 0}})
+    for (const auto& each : {Case{0, 0, 0}, Case{1, 10, 1}, Case{1, 30, 2}, Case{1, 60, 5}, Case{2, 1, 3},
+                             Case{2, 2, 5}, Case{3, 1, 4}, Case{3, 7, 5}, Case{4, 1, 5}, Case{5, 1, 0}, Case{0, 10, 0}})
         EXPECT_EQ(rowForEarlyReminderType(each.type, each.interval), each.row) << each.type << ' ' << each.interval;
 }
 
 TEST_F(PopoverTest, TypedNumbersAreClipped) {
-    for (const auto& [text, value] : std::initializer_list<std::pair<const char*, std::uint64_t>>{
-             {"0", 1}, {"-1", 1}, {"", 1}, {"text", 1}, {"12", 12}, {" 7", 7}, {"3x9", 3}, {"999", 999}, {"1000", 999},
-             {"99999999999999999999", 999}})
+    for (const auto& [text, value] :
+         std::initializer_list<std::pair<const char*, std::uint64_t>>{{"0", 1},
+                                                                      {"-1", 1},
+                                                                      {"", 1},
+                                                                      {"text", 1},
+                                                                      {"12", 12},
+                                                                      {" 7", 7},
+                                                                      {"3x9", 3},
+                                                                      {"999", 999},
+                                                                      {"1000", 999},
+                                                                      {"99999999999999999999", 999}})
         EXPECT_EQ(clippedInterval(intervalFromText(text)), value) << text;
 }
 
