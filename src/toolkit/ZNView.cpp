@@ -1,8 +1,11 @@
 #include "toolkit/ZNView.h"
 
+#include <QAbstractItemView>
 #include <QAccessibleWidget>
 #include <algorithm>
 
+#include "toolkit/PlainControls.h"
+#include "toolkit/SpokenCheckable.h"
 #include "toolkit/ZNButton.h"
 
 namespace zun {
@@ -44,12 +47,60 @@ class SpokenWidget final : public QAccessibleWidget {
   private:
     [[nodiscard]] Widget& view() const { return *qobject_cast<Widget*>(widget()); }
     // A part of the tree that says nothing itself; were it invisible, readers would pass over what is in it.
-    [[nodiscard]] bool onlyHolds() const { return childCount() > 0; }
+    [[nodiscard]] bool onlyHolds() const {
+        for (int i = 0; i < childCount(); ++i) {
+            const QAccessibleInterface* held = child(i);
+            if (held && !held->state().invisible) return true;
+        }
+        return false;
+    }
+};
+
+// Qt's own takes what is chosen for the name, so that nobody hears what is being chosen.
+class SpokenPopUpButton final : public QAccessibleWidget {
+  public:
+    explicit SpokenPopUpButton(ZNPopUpButton& button) : QAccessibleWidget(&button, QAccessible::ComboBox) {}
+
+    [[nodiscard]] QString text(QAccessible::Text kind) const override {
+        return kind == QAccessible::Value ? button().currentText() : QAccessibleWidget::text(kind);
+    }
+    [[nodiscard]] QAccessible::State state() const override {
+        QAccessible::State state = QAccessibleWidget::state();
+        state.expandable = state.hasPopup = true;
+        state.expanded = button().view()->isVisible();
+        return state;
+    }
+    [[nodiscard]] QStringList actionNames() const override {
+        if (!button().isEnabled()) return {};
+        return {showMenuAction(), pressAction(), increaseAction(), decreaseAction(), setFocusAction()};
+    }
+    void doAction(const QString& name) override {
+        if (name == showMenuAction() || name == pressAction()) {
+            button().showPopup();
+        } else if (name == increaseAction() || name == decreaseAction()) {
+            choose(button().currentIndex() + (name == increaseAction() ? 1 : -1));
+        } else {
+            QAccessibleWidget::doAction(name);
+        }
+    }
+
+  private:
+    [[nodiscard]] ZNPopUpButton& button() const { return *qobject_cast<ZNPopUpButton*>(widget()); }
+    void choose(int row) {
+        if (row < 0 || row >= button().count()) return;
+        button().setCurrentIndex(row);
+        // As if by hand.
+        emit button().activated(row);
+    }
 };
 
 QAccessibleInterface* speak(const QString&, QObject* object) {
+    if (auto* popUp = qobject_cast<ZNPopUpButton*>(object)) return new SpokenPopUpButton(*popUp);
     if (auto* view = qobject_cast<ZNView*>(object)) return new SpokenWidget<ZNView>(*view);
     if (auto* button = qobject_cast<ZNButton*>(object)) return new SpokenWidget<ZNButton>(*button);
+    if (auto* button = qobject_cast<QAbstractButton*>(object); button && button->isCheckable()) {
+        return new SpokenCheckable(*button);
+    }
     return nullptr;
 }
 
