@@ -99,6 +99,9 @@ void ZNChecklistTextView::keyPressEvent(QKeyEvent* event) {
 }
 
 bool ZNChecklistTextView::editByKey(const QKeyEvent& event) {
+    const bool isModifier = event.key() >= Qt::Key_Shift && event.key() <= Qt::Key_ScrollLock;
+    if (isModifier || event.key() == Qt::Key_AltGr) return false;
+    endComposition();
     if (event.matches(QKeySequence::Undo)) {
         undo();
     } else if (event.matches(QKeySequence::Redo)) {
@@ -164,8 +167,7 @@ void ZNChecklistTextView::inputMethodEvent(QInputMethodEvent* event) {
     if (commits || !event->preeditString().isEmpty()) removeSelection();
     if (commits) {
         // What was composed goes before what it became comes.
-        QInputMethodEvent nothing;
-        QTextEdit::inputMethodEvent(&nothing);
+        endComposition();
         const qsizetype cursor = textCursor().position();
         const qsizetype start = std::clamp<qsizetype>(cursor + event->replacementStart(), 0, _lines.text().size());
         const QString typed = ChecklistLines::withPlainLineEnds(event->commitString());
@@ -174,6 +176,13 @@ void ZNChecklistTextView::inputMethodEvent(QInputMethodEvent* event) {
     QInputMethodEvent composed(event->preeditString(), event->attributes());
     QTextEdit::inputMethodEvent(&composed);
     event->accept();
+}
+
+// Positions do not count what is being composed, so it must not be there when they are worked out.
+void ZNChecklistTextView::endComposition() {
+    if (textCursor().block().layout()->preeditAreaText().isEmpty()) return;
+    QInputMethodEvent nothing;
+    QTextEdit::inputMethodEvent(&nothing);
 }
 
 // ---- clipboard and drops
@@ -191,6 +200,7 @@ QMimeData* ZNChecklistTextView::createMimeDataFromSelection() const {
 
 void ZNChecklistTextView::insertFromMimeData(const QMimeData* source) {
     if (isReadOnly() || !canInsertFromMimeData(source)) return;
+    endComposition();
     const Range range = selectedRange();
     change(range, limited(ChecklistLines::withPlainLineEnds(source->text()), range.location), Kind::Other);
 }
@@ -210,6 +220,7 @@ void ZNChecklistTextView::dropEvent(QDropEvent* event) {
     QDragLeaveEvent leave;
     QTextEdit::dragLeaveEvent(&leave);
     if (isReadOnly() || !canInsertFromMimeData(event->mimeData())) return event->ignore();
+    endComposition();
     const QString text = ChecklistLines::withPlainLineEnds(event->mimeData()->text());
     qsizetype position = cursorForPosition(event->position().toPoint()).position();
     const bool isOwn = event->source() == this || event->source() == viewport();

@@ -118,6 +118,7 @@ class ZNChecklistTextView final : public QTextEdit {
     bool editByKey(const QKeyEvent& event);
     bool deleteByKey(const QKeyEvent& event);
     void insertNewline();
+    void endComposition();
     void removeSelection(Kind kind = Kind::Other);
     [[nodiscard]] Range selectedRange() const;
     [[nodiscard]] QString limited(const QString& text, qsizetype location) const;
