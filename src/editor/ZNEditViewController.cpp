@@ -124,7 +124,15 @@ void ZNEditViewController::connectViews() {
     });
     connect(&_dateSection->setDateButton(), &ZNButton::clicked, this, [this] { showDatePopup(); });
     connect(&_dateSection->setRepeatButton(), &ZNButton::clicked, this, [this] { showCustomRepeatPopup(); });
-    connect(_segmentControl, &ZNEditSegmentControl::didChange, this, [this] { updateViewsForReminder(false); });
+    connect(_segmentControl, &ZNEditSegmentControl::didChange, this, [this] {
+        updateViewsForReminder(false);
+        // A hand that chooses the text wants to write there; keys go on from the segments.
+        if (!_segmentControl->selectedButton().underMouse()) return;
+        QWidget* chosen = segment() == EditorModel::Segment::Checklist ? static_cast<QWidget*>(_checklist)
+                                                                        : static_cast<QWidget*>(_reminderNotes);
+        chosen->setFocus(Qt::MouseFocusReason);
+        _scrollView->ensureWidgetVisible(chosen, 0, 0);
+    });
     connect(_toggleTypeButton, &QPushButton::clicked, this, [this] { toggleReminderType(); });
     connect(_chip, &QPushButton::clicked, this, [this] { acceptSuggestion(); });
     connect(_reminderTitle, &QTextEdit::textChanged, this, [this] { titleDidChange(); });

@@ -70,6 +70,14 @@ class SpokenPopUpButton final : public QAccessibleWidget {
         state.expanded = button().view()->isVisible();
         return state;
     }
+    // The choices, while they are shown.
+    [[nodiscard]] int childCount() const override { return button().view()->isVisible() ? 1 : 0; }
+    [[nodiscard]] QAccessibleInterface* child(int index) const override {
+        return index == 0 && childCount() == 1 ? QAccessible::queryAccessibleInterface(button().view()) : nullptr;
+    }
+    [[nodiscard]] int indexOfChild(const QAccessibleInterface* child) const override {
+        return child && child->object() == button().view() ? 0 : -1;
+    }
     [[nodiscard]] QStringList actionNames() const override {
         if (!button().isEnabled()) return {};
         return {showMenuAction(), pressAction(), increaseAction(), decreaseAction(), setFocusAction()};
