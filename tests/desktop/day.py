@@ -64,12 +64,12 @@ class Day:
         desktop.find("Show the list of reminders").click()
         desktop.find(re.compile("Pack for the trip"), "list item").double_click()
         desktop.find("Repeat options").click()
-        weeks = desktop.find("Every", "spin button")
+        weeks = desktop.find("Number", "text")
         weeks.click()
         desktop.keys("ctrl+a")
         desktop.type("2")
-        desktop.find("Mon", "check box").click()
-        desktop.find("Fri", "check box").click()
+        desktop.find("Monday", "check box").click()
+        desktop.find("Friday", "check box").click()
         desktop.keys("Escape")
         desktop.find("Save").click()
         record = self.record("Pack for the trip", lambda record: record["repeat_type"] == 2)
@@ -78,6 +78,7 @@ class Day:
 
     def put_the_due_ones_in_order_by_hand(self):
         desktop = self.desktop
+        desktop.resize(900, 720)
         for title in ("Water the plants", "Call the bank", "Buy stamps", "Read the contract"):
             desktop.zunctl("add", title)
         before = self.titles_of_deck()
@@ -110,7 +111,7 @@ class Day:
             self.record(title, lambda record: record.get("completed_date"))
         desktop.find("Completed", "radio button").click()
         desktop.find(re.compile("^Buy stamps"), "list item").click(button=3)
-        desktop.find("Mark as Not Done", "menu item").click()
+        desktop.choose("Mark as Not Done")
         self.record("Buy stamps", lambda record: not record.get("completed_date"))
         expect("the other one stays done", bool(desktop.reminders()["Call the bank"].get("completed_date")), True)
 
@@ -127,7 +128,7 @@ class Day:
         desktop = self.desktop
         title = self.titles_of_deck()[0]
         desktop.find("Snooze this reminder").click(button=3)
-        desktop.find("Pick a date…", "menu item").click()
+        desktop.choose("Pick a date…")
         desktop.find("Choose the time").click()
         desktop.keys("Home", "Up", "Return")
         fires = self.record(title, lambda record: record.get("fire_date"))["fire_date"]
@@ -148,7 +149,7 @@ class Day:
         desktop.find("Show checklist").click()
         desktop.find("charger", "check box").click()
         desktop.find("Checklist options").click()
-        desktop.find("Make Cards from Open Items", "menu item").click()
+        desktop.choose("Make Cards from Open Items")
         desktop.find("Complete", "push button").click()
         for item in ("passport", "book", "scarf"):
             self.record(item)

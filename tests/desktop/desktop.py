@@ -188,6 +188,11 @@ class Desktop:
         from gi.repository import Atspi
         self.atspi = Atspi
         wait_until("the bus of assistive technology", lambda: Atspi.init() in (0, 1))
+        from gi.repository import GLib
+        self._events = GLib.MainContext.default()
+        self._spoken = []
+        self._listener = Atspi.EventListener.new(lambda event: self._spoken.append(event.source.get_name() or ""))
+        self._listener.register("object:state-changed:focused")
         self.start_application()
 
     # ---- the application and its store
@@ -266,6 +271,25 @@ class Desktop:
                     return control
         return None
 
+    def heard(self):
+        """The names of what took the focus since the last call, as a reader is told."""
+        while self._events.pending():
+            self._events.iteration(False)
+        spoken, self._spoken[:] = list(self._spoken), []
+        return spoken
+
+    def choose(self, name):
+        """Goes down an open menu by key until the reader hears this item, and takes it."""
+        self.heard()
+        seen = []
+        for _ in range(20):
+            self.keys("Down")
+            seen += self.heard()
+            if seen and seen[-1] == name:
+                self.keys("Return")
+                return
+        raise Failure(f'no item "{name}" was heard in the menu, only {seen}')
+
     def expect_gone(self, name=None, role=None):
         wait_until(f'{role or "something"} named {name} to go', lambda: not self.all(name, role))
 
@@ -290,6 +314,11 @@ class Desktop:
 
     def xdotool(self, *words):
         subprocess.run(["xdotool", *map(str, words)], env=self.environment, check=True, timeout=LONGEST_WAIT)
+
+    def resize(self, width, height):
+        """The active window."""
+        self.xdotool("getactivewindow", "windowmove", 100, 60, "windowsize", width, height)
+        self.settle()
 
     def click(self, x, y, button=1, times=1):
         self.xdotool("mousemove", x, y)
