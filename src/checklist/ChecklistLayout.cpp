@@ -22,6 +22,18 @@ constexpr std::size_t promptLines = 500;
 constexpr int sliceDuration = 6;
 // Characters of an average width, of which an estimate takes a row to consist.
 constexpr double averageCharacter = 0.55;
+// Looking for a place to break a word takes the square of its length; such a word is broken anywhere.
+constexpr int longestWord = 1000;
+
+bool hasEndlessWord(const QString& text) {
+    if (text.size() <= longestWord) return false;
+    int length = 0;
+    for (const QChar unit : text) {
+        length = unit.isSpace() ? 0 : length + 1;
+        if (length > longestWord) return true;
+    }
+    return false;
+}
 
 }  // namespace
 
@@ -56,11 +68,14 @@ double ChecklistLayout::singleLineHeight() const {
     return std::ceil(QFontMetricsF(_font).height());
 }
 
-double ChecklistLayout::layOutText(QTextLayout& layout, double width) const {
+double ChecklistLayout::layOutText(QTextLayout& layout, const QString& text, double width) const {
     // Rows of one height: an emoji, or a script of another font, must not push its neighbours about.
     const double row = singleLineHeight();
     const double ascent = std::ceil(QFontMetricsF(_font).ascent());
     double y = 0;
+    QTextOption option = _option;
+    if (hasEndlessWord(text)) option.setWrapMode(QTextOption::WrapAnywhere);
+    layout.setTextOption(option);
     layout.beginLayout();
     for (QTextLine line = layout.createLine(); line.isValid(); line = layout.createLine()) {
         line.setLineWidth(std::max(1.0, width));
@@ -97,10 +112,9 @@ void ChecklistLayout::layOutBlock(const QTextBlock& block, int line) const {
                 formats.append(range);
     }
     layout.setFont(_font);
-    layout.setTextOption(_option);
     layout.setFormats(formats);
     layout.setCacheEnabled(true);
-    const auto height = static_cast<float>(layOutText(layout, _width));
+    const auto height = static_cast<float>(layOutText(layout, block.text(), _width));
     if (!entry.isMeasured) --_unmeasured;
     if (entry.height != height) _validTops = std::min(_validTops, static_cast<std::size_t>(line) + 1);
     entry = {height, true, isChecked};
@@ -248,9 +262,8 @@ double ChecklistLayout::heightOfText(QStringView text, double width) const {
             continue;
         }
         QTextLayout layout(line.isEmpty() ? QStringLiteral("A") : line.toString(), _font);
-        layout.setTextOption(_option);
         layout.setFormats(emojiFormats(layout.text(), _fontSize));
-        height += layOutText(layout, width);
+        height += layOutText(layout, layout.text(), width);
     }
     return std::ceil(height);
 }

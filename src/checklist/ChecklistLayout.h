@@ -64,7 +64,7 @@ class ChecklistLayout final : public QAbstractTextDocumentLayout {
 
     void measureSlice();
     void layOutBlock(const QTextBlock& block, int line) const;
-    double layOutText(QTextLayout& layout, double width) const;
+    double layOutText(QTextLayout& layout, const QString& text, double width) const;
     [[nodiscard]] float estimate(int characters) const;
     [[nodiscard]] Line estimated(const QTextBlock& block) const;
     void updateTops() const;
