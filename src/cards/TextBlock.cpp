@@ -47,7 +47,7 @@ std::vector<std::pair<TextRun, QUrl>> findLinks(const QString& text) {
 class Paragraph {
   public:
     Paragraph(const QString& text, const TextStyle& style, double width) : _style(style), _layout(text, fontOf(style)) {
-        QTextOption option(text.isRightToLeft() ? Qt::AlignRight : Qt::AlignLeft);
+        QTextOption option(style.side.value_or(text.isRightToLeft() ? Qt::AlignRight : Qt::AlignLeft));
         option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
         option.setTextDirection(text.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
         _layout.setTextOption(option);

@@ -10,6 +10,7 @@
 #include <QString>
 #include <QUrl>
 #include <memory>
+#include <optional>
 #include <string_view>
 #include <vector>
 
@@ -30,6 +31,7 @@ struct TextStyle {
     double heightLimit = 0;  // 0 for none; lines that begin below it are not laid out
     bool findsLinks = false;
     QColor linkColor;
+    std::optional<Qt::AlignmentFlag> side;  // where lines begin; by the text's own direction if absent
 };
 
 class TextBlock {

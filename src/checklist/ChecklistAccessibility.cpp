@@ -24,9 +24,7 @@ class SpokenCheckButton final : public QAccessibleInterface, public QAccessibleA
     [[nodiscard]] QAccessibleInterface* child(int) const override { return nullptr; }
     [[nodiscard]] int childCount() const override { return 0; }
     [[nodiscard]] int indexOfChild(const QAccessibleInterface*) const override { return -1; }
-    [[nodiscard]] QWindow* window() const override {
-        return _gutter ? _gutter->window()->windowHandle() : nullptr;
-    }
+    [[nodiscard]] QWindow* window() const override { return _gutter ? _gutter->window()->windowHandle() : nullptr; }
     [[nodiscard]] QString text(QAccessible::Text kind) const override {
         if (!isValid()) return {};
         if (kind == QAccessible::Description) return _gutter->accessibleDescription();

@@ -41,6 +41,7 @@ void ChecklistLabel::setTextStyle(const TextStyle& style) {
 }
 
 int ChecklistLabel::layOutWithWidth(int width) {
+    _style.side = layoutDirection() == Qt::RightToLeft ? Qt::AlignRight : Qt::AlignLeft;
     _block = TextBlock(_text, _style, width);
     setToolTip(_block.isCut() ? _text : QString());
     update();
@@ -92,9 +93,10 @@ void ChecklistCompleteButton::paintEvent(QPaintEvent*) {
     const bool isMirrored = layoutDirection() == Qt::RightToLeft;
     const double word = fontMetrics().horizontalAdvance(text());
     const double start = face.left() + std::floor((face.width() - word - iconSide - iconGap) / 2);
-    const QRectF icon(isMirrored ? start + word + iconGap : start, face.top() + (face.height() - iconSide) / 2, iconSide,
-                      iconSide);
-    painter.drawPixmap(icon.topLeft(), _pictures.pixmap(QStringLiteral("acceptIcon"), icon.size(), devicePixelRatioF()));
+    const QRectF icon(isMirrored ? start + word + iconGap : start, face.top() + (face.height() - iconSide) / 2,
+                      iconSide, iconSide);
+    painter.drawPixmap(icon.topLeft(),
+                       _pictures.pixmap(QStringLiteral("acceptIcon"), icon.size(), devicePixelRatioF()));
     painter.setPen(QColor::fromRgba(tokens::groundText));
     painter.drawText(QRectF(isMirrored ? start : icon.right() + iconGap, face.top(), word + 1, face.height()),
                      Qt::AlignVCenter | Qt::AlignLeft | Qt::AlignAbsolute, text());

@@ -25,8 +25,7 @@ ChecklistHistory::Splice<Sequence> ChecklistHistory::spliceBetween(const Sequenc
             after.mid(prefix, after.size() - prefix - suffix)};
 }
 
-void ChecklistHistory::record(const Moment& before, const Moment& after, Kind kind,
-                              std::optional<qsizetype> location) {
+void ChecklistHistory::record(const Moment& before, const Moment& after, Kind kind, std::optional<qsizetype> location) {
     Step step{spliceBetween(before.text, after.text, location.value_or(std::numeric_limits<qsizetype>::max())),
               spliceBetween(before.checks, after.checks, std::numeric_limits<qsizetype>::max()),
               kind,

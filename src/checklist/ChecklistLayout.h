@@ -78,7 +78,7 @@ class ChecklistLayout final : public QAbstractTextDocumentLayout {
     QTextOption _option;
     // Measuring is a matter of looking, so it happens in const functions too.
     mutable std::vector<Line> _lines;
-    mutable std::vector<double> _tops;      // of line i, valid below _validTops
+    mutable std::vector<double> _tops;  // of line i, valid below _validTops
     mutable std::size_t _validTops = 0;
     mutable std::size_t _unmeasured = 0;
     std::size_t _nextSlice = 0;

@@ -26,8 +26,7 @@ void ZNChecklistViewController::onLeftButtonPress() {
     }
     if (active > 0 && inactive > 0)
         add("Move_Incomplete_Checklist_Items_Top", &ZNChecklistViewController::moveIncompleteToTopForChecklist);
-    if (inactive > 0)
-        add("Remove_Completed_Checklist_Items", &ZNChecklistViewController::removeCompletedFromChecklist);
+    if (inactive > 0) add("Remove_Completed_Checklist_Items", &ZNChecklistViewController::removeCompletedFromChecklist);
     _menu = menu;
     const bool isMirrored = layoutDirection() == Qt::RightToLeft;
     const QRect button = leftButton().rect();

@@ -29,7 +29,8 @@ constexpr auto completeFade = 200ms;
 
 TextStyle titleStyle(double windowWidth) {
     TextStyle style;
-    style.font = appFontWithSizeStyle(SizeStyle::LargeText, preferredFontSizeForWindowSize(windowWidth), QFont::DemiBold);
+    style.font =
+        appFontWithSizeStyle(SizeStyle::LargeText, preferredFontSizeForWindowSize(windowWidth), QFont::DemiBold);
     style.color = QColor::fromRgba(tokens::cardTitle);
     style.lineHeight = tokens::titleLineHeight;
     style.lineLimit = 2;
@@ -51,9 +52,7 @@ class Rule final : public ZNView {
     explicit Rule(QWidget* parent) : ZNView(parent) { setAccessibilityElement(false); }
 
   protected:
-    void paintEvent(QPaintEvent*) override {
-        QPainter(this).fillRect(rect(), QColor::fromRgba(tokens::checklistRule));
-    }
+    void paintEvent(QPaintEvent*) override { QPainter(this).fillRect(rect(), QColor::fromRgba(tokens::checklistRule)); }
 };
 
 }  // namespace
@@ -116,6 +115,12 @@ void ZNChecklistViewController::customizeViews() {
     setReminderFields();
 
     const QPointer<ZNChecklistViewController> self(this);
+    _layoutMode =
+        context().settings.observe({"windowLayoutMode"}, [self, &dispatch = context().dispatch](std::string_view) {
+            onMainThread(dispatch, [self] {
+                if (self) self->updateViewsForWindowResize();
+            });
+        });
     // Store notifications come on the store's queue; a guard made here may only be asked on the main thread.
     _updates = context().notifications.addObserver(
         ZNReminderObjectUpdatedNotification, [self, &dispatch = context().dispatch](const NSNotification& posted) {

@@ -108,6 +108,7 @@ class ZNChecklistViewController final : public ZNBaseViewController, private ZNP
     AnimatedValue _bottomMargin{AnimatedValue::Kind::Movement, 0};
     Observation _frames;
     Observation _updates;
+    Observation _layoutMode;
     NSTimer _timer;
     bool _didModifyLocally = false;
     bool _hasUnsavedChanges = false;

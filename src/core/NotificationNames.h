@@ -51,7 +51,7 @@ inline constexpr std::string_view ZNDisableNewReminderMenuActionsNotification =
 inline constexpr std::string_view ZNEnableNewReminderMenuActionsNotification =
     "com.zunlabs.ZNEnableNewReminderMenuActionsNotification";
 
-// The checklist under edit, without an object.
+// The checklist under edit, with its view.
 inline constexpr std::string_view ZNChecklistCheckUpdated = "com.zunlabs.ZNChecklistCheckUpdated";
 inline constexpr std::string_view ZNChecklistTextViewUpdated = "com.zunlabs.ZNChecklistTextViewUpdated";
 

@@ -53,7 +53,9 @@ class ChecklistCardTest : public testing::Test, public ChecklistWorld, public ZN
         (qobject_cast<CreateCardsQuestion*>(&card->createCardsQuestion()->content())->*choice)();
         settle();
     }
-    [[nodiscard]] std::string saved() const { return stored("shop") ? stored("shop")->checklist().value_or("") : "gone"; }
+    [[nodiscard]] std::string saved() const {
+        return stored("shop") ? stored("shop")->checklist().value_or("") : "gone";
+    }
     [[nodiscard]] std::vector<std::string> titles() const {
         std::vector<std::string> all;
         for (const auto& each : manager.fetchAllReminders())

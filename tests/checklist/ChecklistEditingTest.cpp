@@ -32,9 +32,8 @@ class ChecklistEditingTest : public testing::Test, public ChecklistWorld {
     ChecklistEditingTest() {
         window.resize(400, 400);
         view.resize(360, 400);
-        QObject::connect(&view, &ZNChecklistTextView::heightDidChange, &view, [this](int height) {
-            view.resize(view.width(), height);
-        });
+        QObject::connect(&view, &ZNChecklistTextView::heightDidChange, &view,
+                         [this](int height) { view.resize(view.width(), height); });
     }
 
     void press(int key, Qt::KeyboardModifiers modifiers = Qt::NoModifier, const QString& text = {}) {
@@ -110,10 +109,9 @@ class RandomEditsTest : public ChecklistEditingTest {
     void expectAgreement(int step, int operation) {
         const ChecklistLines& lines = view.lines();
         const bool agrees = visibleText() == model.text() && lines.text() == model.text() &&
-                            lines.checks() == model.checks() &&
-                            lines.checks().size() == model.text().count(u'\n') + 1;
-        ASSERT_TRUE(agrees) << "step " << step << ", operation " << operation << "\nmodel: "
-                            << model.text().toStdString() << "\nshown: " << visibleText().toStdString();
+                            lines.checks() == model.checks() && lines.checks().size() == model.text().count(u'\n') + 1;
+        ASSERT_TRUE(agrees) << "step " << step << ", operation " << operation
+                            << "\nmodel: " << model.text().toStdString() << "\nshown: " << visibleText().toStdString();
         const std::string stored = view.formattedChecklist();
         const auto items = checklistItems(stored);
         qsizetype withText = 0;
@@ -243,8 +241,8 @@ TEST_F(ChecklistEditingTest, UndoAndRedoRestoreTextChecksAndCursorTogether) {
     select(2, 10);
     press(Qt::Key_Delete);
     EXPECT_EQ(view.formattedChecklist(), "[ ]miread");
-    const char* const back[] = {"[ ]milk and\n[x]bread", "[ ]milk and\n[ ]bread", "[ ]milk and", "[ ]milk and",
-                                "[ ]milk ",             ""};
+    const char* const back[] = {
+        "[ ]milk and\n[x]bread", "[ ]milk and\n[ ]bread", "[ ]milk and", "[ ]milk and", "[ ]milk ", ""};
     for (const char* each : back) {
         view.undo();
         EXPECT_EQ(view.formattedChecklist(), each);
