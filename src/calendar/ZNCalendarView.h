@@ -54,6 +54,8 @@ class ZNCalendarView final : public ZNView {
     [[nodiscard]] ZNButton& nextButton() const { return *_nextButton; }
     [[nodiscard]] const NSCalendar& calendar() const { return _calendar; }
 
+    // Before its height is asked for in a window of another size.
+    void updateFontsAndSizingForNewWindowSize();
     // What six rows of square cells under the headers take at this width.
     [[nodiscard]] int heightForWidth(int width) const override;
 
@@ -66,7 +68,6 @@ class ZNCalendarView final : public ZNView {
   private:
     void layoutCalendar();
     void updateDays();
-    void updateFontsAndSizingForNewWindowSize();
     void updateArrows();
     void placeViews();
     void dayClicked(ZNCalendarViewCell& clicked);

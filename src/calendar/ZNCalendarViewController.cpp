@@ -40,7 +40,8 @@ ZNCalendarViewController::ZNCalendarViewController(const CalendarContext& contex
       _zeroState(new QLabel(this)),
       _zone(context.environment.timeZone()),
       _locale(context.environment.locale()),
-      _today(_calendarView->date()) {
+      _today(_calendarView->date()),
+      _fetches(context.dispatch) {
     setAccessibilityRole(QAccessible::Grouping);
     _tableView->setModel(_remindersForCurrentDay);
     _tableView->setItemDelegate(_cell);
@@ -93,7 +94,7 @@ void ZNCalendarViewController::remindersWereUpdated() {
     _isStale = false;
     _fetchRuns = true;
     const QPointer<ZNCalendarViewController> self(this);
-    _fetchQueue->async([self, &dispatch = _context.dispatch, &manager = _context.manager] {
+    _fetches.async(*_fetchQueue, [self, &dispatch = _context.dispatch, &manager = _context.manager] {
         auto fetched = std::make_shared<const ListedReminders>(manager.listAllRemindersWithDates());
         dispatch.main()->async([self, reminders = std::move(fetched)]() mutable {
             if (!self) return;
@@ -180,6 +181,7 @@ void ZNCalendarViewController::lockDidChange() {
 // ---- measures and looks
 
 void ZNCalendarViewController::resizeEvent(QResizeEvent*) {
+    _calendarView->updateFontsAndSizingForNewWindowSize();
     const int gridHeight = _calendarView->heightForWidth(width());
     _calendarView->setGeometry(0, 0, width(), gridHeight);
     const double barWidth = width() * widthShare;

@@ -12,6 +12,7 @@
 #include "calendar/CalendarContext.h"
 #include "calendar/ZNCalendarView.h"
 #include "core/DayIndex.h"
+#include "platform/foundation/BlocksUnderWay.h"
 #include "toolkit/ZNView.h"
 
 class QLabel;
@@ -26,6 +27,7 @@ class ZNCalendarViewController final : public ZNView, private ZNCalendarViewDele
     Q_OBJECT
   public:
     ZNCalendarViewController(const CalendarContext& context, QWidget* parent = nullptr);
+    ~ZNCalendarViewController() override { _fetches.wait(); }
 
     // A minute later: relative words, the day, the zone and the region may be others.
     void minutePassed();
@@ -73,6 +75,7 @@ class ZNCalendarViewController final : public ZNView, private ZNCalendarViewDele
     bool _fetchRuns = false;
     bool _isStale = true;  // a change came that no fetch has seen
     std::vector<Observation> _observations;
+    BlocksUnderWay _fetches;
 };
 
 }  // namespace zun

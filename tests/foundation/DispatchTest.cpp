@@ -11,6 +11,7 @@
 #include <thread>
 #include <vector>
 
+#include "platform/foundation/BlocksUnderWay.h"
 #include "platform/foundation/SimulatedDispatch.h"
 #include "platform/foundation/SystemDispatch.h"
 
@@ -128,6 +129,19 @@ TEST_P(DispatchContract, AWaitInsideAMainBlockStartsNoOtherMainBlock) {
     });
     dispatch->waitUntil([&] { return done; });
     EXPECT_FALSE(nested);
+}
+
+TEST_P(DispatchContract, BlocksUnderWayEndBeforeTheirMakerDoes) {
+    const auto queue = dispatch->makeSerialQueue("test", QualityOfService::Default);
+    for (int round = 0; round < 20; ++round) {
+        std::atomic<int> finished = 0;
+        {
+            BlocksUnderWay blocks(*dispatch);
+            for (int i = 0; i < 3; ++i)
+                blocks.async(*queue, [&] { ++finished; });
+        }
+        ASSERT_EQ(finished, 3);
+    }
 }
 
 INSTANTIATE_TEST_SUITE_P(Implementations, DispatchContract, testing::Bool(),
