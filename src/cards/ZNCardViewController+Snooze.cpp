@@ -15,6 +15,7 @@ namespace zun {
 void ZNCardViewController::shouldShowSnoozeForCell(ZNStackViewItem& cell, ZNButton&, QPoint withEventPosition) {
     const auto& reminder = cell.reminder();
     if (!reminder || _snoozePopover) return;
+    _reminderIDToSnooze = reminder->reminderID().value_or("");
     auto* menu = new ZNSnoozeMenu(
         reminder, &cell, {_with.manager, _with.cards.settings, _with.environment, _with.strings, _with.labels});
     menu->setParent(this, menu->windowFlags());
@@ -28,27 +29,32 @@ void ZNCardViewController::shouldSnoozeWithReminder(const ReminderPtr& reminder,
     snoozeReminder(reminder->reminderID().value_or(""), withDate);
 }
 
-void ZNCardViewController::didRequestCustomSnoozePickerWithStackItem(ZNStackViewItem* stackItem) {
-    if (_snoozePopover || !stackItem || !stackItem->reminder() || !stackItem->snoozeButton()) return;
+void ZNCardViewController::didRequestCustomSnoozePickerWithStackItem(ZNStackViewItem*) {
+    // The item that the menu was opened on may show another reminder by now, or have flown.
+    const auto found = positionOf(_reminderIDToSnooze);
+    auto* const anchor = _stackView->stackViews().front()->snoozeButton();
+    if (_snoozePopover || found == _reminders.end() || !anchor) return;
     using Picker = ZNSnoozePopoverViewController;
-    const auto& reminder = *stackItem->reminder();
-    _reminderIDToSnooze = reminder.reminderID().value_or("");
     auto* picker = new Picker(_with.environment, _with.strings, *this,
-                              reminder.start_date() ? Picker::Alerts::Yes : Picker::Alerts::No);
+                              (*found)->start_date() ? Picker::Alerts::Yes : Picker::Alerts::No);
     picker->setPopoverDelegate(this);
     _snoozePopover = new ZNPopover(_with.cards.animations, picker, ZNPopover::Behavior::ApplicationDefined, window());
     _snoozePopover->setContentSize(QSize(Picker::width, Picker::height));
     connect(_snoozePopover, &ZNPopover::didClose, this, [this] { _snoozePopover = nullptr; });
-    _snoozePopover->showRelativeTo(*stackItem->snoozeButton(), ZNPopover::Edge::Right);
+    _snoozePopover->showRelativeTo(*anchor, ZNPopover::Edge::Right);
 }
 
 void ZNCardViewController::didSelectSnoozeDate(NSDate date) {
     snoozeReminder(_reminderIDToSnooze, date);
 }
 
+std::vector<ReminderPtr>::iterator ZNCardViewController::positionOf(const std::string& reminderID) {
+    return std::find_if(_reminders.begin(), _reminders.end(),
+                        [&](const ReminderPtr& each) { return each->reminderID() == reminderID; });
+}
+
 void ZNCardViewController::snoozeReminder(const std::string& reminderID, OptionalDate date) {
-    const auto found = std::find_if(_reminders.begin(), _reminders.end(),
-                                    [&](const ReminderPtr& each) { return each->reminderID() == reminderID; });
+    const auto found = positionOf(reminderID);
     if (found == _reminders.end()) return;
     if (found != _reminders.begin()) {
         // Another one came up while the choice was made; the chosen one is thrown
@@ -72,11 +78,7 @@ void ZNCardViewController::dismissPopoverController(ZNBasePopoverViewController&
 }
 
 void ZNCardViewController::closeSnoozePopoverWithoutItsReminder() {
-    if (!_snoozePopover) return;
-    const bool isThere = std::any_of(_reminders.begin(), _reminders.end(), [&](const ReminderPtr& each) {
-        return each->reminderID() == _reminderIDToSnooze;
-    });
-    if (!isThere) _snoozePopover->close();
+    if (_snoozePopover && positionOf(_reminderIDToSnooze) == _reminders.end()) _snoozePopover->close();
 }
 
 }  // namespace zun

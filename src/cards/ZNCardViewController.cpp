@@ -30,7 +30,8 @@ ZNCardViewController::ZNCardViewController(const Collaborators& collaborators, Q
       _fetchQueue(collaborators.cards.dispatch.makeSerialQueue("deck", QualityOfService::UserInitiated)),
       _stackView(new ZNStackView(collaborators.cards, this)),
       _toolbar(new DeckToolbar(collaborators.cards, this)),
-      _zeroState(new ZNZeroStateView(collaborators.cards, this)) {
+      _zeroState(new ZNZeroStateView(collaborators.cards, this)),
+      _fetches(collaborators.cards.dispatch) {
     _stackView->setOverflow(QMargins(stackSide, stackTop, stackSide, 0));
     _toolbar->setCentreLine(stackTop);
     // A card that flies passes over logo and number.
@@ -40,6 +41,7 @@ ZNCardViewController::ZNCardViewController(const Collaborators& collaborators, Q
 }
 
 ZNCardViewController::~ZNCardViewController() {
+    _fetches.wait();
     _stackView->onSetDelegate(nullptr);
 }
 
@@ -99,7 +101,7 @@ void ZNCardViewController::fetchLater() {
     _fetchRuns = true;
     const QPointer<ZNCardViewController> self(this);
     auto& dispatch = _with.cards.dispatch;
-    _fetchQueue->async([self, &dispatch, &manager = _with.manager] {
+    _fetches.async(*_fetchQueue, [self, &dispatch, &manager = _with.manager] {
         auto fetched = manager.fetchAllActiveRemindersWithDefaultSort(true);
         dispatch.main()->async([self, deck = std::move(fetched)]() mutable {
             if (!self) return;
@@ -129,8 +131,7 @@ void ZNCardViewController::takeDeck(std::vector<ReminderPtr> fetched) {
 void ZNCardViewController::moveRequestedReminderToTopIfNecessary() {
     const auto requested = std::exchange(_reminderIDToShowOnTop, {});
     if (requested.empty()) return;
-    const auto found = std::find_if(_reminders.begin(), _reminders.end(),
-                                    [&](const ReminderPtr& each) { return each->reminderID() == requested; });
+    const auto found = positionOf(requested);
     if (found != _reminders.end()) std::rotate(_reminders.begin(), found, found + 1);
 }
 

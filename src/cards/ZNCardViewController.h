@@ -23,6 +23,7 @@
 #include "cards/ZNStackViewDelegate.h"
 #include "cards/ZNStackViewItemDelegate.h"
 #include "core/ZNReminderManager.h"
+#include "platform/foundation/BlocksUnderWay.h"
 #include "toolkit/ZNPopover.h"
 
 namespace zun {
@@ -104,6 +105,7 @@ class ZNCardViewController final : public ZNView,
     void dismissPopoverController(ZNBasePopoverViewController& controller) override;
     void snoozeReminder(const std::string& reminderID, OptionalDate date);
     void closeSnoozePopoverWithoutItsReminder();
+    [[nodiscard]] std::vector<ReminderPtr>::iterator positionOf(const std::string& reminderID);
 
     void updateViewsForWindowResize();
     void makeCalendar();
@@ -132,7 +134,7 @@ class ZNCardViewController final : public ZNView,
     ZNZeroStateView* _zeroState;
     ZNCalendarViewController* _calendarController = nullptr;
     QPointer<ZNPopover> _snoozePopover;
-    std::string _reminderIDToSnooze;  // what the picker was opened for
+    std::string _reminderIDToSnooze;  // what the menu or the picker was opened for
     std::vector<ReminderPtr> _reminders;
     std::string _reminderIDToShowOnTop;
     // Cards whose write is under way, and until when they stay out of the deck if it never shows.
@@ -144,6 +146,7 @@ class ZNCardViewController final : public ZNView,
     NSTimer _nextFireTimer;
     OptionalDate _nextFireDate;
     std::vector<Observation> _observations;
+    BlocksUnderWay _fetches;
 };
 
 }  // namespace zun

@@ -78,8 +78,11 @@ OptionalDate ZNSnoozeMenu::snoozeDateForTag(int tag) const {
             evening.second = matching.second;
             return calendar.nextDateAfterDate(now, evening, NSCalendarOptions::MatchNextTimePreservingSmallerUnits);
         }
-        case OneDay:
-            return _with.manager.advanceToNextDayWithDueDate(_reminder->onGetDueDate());
+        case OneDay: {
+            // Another program may have put it off since the menu was opened.
+            const auto fresh = _with.manager.fetchReminderWithReminderID(_reminder->reminderID());
+            return _with.manager.advanceToNextDayWithDueDate((fresh ? fresh : _reminder)->onGetDueDate());
+        }
         case Weekend:
             return ZNDateHelper(_with.environment).thisWeekendWithUserSetMorningHour(_with.settings.morningHour());
         default:

@@ -255,6 +255,26 @@ TEST_F(Snooze, ThePickerFollowsItsReminder) {
     manager.deleteReminder(stored("c"), ShouldSyncWithiCloud::No);
     advance(1000);
     EXPECT_EQ(screen->snoozePopover(), nullptr) << "what it was for has gone";
+
+    // A newer card comes while the menu is open: the picker is for the one that the menu was opened on.
+    const auto top = deck().front();
+    rightClick();
+    store(dated("d", "2026-01-14T10:20:00Z"));
+    screen->fetchData();
+    advance(500);
+    choose(ZNSnoozeMenu::SelectDate);
+    ASSERT_NE(screen->snoozePopover(), nullptr);
+    picker().datePicker().setDateValue(at("2026-01-16T10:00:00Z"));
+    QTest::mouseClick(&picker().actionButton(), Qt::LeftButton);
+    advance(1000);
+    EXPECT_GE(stored(top)->fire_date().value_or(NSDate()), at("2026-01-16T10:00:00Z"));
+    EXPECT_FALSE(stored("d")->onGetIsSnoozed());
+    rightClick();
+    manager.deleteReminder(stored(deck().front()), ShouldSyncWithiCloud::No);
+    advance(1000);
+    ASSERT_FALSE(deck().empty());
+    choose(ZNSnoozeMenu::SelectDate);
+    EXPECT_EQ(screen->snoozePopover(), nullptr) << "it has gone, and no other takes its place";
 }
 
 class WideScreen : public Snooze {
