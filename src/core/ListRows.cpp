@@ -26,6 +26,32 @@ std::size_t ListRows::indexOfObjectWithID(std::string_view reminderID) const {
     return npos;
 }
 
+std::vector<bool> ListRows::rowsMarkedIn(const ListRows& others, const std::vector<std::size_t>& marked) const {
+    std::vector<bool> found(_rows.size());
+    if (!_reminders || !others._reminders) return found;
+    const ListedReminders& theirs = *others._reminders;
+    std::vector<bool> isMarked(theirs.size());
+    for (const std::size_t row : marked)
+        isMarked[theirs.firstOfSameID(others.numberAt(row))] = true;
+
+    const bool areTheSame = _reminders == others._reminders;
+    std::size_t last = 0;
+    // Neighbours here are neighbours there, mostly, in one direction or the other.
+    const auto numberThere = [&](std::string_view reminderID) {
+        for (const std::size_t near : {last + 1, last - 1})
+            if (near < theirs.size() && theirs.reminderID(near) == reminderID) return near;
+        return theirs.indexOfObjectWithID(reminderID);
+    };
+    for (std::size_t row = 0; row < _rows.size(); ++row) {
+        if (isHeader(row)) continue;
+        const std::size_t number = areTheSame ? numberAt(row) : numberThere(reminderID(row));
+        if (number == npos) continue;
+        last = number;
+        found[row] = isMarked[theirs.firstOfSameID(number)];
+    }
+    return found;
+}
+
 void ListRows::remove(std::size_t index) {
     _rows.erase(_rows.begin() + static_cast<std::ptrdiff_t>(index));
 }

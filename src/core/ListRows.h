@@ -37,6 +37,10 @@ class ListRows {
     // npos if there is none. Some 10 microseconds among 100,000.
     [[nodiscard]] std::size_t indexOfObjectWithID(std::string_view reminderID) const;
 
+    // Of these rows, one bit each, those whose reminder stands in one of the `marked` rows of `others`. Some
+    // milliseconds for 100,000 among 100,000 that are in much the same order.
+    [[nodiscard]] std::vector<bool> rowsMarkedIn(const ListRows& others, const std::vector<std::size_t>& marked) const;
+
     void remove(std::size_t index);
     void removeAll();
     // Many at once, ascending, and the headings that nothing is left under.

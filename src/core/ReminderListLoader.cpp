@@ -4,6 +4,7 @@
 #include <mutex>
 #include <numeric>
 #include <optional>
+#include <span>
 #include <stop_token>
 #include <utility>
 #include <vector>
@@ -64,6 +65,8 @@ class ReminderListLoader::Worker {
                                                                      : _with.manager.listAllCompletedReminders(stop));
         _type = type;
         findAll();
+        for (const Identifiers& each : _leftOut)
+            remove(*each);
     }
 
     void search(std::string_view text) {
@@ -77,15 +80,23 @@ class ReminderListLoader::Worker {
         _foldedText = std::move(folded);
     }
 
-    void remove(std::string_view reminderID) {
-        const std::size_t first = _reminders->indexOfObjectWithID(reminderID);
-        if (first == ListedReminders::npos) return;
-        const auto isIt = [&](std::uint32_t number) { return _reminders->firstOfSameID(number) == first; };
-        _removed.resize(_reminders->size());
-        for (std::uint32_t number = 0; number < _removed.size(); ++number)
-            if (isIt(number)) _removed[number] = true;
-        std::erase_if(_found, isIt);
+    void remove(std::span<const std::string> reminderIDs) {
+        std::vector<bool> goes(_reminders->size());
+        for (const std::string& each : reminderIDs) {
+            const std::size_t first = _reminders->indexOfObjectWithID(each);
+            if (first != ListedReminders::npos) goes[first] = true;
+        }
+        _removed.resize(goes.size());
+        for (std::uint32_t number = 0; number < goes.size(); ++number)
+            if (goes[_reminders->firstOfSameID(number)]) _removed[number] = true;
+        std::erase_if(_found, [this](std::uint32_t number) { return _removed[number]; });
     }
+
+    void leaveOut(Identifiers reminderIDs) {
+        remove(*reminderIDs);
+        _leftOut.push_back(std::move(reminderIDs));
+    }
+    void admitAll() { _leftOut.clear(); }
 
     [[nodiscard]] ListRows rows() const {
         if (_type == Type::Completed) {
@@ -121,6 +132,7 @@ class ReminderListLoader::Worker {
     std::string _foldedText;
     std::vector<std::uint32_t> _found;  // in order; all that contain _foldedText and are not removed
     std::vector<bool> _removed;         // empty while none is
+    std::vector<Identifiers> _leftOut;
 };
 
 ReminderListLoader::ReminderListLoader(const Collaborators& collaborators)
@@ -145,9 +157,21 @@ void ReminderListLoader::search(std::string text, Completion completion) {
 }
 
 void ReminderListLoader::removeReminderById(std::string reminderID) {
-    _queue->async([worker = _worker, reminderID = std::move(reminderID)] {
+    enqueue([reminderID = std::move(reminderID)](Worker& worker) { worker.remove({&reminderID, 1}); });
+}
+
+void ReminderListLoader::leaveOut(Identifiers reminderIDs) {
+    enqueue([reminderIDs = std::move(reminderIDs)](Worker& worker) { worker.leaveOut(reminderIDs); });
+}
+
+void ReminderListLoader::admitAll() {
+    enqueue([](Worker& worker) { worker.admitAll(); });
+}
+
+void ReminderListLoader::enqueue(std::function<void(Worker&)> work) {
+    _queue->async([worker = _worker, work = std::move(work)] {
         if (!worker->enter()) return;
-        worker->remove(reminderID);
+        work(*worker);
         worker->leave();
     });
 }

@@ -12,6 +12,7 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <vector>
 
 #include "core/ListRows.h"
 #include "core/ZNReminderManager.h"
@@ -51,12 +52,17 @@ class ReminderListLoader {
     void search(std::string text, Completion completion);
     // Leaves a reminder out of further searches, until the next fetch.
     void removeReminderById(std::string reminderID);
+    // Leaves these out of further searches and fetches, until admitAll() and a fetch after it.
+    using Identifiers = std::shared_ptr<const std::vector<std::string>>;
+    void leaveOut(Identifiers reminderIDs);
+    void admitAll();
 
   private:
     class Worker;
     struct Reply;
     enum class Fetch { No, Yes };
     void start(Fetch fetch, Completion completion, std::function<void(Worker&)> work);
+    void enqueue(std::function<void(Worker&)> work);
 
     const Collaborators _with;
     const DispatchQueuePtr _queue;

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <array>
-#include <span>
 #include <unordered_map>
 
 namespace zun {
@@ -39,10 +38,10 @@ void fetchBatch(const ZNReminderManager& manager, std::span<const std::string> i
 }  // namespace
 
 std::vector<ReminderPtr> fetchRemindersByID(const ZNReminderManager& manager,
-                                            const std::vector<std::string>& reminderIDs) {
+                                            std::span<const std::string> reminderIDs) {
     std::unordered_map<std::string, ReminderPtr> found;
     found.reserve(reminderIDs.size());
-    for (std::span<const std::string> rest = reminderIDs; !rest.empty();) {
+    for (auto rest = reminderIDs; !rest.empty();) {
         const auto batch = rest.first(std::min(rest.size(), batchSizes.back()));
         fetchBatch(manager, batch, found);
         rest = rest.subspan(batch.size());
@@ -56,7 +55,7 @@ std::vector<ReminderPtr> fetchRemindersByID(const ZNReminderManager& manager,
 }
 
 ReminderPtr fetchReminderByID(const ZNReminderManager& manager, const std::string& reminderID) {
-    const auto found = fetchRemindersByID(manager, {reminderID});
+    const auto found = fetchRemindersByID(manager, {&reminderID, 1});
     return found.empty() ? nullptr : found.front();
 }
 

@@ -2,6 +2,7 @@
 
 // The records behind rows, fetched anew by identifier, some hundred in one query. Any thread; blocks for the queries.
 
+#include <span>
 #include <string>
 #include <vector>
 
@@ -11,7 +12,7 @@ namespace zun {
 
 // Those that are stored and not marked as deleted, in the order of the identifiers.
 [[nodiscard]] std::vector<ReminderPtr> fetchRemindersByID(const ZNReminderManager& manager,
-                                                          const std::vector<std::string>& reminderIDs);
+                                                          std::span<const std::string> reminderIDs);
 // Null for one that has gone.
 [[nodiscard]] ReminderPtr fetchReminderByID(const ZNReminderManager& manager, const std::string& reminderID);
 

@@ -2,7 +2,6 @@
 
 #include <QScrollBar>
 #include <algorithm>
-#include <unordered_set>
 
 #include "list/ListScrollBar.h"
 #include "list/ListTableAccessible.h"
@@ -12,8 +11,6 @@ namespace zun {
 namespace {
 
 constexpr int wheelStep = 40;
-// Above this many, identifiers are looked up in a set rather than one by one.
-constexpr std::size_t fewSelected = 32;
 
 }  // namespace
 
@@ -88,16 +85,10 @@ void ZNListTableView::restoreSelection(const ListRows& before) {
     };
     _selection.current = placeNow(old.current);
     _selection.anchor = placeNow(old.anchor);
-    if (old.count() <= fewSelected) {
-        for (const std::size_t row : old.rows())
-            if (const auto now = placeNow(row)) _selection.set(*now, true);
-    } else {
-        std::unordered_set<std::string_view> selected;
-        selected.reserve(old.count());
-        for (const std::size_t row : old.rows())
-            selected.insert(before.reminderID(row));
-        for (std::size_t row = 0; row < _rows.size(); ++row)
-            if (!_rows.isHeader(row) && selected.contains(_rows.reminderID(row))) _selection.set(row, true);
+    if (old.count() != 0) {
+        const auto isSelected = _rows.rowsMarkedIn(before, old.rows());
+        for (std::size_t row = 0; row < isSelected.size(); ++row)
+            if (isSelected[row]) _selection.set(row, true);
     }
     if (old.count() != 0 || _selection.count() != 0) _delegate.tableViewSelectionDidChange(*this);
 }

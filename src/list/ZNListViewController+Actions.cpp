@@ -1,6 +1,7 @@
 #include <QClipboard>
 #include <QGuiApplication>
 #include <algorithm>
+#include <span>
 
 #include "ZunDataModel/ReminderActions.h"
 #include "core/NotificationNames.h"
@@ -16,6 +17,11 @@ namespace {
 constexpr std::size_t portionSize = 100;
 // Copying more than this would be felt.
 constexpr std::size_t mostCopiedAtOnce = 200;
+
+// Whoever completes a series moves it to its next date, which was not meant by what is chosen for the one shown.
+bool isAtTheDateShown(const ZNReminderObject& record, const ZNReminderObject& shown) {
+    return record.repeat_type() == RepeatType::none || record.onGetDueDate() == shown.onGetDueDate();
+}
 
 std::string textOf(const std::vector<ReminderPtr>& reminders, const ZNReminderHelper& helper) {
     std::string text;
@@ -50,7 +56,7 @@ void ZNListViewController::doWork(std::vector<std::function<void()>> portions, s
         if (next && series->next < series->portions.size()) return next->async(series->step);
         dispatch.main()->async([self, done] {
             if (!self) return;
-            --self->_worksUnderWay;
+            if (--self->_worksUnderWay == 0) self->_loader.admitAll();
             if (done) done();
             if (self->_fetchIsWanted) self->fetchData();
         });
@@ -63,23 +69,24 @@ void ZNListViewController::doWork(std::vector<std::function<void()>> portions, s
 }
 
 // Takes the selected rows out of the table, and what is left of their sections if that is only a title.
-std::vector<std::string> ZNListViewController::takeOutSelected() {
+ReminderListLoader::Identifiers ZNListViewController::takeOutSelected() {
     auto& table = tableView();
-    auto identifiers = table.selectedIDs();
-    if (identifiers.empty()) return identifiers;
+    auto identifiers = std::make_shared<const std::vector<std::string>>(table.selectedIDs());
+    if (identifiers->empty()) return identifiers;
     if (_isLoading) _discardsLoad = true;
     ListRows rows = table.rows();
     rows.removeRows(table.selection().rows());
     table.setRows(std::move(rows));
     showZeroStateIfNecessary();
+    _loader.leaveOut(identifiers);
     return identifiers;
 }
 
 void ZNListViewController::onBulkDelete() {
-    auto identifiers = takeOutSelected();
-    if (identifiers.empty()) return;
-    const auto remove = [&manager = _with.manager, identifiers = std::move(identifiers)] {
-        manager.bulkDeleteReminders(fetchRemindersByID(manager, identifiers), ShouldSyncWithiCloud::Yes);
+    const auto identifiers = takeOutSelected();
+    if (identifiers->empty()) return;
+    const auto remove = [&manager = _with.manager, identifiers] {
+        manager.bulkDeleteReminders(fetchRemindersByID(manager, *identifiers), ShouldSyncWithiCloud::Yes);
     };
     doWork({remove}, [this] {
         updateUIForSelectionCount(tableView().numberOfSelectedRows());
@@ -90,15 +97,14 @@ void ZNListViewController::onBulkDelete() {
 
 void ZNListViewController::onBulkComplete() {
     const auto identifiers = takeOutSelected();
-    if (identifiers.empty()) return;
+    if (identifiers->empty()) return;
     std::vector<std::function<void()>> portions;
-    for (auto from = identifiers.begin(); from != identifiers.end();) {
-        const auto size = std::min<std::ptrdiff_t>(portionSize, identifiers.end() - from);
-        portions.emplace_back([&manager = _with.manager, portion = std::vector<std::string>(from, from + size)] {
-            for (const auto& reminder : fetchRemindersByID(manager, portion))
+    for (std::size_t from = 0; from < identifiers->size(); from += portionSize) {
+        portions.emplace_back([&manager = _with.manager, identifiers, from] {
+            const auto rest = std::span(*identifiers).subspan(from);
+            for (const auto& reminder : fetchRemindersByID(manager, rest.first(std::min(portionSize, rest.size()))))
                 if (isValidForCompletion(*reminder)) manager.completeReminder(reminder);
         });
-        from += size;
     }
     doWork(std::move(portions), [this] {
         updateUIForSelectionCount(tableView().numberOfSelectedRows());
@@ -132,6 +138,7 @@ ReminderPtr ZNListViewController::takeOut(const ReminderPtr& reminder, Orphan or
         table.setRows(std::move(rows));
     }
     showZeroStateIfNecessary();
+    _loader.removeReminderById(reminderID);
 
     auto record = fetchReminderByID(_with.manager, reminderID);
     if (!record) {
@@ -145,7 +152,7 @@ void ZNListViewController::shouldCompleteWithReminder(const ReminderPtr& reminde
     const auto record = takeOut(reminder, Orphan::GoesToo);
     if (!record) return;
     // Somebody else may have been quicker.
-    if (!isValidForCompletion(*record)) return fetchData();
+    if (!isValidForCompletion(*record) || !isAtTheDateShown(*record, *reminder)) return fetchData();
     _with.manager.completeReminder(record);
     post(ZNUserUpdatedReminderNotification, record);
 }
@@ -161,7 +168,6 @@ void ZNListViewController::shouldUndoCompleteWithReminder(const ReminderPtr& rem
 void ZNListViewController::shouldDeleteWithReminder(const ReminderPtr& reminder, QWidget*) {
     const auto record = takeOut(reminder, Orphan::GoesToo);
     if (!record) return;
-    _loader.removeReminderById(record->reminderID().value_or(""));
     _with.manager.deleteReminder(record, ShouldSyncWithiCloud::Yes);
     post(ZNUserDeletedReminderNotification, record);
 }
@@ -230,13 +236,14 @@ void ZNListViewController::shouldCopySelectedRows(ZNListTableView& table) {
 }
 
 void ZNListViewController::acceptDrop(ZNListTableView& table, std::size_t source, std::size_t droppedAbove) {
-    if (_isLoading) _discardsLoad = true;
+    if (_isLoading) _discardsLoad = _fetchIsWanted = true;
     table.moveRow(source, std::max<std::size_t>(droppedAbove, 1));
     // Of several moves in a row only the last order is written.
     const std::uint64_t number = ++*_latestOrder;
-    doWork({[&manager = _with.manager, identifiers = orderAfterMove(table.rows()), number, latest = _latestOrder] {
+    doWork({[&manager = _with.manager, rows = table.rows(), number, latest = _latestOrder] {
                if (*latest == number)
-                   manager.bulkSortAndUpdate(fetchRemindersByID(manager, identifiers), ShouldSyncWithiCloud::Yes);
+                   manager.bulkSortAndUpdate(fetchRemindersByID(manager, orderAfterMove(rows)),
+                                             ShouldSyncWithiCloud::Yes);
            }},
            [this] { post(ZNListViewUpdatedNotification); });
 }

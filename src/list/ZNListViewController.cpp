@@ -333,6 +333,8 @@ void ZNListViewController::showSearchAlpha() {
 void ZNListViewController::searchViewTextDidChange(ZNSearchBar&, const QString& withText) {
     _activeSearchString = withText.toStdString();
     _isLoading = true;
+    // What was taken out of the table is not found either.
+    _discardsLoad = false;
     _loader.search(_activeSearchString, [this](ListRows rows) { takeRows(std::move(rows)); });
 }
 

@@ -122,7 +122,8 @@ class ZNListViewController final : public ListScreen,
     // ---- actions
     // The record as it is now, once its row has left the table; null if there is no such row or no such record.
     ReminderPtr takeOut(const ReminderPtr& reminder, Orphan orphan);
-    std::vector<std::string> takeOutSelected();
+    // Until work that is begun now has ended, neither fetch nor search brings them back.
+    ReminderListLoader::Identifiers takeOutSelected();
     // Runs the portions one after the other on the work queue, each to its durable end, then the block on the main
     // thread.
     void doWork(std::vector<std::function<void()>> portions, std::function<void()> withCompletion);

@@ -171,6 +171,27 @@ TEST(ListRowsTest, ChangesUnderTheTable) {
     EXPECT_EQ(ListRows().indexOfObjectWithID("a"), ListRows::npos);
 }
 
+TEST(ListRowsTest, CarriesMarksOverToOtherRowsByIdentifier) {
+    const auto before = rowsOf("hmmmhpp", {"a", "b", "c", "d", "e"});
+    const std::vector<std::size_t> marked{1, 3, 6};  // a, c, e
+    const struct {
+        const char* rows;
+        std::vector<std::string> identifiers;
+        std::vector<bool> found;
+    } cases[] = {
+        {"hmmmhpp", {"a", "b", "c", "d", "e"}, {false, true, false, true, false, false, true}},
+        {"hppppph", {"e", "d", "c", "b", "a"}, {false, true, false, true, false, true, false}},
+        {"phpp", {"new", "e", "c"}, {false, false, true, true}},
+        {"", {}, {}},
+    };
+    for (const auto& c : cases)
+        EXPECT_EQ(rowsOf(c.rows, c.identifiers).rowsMarkedIn(before, marked), c.found) << c.rows;
+    auto moved = before;
+    moved.move(6, 1);
+    EXPECT_EQ(moved.rowsMarkedIn(before, marked), (std::vector<bool>{false, true, true, false, true, false, false}));
+    EXPECT_TRUE(ListRows().rowsMarkedIn(before, marked).empty());
+}
+
 TEST(ListRowsTest, ShowsADoubledReminderAtItsFirstPlaceAndKeepsItsHeading) {
     const auto rows = rowsOf("hmmmhphp", {"a", "b", "a", "b", "c"});
     EXPECT_EQ(flat(rows), "[heading 0] a b [heading 1] [heading 2] c ");

@@ -78,6 +78,16 @@ TEST_F(ReminderListLoaderTest, AnswersTheLastCallOnly) {
     EXPECT_THAT(takeAnswers(), ElementsAre("still without: " + due + "a "));
     loader->fetch(Type::Upcoming, into("anew"));
     EXPECT_THAT(takeAnswers(), ElementsAre("anew: " + due + "a [Tomorrow] b c "));
+    // What is on its way out of the store comes back neither by a search nor by a fetch.
+    loader->leaveOut(std::make_shared<const std::vector<std::string>>(std::vector<std::string>{"c", "gone"}));
+    loader->search("", into("without"));
+    EXPECT_THAT(takeAnswers(), ElementsAre("without: " + due + "a [Tomorrow] b "));
+    loader->leaveOut(std::make_shared<const std::vector<std::string>>(std::vector<std::string>{"a"}));
+    loader->fetch(Type::Upcoming, into("fetched without"));
+    EXPECT_THAT(takeAnswers(), ElementsAre("fetched without: [Tomorrow] b "));
+    loader->admitAll();
+    loader->fetch(Type::Upcoming, into("anew"));
+    EXPECT_THAT(takeAnswers(), ElementsAre("anew: " + due + "a [Tomorrow] b c "));
 
     // A completion may call again or end the loader.
     loader->fetch(Type::Upcoming, [this](const ListRows&) { loader->search("sperren", into("nested")); });

@@ -236,6 +236,9 @@ TEST_F(ListStory, UndoingTheOnlyOneOfAMonthEmptiesTheListUntilTheStoreTells) {
 
 TEST_F(ListStory, WhatHasGoneWhileItsMenuWasOpenIsLeftAlone) {
     storeDue({"gone", "changed", "done", "stays"});
+    auto weekly = dated("weekly", "2026-01-13T08:00:00Z");
+    weekly.repeat_type = RepeatType::weekly;
+    store(weekly);
     open();
     choose("gone", "Complete", [&] {
         database.removeReminder(stored("gone"));
@@ -257,7 +260,12 @@ TEST_F(ListStory, WhatHasGoneWhileItsMenuWasOpenIsLeftAlone) {
         database.waitForWrites();
     });
     EXPECT_EQ(stored("done")->completed_date(), at("2026-01-01T00:00:00Z"));
-    EXPECT_THAT(shown(), ElementsAre("#In your stack", "stays"));
+    choose("weekly", "Complete", [&] {
+        manager.completeReminder(stored("weekly"));
+        database.waitForWrites();
+    });
+    EXPECT_EQ(stored("weekly")->fire_date(), at("2026-01-20T08:00:00Z")) << "only the date that was shown is done";
+    EXPECT_THAT(shown(), ElementsAre("#In your stack", "stays", "#Tuesday", "weekly"));
     EXPECT_THAT(posted, ElementsAre("UserUpdatedReminderNotification changed"));
 }
 
