@@ -53,6 +53,8 @@ class ZNBaseViewController : public ZNView {
     virtual void onRightButtonPress() {}
     // The escape key, where nothing on the screen has taken it.
     virtual void cancelOperation() { onLeftButtonPress(); }
+    // The program may end at any moment: what would be written later is written now. The screen stays.
+    virtual void flush() {}
     // Slides the card up from below the screen, over its place and back to it; or out again.
     virtual void animateContentInWithAnimation(bool animated);
     virtual void animateContentOutWithAnimation(bool animated);

@@ -37,8 +37,7 @@ class ZNChecklistViewController final : public ZNBaseViewController, private ZNP
                               QWidget* parent = nullptr);
     ~ZNChecklistViewController() override;
 
-    // Writes what the timer would write later. The program is about to end.
-    void flush();
+    void flush() override;
 
     void prepareViews() override;
     void customizeViews() override;

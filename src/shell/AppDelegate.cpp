@@ -111,6 +111,7 @@ void AppDelegate::applicationWillResignActive() {
 }
 
 void AppDelegate::sessionEnds() {
+    root().flush();
     if (_tabWindow) _tabWindow->window().rememberPlace();
     _with.manager.willBecomeInactive();
 }

@@ -88,13 +88,34 @@ void ZNTabViewController::didDismissController(ZNBaseViewController& controller)
 }
 
 void ZNTabViewController::dismissTopScreen(ZNBaseViewController& controller) {
-    if (_leaving) return;
+    // A screen asks once, and one that is done cannot be left by any key.
+    if (_leaving) return _nextToLeave.push_back(&controller);
     popTopController(controller, true, [this, &controller] {
         std::replace(_topScreens.begin(), _topScreens.end(), &controller, static_cast<ZNBaseViewController*>(nullptr));
         // What called for this may still be inside the screen.
         controller.deleteLater();
         updateViewsForActiveTab();
+        focusTopScreen();
+        while (!_nextToLeave.empty() && !_leaving) {
+            const auto next = _nextToLeave.front();
+            _nextToLeave.erase(_nextToLeave.begin());
+            if (next) dismissTopScreen(*next);
+        }
     });
+}
+
+// With a screen still there, the keys are its own, and the cards behind it take no commands.
+void ZNTabViewController::focusTopScreen() {
+    const auto top = std::find_if(_topScreens.begin(), _topScreens.end(),
+                                  [this](const auto* screen) { return screen && screen != _leaving; });
+    if (top == _topScreens.end()) return;
+    post(ZNDisableCardControllerMenuActionsNotification);
+    (*top)->setFocus();
+}
+
+void ZNTabViewController::flush() {
+    for (auto* screen : _topScreens)
+        if (screen) screen->flush();
 }
 
 void ZNTabViewController::popTopController(ZNBaseViewController& controller, bool animated, Block withCompletion) {

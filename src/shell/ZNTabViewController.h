@@ -68,6 +68,8 @@ class ZNTabViewController final : public ZNView, private ZNBaseViewControllerDel
     void didDismissController(ZNBaseViewController& controller) override;
     // The escape key.
     void cancelOperation();
+    // The program may end at any moment: what the screens would write later is written now.
+    void flush();
     // Shows the list and begins to search in it.
     void search();
     // Relative dates, zone and language may have changed.
@@ -89,6 +91,7 @@ class ZNTabViewController final : public ZNView, private ZNBaseViewControllerDel
     void addController(ZNBaseViewController& controller, bool animated, ShouldHideContainer shouldHideContainer);
     void popTopController(ZNBaseViewController& controller, bool animated, Block withCompletion);
     void dismissTopScreen(ZNBaseViewController& controller);
+    void focusTopScreen();
     void fadeContainerTo(double alpha, std::chrono::microseconds duration, Block completion);
     void showContainerAlpha();
     [[nodiscard]] bool hasTopScreen() const;
@@ -116,7 +119,8 @@ class ZNTabViewController final : public ZNView, private ZNBaseViewControllerDel
     ShellToolbar* _toolbar;
     MessageBar* _messages;
     std::array<ZNBaseViewController*, 4> _topScreens{};
-    ZNBaseViewController* _leaving = nullptr;  // the screen that is being popped
+    ZNBaseViewController* _leaving = nullptr;                  // the screen that is being popped
+    std::vector<QPointer<ZNBaseViewController>> _nextToLeave;  // those that asked for it meanwhile
     AnimatedValue _containerAlpha{AnimatedValue::Kind::Fade, 1};
     double _cornerRadius = 0;
     Observation _frames;
