@@ -4,6 +4,7 @@
 #include <boost/json/parse.hpp>
 #include <boost/json/serialize.hpp>
 #include <fstream>
+#include <mutex>
 
 #include "editor/RecordMerge.h"
 #include "platform/foundation/DurableFile.h"
@@ -67,17 +68,45 @@ std::vector<std::string> linesOf(const std::filesystem::path& file) {
 
 }  // namespace
 
-EditorDrafts::EditorDrafts(const std::filesystem::path& stateFolder, const Environment& environment)
-    : _file(stateFolder / "drafts.jsonl"),
-      _keptReminders(stateFolder / "kept-reminders.jsonl"),
-      _environment(environment) {}
+// Writes one set of lines at a time, and none over a later one.
+class EditorDrafts::Writer {
+  public:
+    explicit Writer(std::filesystem::path file) : _file(std::move(file)) {}
+
+    void write(const std::vector<Line>& lines, std::uint64_t version) {
+        const std::lock_guard lock(_mutex);
+        if (version <= _written) return;
+        _written = version;
+        std::error_code error;
+        std::filesystem::create_directories(_file.parent_path(),
+                                            error);  // the write says what is wrong with the folder
+        std::string text;
+        for (const Line& line : lines)
+            text.append(line.text ? *line.text : textOfDraft(*line.draft)).append("\n");
+        error = replaceFileDurably(_file, text, 0600);
+        if (error) NSLog("Drafts could not be kept: " + error.message());
+    }
+
+  private:
+    const std::filesystem::path _file;
+    std::mutex _mutex;
+    std::uint64_t _written = 0;
+};
+
+EditorDrafts::EditorDrafts(const std::filesystem::path& stateFolder, const Environment& environment, Dispatch& dispatch)
+    : _keptReminders(stateFolder / "kept-reminders.jsonl"),
+      _environment(environment),
+      _writer(std::make_shared<Writer>(stateFolder / "drafts.jsonl")),
+      _queue(dispatch.makeSerialQueue("com.zunlabs.drafts", QualityOfService::Utility)),
+      _file(stateFolder / "drafts.jsonl") {}
 
 void EditorDrafts::load() {
     if (!_isLoaded) {
         _isLoaded = true;
         for (auto& line : linesOf(_file)) {
             auto draft = readDraft(line);
-            _lines.push_back({std::move(line), std::move(draft)});
+            _lines.push_back({std::make_shared<const std::string>(std::move(line)),
+                              draft ? std::make_shared<const EditorDraft>(std::move(*draft)) : nullptr});
         }
     }
     takeOverKeptReminders();
@@ -93,7 +122,7 @@ void EditorDrafts::takeOverKeptReminders() {
             record->reminderID.reset();
             add({_environment.newIdentifier(), ReminderAttributes(), std::move(*record)});
         } else {
-            _lines.push_back({std::move(line), std::nullopt});
+            _lines.push_back({std::make_shared<const std::string>(std::move(line)), nullptr});
         }
     }
     // A crash between the two leaves them in both files, and adding finds those that are here already.
@@ -107,33 +136,44 @@ void EditorDrafts::add(EditorDraft draft) {
         const auto& reminderID = line.draft->edited.reminderID;
         return line.draft->edited == draft.edited || (reminderID && reminderID == draft.edited.reminderID);
     });
-    auto text = textOfDraft(draft);
-    _lines.push_back({std::move(text), std::move(draft)});
+    _lines.push_back({nullptr, std::make_shared<const EditorDraft>(std::move(draft))});
 }
 
-void EditorDrafts::keep(ReminderAttributes opened, ReminderAttributes edited, const std::string& continuedDraftID) {
+void EditorDrafts::removeLine(const std::string& draftID) {
+    std::erase_if(_lines, [&](const Line& line) { return line.draft && line.draft->draftID == draftID; });
+}
+
+std::string EditorDrafts::keep(ReminderAttributes opened, ReminderAttributes edited,
+                               const std::string& continuedDraftID) {
     load();
-    std::erase_if(_lines, [&](const Line& line) { return line.draft && line.draft->draftID == continuedDraftID; });
-    add({_environment.newIdentifier(), std::move(opened), std::move(edited)});
+    removeLine(continuedDraftID);
+    std::string draftID = _environment.newIdentifier();
+    add({draftID, std::move(opened), std::move(edited)});
     if (_lines.size() > limit) _lines.erase(_lines.begin(), _lines.end() - limit);
     store();
+    return draftID;
+}
+
+std::string EditorDrafts::keepForNow(ReminderAttributes opened, ReminderAttributes edited,
+                                     const std::string& continuedDraftID) {
+    load();
+    removeLine(continuedDraftID);
+    const std::string draftID = continuedDraftID.empty() ? _environment.newIdentifier() : continuedDraftID;
+    _lines.push_back(
+        {nullptr, std::make_shared<const EditorDraft>(EditorDraft{draftID, std::move(opened), std::move(edited)})});
+    _queue->async([writer = _writer, lines = _lines, version = ++_version] { writer->write(lines, version); });
+    return draftID;
 }
 
 void EditorDrafts::remove(const std::string& draftID) {
     load();
-    const auto removed =
-        std::erase_if(_lines, [&](const Line& line) { return line.draft && line.draft->draftID == draftID; });
-    if (removed > 0) store();
+    const auto before = _lines.size();
+    removeLine(draftID);
+    if (_lines.size() != before) store();
 }
 
-void EditorDrafts::store() const {
-    std::error_code error;
-    std::filesystem::create_directories(_file.parent_path(), error);  // the write says what is wrong with the folder
-    std::string text;
-    for (const Line& line : _lines)
-        text.append(line.text).append("\n");
-    error = replaceFileDurably(_file, text, 0600);
-    if (error) NSLog("Drafts could not be kept: " + error.message());
+void EditorDrafts::store() {
+    _writer->write(_lines, ++_version);
 }
 
 std::optional<EditorDraft> EditorDrafts::draftForReminder(const std::string& reminderID) {
@@ -141,7 +181,7 @@ std::optional<EditorDraft> EditorDrafts::draftForReminder(const std::string& rem
     const auto found = std::find_if(_lines.rbegin(), _lines.rend(), [&](const Line& line) {
         return line.draft && line.draft->edited.reminderID == reminderID;
     });
-    return found == _lines.rend() ? std::nullopt : found->draft;
+    return found == _lines.rend() ? std::nullopt : std::optional(*found->draft);
 }
 
 std::optional<EditorDraft> EditorDrafts::draftForNewReminder(

@@ -1,3 +1,5 @@
+#include <utility>
+
 #include "cards/ZNCardView.h"
 #include "core/NotificationNames.h"
 #include "editor/RecordMerge.h"
@@ -17,10 +19,11 @@ bool hasText(const ReminderAttributes& record) {
 }  // namespace
 
 // What was shown when the editor opened. The record in memory may carry an earlier edit that nobody saved; then the
-// stored row is what this one differs from. A row that is of another time than the record says nothing about it.
+// stored row is what this one differs from. A row that is of another time than the record says nothing about it. What
+// is stored nowhere yet, such as the text of a link, is all to be kept.
 void ZNEditViewController::rememberOpenedRecord() {
-    _opened = _model.reminder().attributes();
     if (_model.isNew()) return;
+    _opened = _model.reminder().attributes();
     const auto row = _with.manager.fetchReminderWithReminderID(_opened.reminderID);
     if (row && row->modified_date() == _opened.modified_date) _opened = row->attributes();
 }
@@ -44,9 +47,9 @@ void ZNEditViewController::onRightButtonPress() {
         _cardView->shakeCard();
         return;
     }
-    _isFinished = true;
+    finish();
     _model.isNew() ? saveReminder() : updateReminder();
-    if (!_continuedDraftID.empty()) _with.drafts.remove(_continuedDraftID);
+    removeKeptDraft();
     dismiss();
 }
 
@@ -72,9 +75,22 @@ void ZNEditViewController::updateReminder() {
 
 void ZNEditViewController::onLeftButtonPress() {
     if (_isFinished) return;
-    _isFinished = true;
+    finish();
     keepDraft();
     dismiss();
+}
+
+void ZNEditViewController::finish() {
+    _isFinished = true;
+    _draftTimer.invalidate();
+}
+
+// ---- drafts
+
+void ZNEditViewController::flush() {
+    if (_isFinished) return;
+    _draftTimer.invalidate();
+    keepDraft();
 }
 
 bool ZNEditViewController::hasTouchedText(const ReminderAttributes& edited) const {
@@ -84,11 +100,26 @@ bool ZNEditViewController::hasTouchedText(const ReminderAttributes& edited) cons
 
 void ZNEditViewController::keepDraft() {
     const ReminderAttributes edited = editedRecord();
-    if (hasText(edited) && hasTouchedText(edited)) {
-        _with.drafts.keep(_opened, edited, _continuedDraftID);
-    } else if (!_continuedDraftID.empty()) {
-        _with.drafts.remove(_continuedDraftID);
-    }
+    if (!hasText(edited) || !hasTouchedText(edited)) return removeKeptDraft();
+    _keptDraftID = _with.drafts.keep(_opened, edited, _keptDraftID);
+}
+
+// The first of some changes starts the clock, so that whoever types without a pause is not left behind.
+void ZNEditViewController::keepDraftSoon() {
+    if (_isFinished || _draftTimer.isValid()) return;
+    _draftTimer = NSTimer(_with.cards.dispatch.main(), draftDelay, false, [self = QPointer(this)] {
+        if (self) self->keepDraftForNow();
+    });
+}
+
+void ZNEditViewController::keepDraftForNow() {
+    ReminderAttributes edited = editedRecord();
+    if (!hasText(edited) || !hasTouchedText(edited)) return removeKeptDraft();
+    _keptDraftID = _with.drafts.keepForNow(_opened, std::move(edited), _keptDraftID);
+}
+
+void ZNEditViewController::removeKeptDraft() {
+    if (!_keptDraftID.empty()) _with.drafts.remove(std::exchange(_keptDraftID, {}));
 }
 
 }  // namespace zun

@@ -29,7 +29,12 @@ void takeDates(ReminderAttributes& to, const ReminderAttributes& from) {
 
 void ZNEditViewController::titleDidChange() {
     takeBackPhraseIfUndone();
+    textDidChange();
+}
+
+void ZNEditViewController::textDidChange() {
     updateSuggestion();
+    keepDraftSoon();
 }
 
 void ZNEditViewController::updateSuggestion() {
@@ -50,7 +55,7 @@ void ZNEditViewController::updateSuggestion() {
     if (_phrase && phrase != _droppedPhrase) {
         _suggestion = Suggestion::Phrase;
         _chip->offer(QString::fromStdString(_with.quickEntry.description(*_phrase)));
-    } else if (_draft && !_isDraftDropped && _continuedDraftID.empty() && !hasTouchedText(editedRecord())) {
+    } else if (_draft && !_isDraftDropped && !hasTouchedText(editedRecord())) {
         _suggestion = Suggestion::Draft;
         _chip->offer(QString::fromStdString(
             stringWithFormat(_with.strings.string("Editor_Continue_Draft_Format"), {draftName().toStdString()})));
@@ -122,7 +127,8 @@ void ZNEditViewController::takeBackPhraseIfUndone() {
 
 void ZNEditViewController::continueDraft() {
     const EditorDraft draft = *std::exchange(_draft, std::nullopt);
-    _continuedDraftID = draft.draftID;
+    removeKeptDraft();
+    _keptDraftID = draft.draftID;
     const ReminderAttributes current = _model.reminder().attributes();
     const bool isNew = _model.isNew();
     _model.reminder().setAttributes(isNew ? draft.edited : mergeEdits(draft.opened, draft.edited, current));

@@ -121,6 +121,7 @@ void ZNEditViewController::configureAccessibilityValues() {
 void ZNEditViewController::connectViews() {
     connect(_dateSection, &DateSection::didChange, this, [this](DateSection::ShouldAnimate animated) {
         updateViewsForReminder(animated == DateSection::ShouldAnimate::Yes);
+        keepDraftSoon();
     });
     connect(&_dateSection->setDateButton(), &ZNButton::clicked, this, [this] { showDatePopup(); });
     connect(&_dateSection->setRepeatButton(), &ZNButton::clicked, this, [this] { showCustomRepeatPopup(); });
@@ -129,21 +130,21 @@ void ZNEditViewController::connectViews() {
         // A hand that chooses the text wants to write there; keys go on from the segments.
         if (!_segmentControl->selectedButton().underMouse()) return;
         QWidget* chosen = segment() == EditorModel::Segment::Checklist ? static_cast<QWidget*>(_checklist)
-                                                                        : static_cast<QWidget*>(_reminderNotes);
+                                                                       : static_cast<QWidget*>(_reminderNotes);
         chosen->setFocus(Qt::MouseFocusReason);
         _scrollView->ensureWidgetVisible(chosen, 0, 0);
     });
     connect(_toggleTypeButton, &QPushButton::clicked, this, [this] { toggleReminderType(); });
     connect(_chip, &QPushButton::clicked, this, [this] { acceptSuggestion(); });
     connect(_reminderTitle, &QTextEdit::textChanged, this, [this] { titleDidChange(); });
-    connect(_reminderNotes, &QTextEdit::textChanged, this, [this] { updateSuggestion(); });
+    connect(_reminderNotes, &QTextEdit::textChanged, this, [this] { textDidChange(); });
     for (auto* view : {_reminderTitle, _reminderNotes}) {
         connect(view, &QTextEdit::cursorPositionChanged, this,
                 [this, view] { scrollToCursor(*view, view->cursorRect()); });
     }
     const auto updateChecklistField = [this] {
         _model.reminder().setChecklist(_checklist->formattedChecklist());
-        updateSuggestion();
+        textDidChange();
     };
     connect(_checklist, &ZNChecklistTextView::textUpdated, this, updateChecklistField);
     connect(_checklist, &ZNChecklistTextView::checkUpdated, this, updateChecklistField);
@@ -227,7 +228,7 @@ void ZNEditViewController::animateContentInWithAnimation(bool animated) {
         _draft = _with.drafts.draftForReminder(*_model.reminder().reminderID());
         setFocus(Qt::OtherFocusReason);
     }
-    updateSuggestion();
+    textDidChange();
     ZNBaseViewController::animateContentInWithAnimation(animated);
 }
 
@@ -253,7 +254,7 @@ void ZNEditViewController::toggleReminderType() {
     _model.toggleReminderType();
     _toggleTypeButton->setChecked(_model.activeReminderType() == EditorModel::ReminderType::Location);
     updateViewsForReminder(true);
-    updateSuggestion();
+    textDidChange();
 }
 
 // ---- popovers
@@ -294,19 +295,23 @@ void ZNEditViewController::dismissPopoverController(ZNBasePopoverViewController&
 
 void ZNEditViewController::didChangeNotificationSetting(bool shouldNotify) {
     _model.didChangeNotificationSetting(shouldNotify);
+    keepDraftSoon();
 }
 
 void ZNEditViewController::didChangeNagSetting(bool shouldNag) {
     _model.didChangeNagSetting(shouldNag);
+    keepDraftSoon();
 }
 
 void ZNEditViewController::didChangeDateSettings() {
     _model.didChangeDateSettings();
+    keepDraftSoon();
 }
 
 void ZNEditViewController::didSelectRepeatInterval(std::uint64_t, const std::optional<DayOrdinals>&, std::uint64_t) {
     _model.updateEndDateForRepeat();
-    updateViewsForReminder(false);
+    updateViewsForReminder(true);
+    keepDraftSoon();
 }
 
 // ---- keys

@@ -7,7 +7,7 @@
 //               cannot be saved shakes the card. Fields that the user did not touch are taken from the row as it is
 //               stored by then; a row that has gone is saved as a new one.
 //   leaving     by the left button, which is also the escape key. Text that was written is kept as a draft, also when
-//               the screen goes with the program.
+//               the screen goes with the program; a program that is killed leaves one that is some seconds old.
 //   suggestion  below the title: a date that the title speaks of, or a draft to go on with. Ctrl+Return or a click
 //               accepts it; Escape drops it first and leaves the screen only then. Undoing an accepted date in the
 //               title takes the date back too.
@@ -62,6 +62,7 @@ class ZNEditViewController final : public ZNBaseViewController,
     void onLeftButtonPress() override;
     void onRightButtonPress() override;
     void animateContentInWithAnimation(bool animated) override;
+    void flush() override;
     [[nodiscard]] bool hasCard() const override { return _cardView != nullptr; }
     [[nodiscard]] ZNCardView* card() const override { return _cardView; }
 
@@ -77,6 +78,9 @@ class ZNEditViewController final : public ZNBaseViewController,
     [[nodiscard]] SuggestionChip& suggestionChip() const { return *_chip; }
     // Null while none is open.
     [[nodiscard]] ZNPopover* openPopover() const { return _popover; }
+
+    // How far the draft on the disk may be behind what is typed. Shorter costs a write each time.
+    static constexpr std::chrono::seconds draftDelay{2};
 
   protected:
     bool event(QEvent* event) override;
@@ -129,11 +133,16 @@ class ZNEditViewController final : public ZNBaseViewController,
     [[nodiscard]] ReminderAttributes editedRecord() const;
     void saveReminder();
     void updateReminder();
+    void finish();
     void keepDraft();
+    void keepDraftSoon();
+    void keepDraftForNow();
+    void removeKeptDraft();
     [[nodiscard]] bool hasTouchedText(const ReminderAttributes& edited) const;
 
     // Suggestions.
     void titleDidChange();
+    void textDidChange();
     void updateSuggestion();
     void acceptSuggestion();
     void dropSuggestion();
@@ -145,13 +154,14 @@ class ZNEditViewController final : public ZNBaseViewController,
     EditorContext _with;
     EditorModel _model;
     ZNEditViewControllerDelegate* _editDelegate = nullptr;
-    ReminderAttributes _opened;  // the row as the user found it
+    ReminderAttributes _opened;  // the row as the user found it; blank for a new one
     QString _titleAtOpening;     // as the fields gave them back
     QString _notesAtOpening;
     bool _isFinished = false;
 
     std::optional<EditorDraft> _draft;  // the one to offer
-    std::string _continuedDraftID;
+    std::string _keptDraftID;           // the one that this editor goes on with; empty for none
+    NSTimer _draftTimer;
     std::optional<QuickEntry> _phrase;
     QString _phraseTitle;  // the title that the phrase was read in
     QString _droppedPhrase;

@@ -7,7 +7,7 @@
 namespace zun {
 
 Screens::Screens(const Collaborators& collaborators)
-    : _with(collaborators), _drafts(collaborators.stateFolder, collaborators.environment) {}
+    : _with(collaborators), _drafts(collaborators.stateFolder, collaborators.environment, collaborators.dispatch) {}
 
 ScreenMakers Screens::makers() {
     ScreenMakers makers;

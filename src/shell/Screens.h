@@ -18,6 +18,7 @@ class Screens {
     struct Collaborators {
         ZNReminderManager& manager;
         const Environment& environment;
+        Dispatch& dispatch;
         const LocalizedStrings& strings;
         const DateLabels& labels;
         const QuickEntryReader& quickEntry;

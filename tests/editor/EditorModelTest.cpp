@@ -214,13 +214,13 @@ class EditorDraftsTest : public EditorModelTest {
 
 TEST_F(EditorDraftsTest, SurviveTheProgramAndStayWithTheirReminder) {
     {
-        EditorDrafts drafts(state(), environment);
+        EditorDrafts drafts(state(), environment, dispatch);
         drafts.keep({}, titled("first"));
         drafts.keep(titled("old", "a"), titled("of a", "a"));
         drafts.keep(titled("old", "a"), titled("of a again", "a"));
         drafts.keep({}, titled("second\nwith \"all\" kinds 😀"));
     }
-    EditorDrafts drafts(state(), environment);
+    EditorDrafts drafts(state(), environment, dispatch);
     EXPECT_EQ(latest(drafts), "second\nwith \"all\" kinds 😀");
     ASSERT_TRUE(drafts.draftForReminder("a"));
     EXPECT_EQ(drafts.draftForReminder("a")->edited.title, "of a again");
@@ -240,10 +240,32 @@ TEST_F(EditorDraftsTest, SurviveTheProgramAndStayWithTheirReminder) {
     EXPECT_FALSE(orphan->edited.reminderID);
 }
 
+TEST_F(EditorDraftsTest, WhatIsBeingWrittenFollowsOnAQueueAndNeverComesLate) {
+    EditorDrafts drafts(state(), environment, dispatch);
+    const auto onDisk = [&] {
+        EditorDrafts next(state(), environment, dispatch);
+        const auto draft = next.draftForReminder("a");
+        return draft ? draft->edited.title : "none";
+    };
+    drafts.keep(titled("old", "a"), titled("left", "a"));
+    auto draftID = drafts.keepForNow(titled("old", "a"), titled("typed", "a"), {});
+    EXPECT_EQ(onDisk(), "left");
+    dispatch.runUntilIdle();
+    EXPECT_EQ(onDisk(), "typed");
+    EXPECT_EQ(drafts.keepForNow(titled("old", "a"), titled("typed more", "a"), draftID), draftID);
+    drafts.remove(draftID);
+    dispatch.runUntilIdle();
+    EXPECT_EQ(onDisk(), "left") << "saved before the queue came to it; the draft of another day stays";
+    draftID = drafts.keepForNow(titled("old", "a"), titled("typed", "a"), {});
+    drafts.keep(titled("old", "a"), titled("left again", "a"), draftID);
+    dispatch.runUntilIdle();
+    EXPECT_EQ(onDisk(), "left again");
+}
+
 TEST_F(EditorDraftsTest, TheOldestMakeRoomAndUnreadableLinesStay) {
     std::filesystem::create_directories(state());
     std::ofstream(state() / "drafts.jsonl") << "{\"half a li";
-    EditorDrafts drafts(state(), environment);
+    EditorDrafts drafts(state(), environment, dispatch);
     for (int i = 0; i < 19; ++i)
         drafts.keep({}, titled(std::to_string(i)));
     EXPECT_EQ(latest(drafts), "18");
@@ -267,10 +289,10 @@ TEST_F(EditorDraftsTest, RemindersThatLinksLeftAreTakenOver) {
     ZNReminderObject left(titled("from a link"));
     std::ofstream(state() / "kept-reminders.jsonl")
         << boost::json::serialize(jsonFromRecord(left.attributes())) << "\n";
-    EditorDrafts drafts(state(), environment);
+    EditorDrafts drafts(state(), environment, dispatch);
     EXPECT_EQ(latest(drafts), "from a link");
     EXPECT_FALSE(std::filesystem::exists(state() / "kept-reminders.jsonl"));
-    EditorDrafts again(state(), environment);
+    EditorDrafts again(state(), environment, dispatch);
     EXPECT_EQ(latest(again), "from a link");
 }
 

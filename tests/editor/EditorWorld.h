@@ -59,7 +59,7 @@ class EditorWorld : public testing::Test, public ManagerWorld, private ZNBaseVie
     ZNAnimationTimeline animations{dispatch};
     ZNGradientView window;
     QuickEntryReader quickEntry{environment, settings, strings};
-    EditorDrafts drafts{folder.path() / "state", environment};
+    EditorDrafts drafts{folder.path() / "state", environment, dispatch};
     EditorContext with{
         {dispatch, notifications, settings, pictures, animations, texts, [this] { return QSizeF(window.size()); }},
         manager,

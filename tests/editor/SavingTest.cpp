@@ -122,6 +122,46 @@ TEST_F(SavingTest, TextOfAClosedEditorIsOfferedAgain) {
     EXPECT_TRUE(editor->suggestionChip().isHidden());
 }
 
+TEST_F(SavingTest, AKilledProgramLosesNoMoreThanTwoSeconds) {
+    const auto onDisk = [this] {
+        EditorDrafts next(folder.path() / "state", environment, dispatch);
+        const auto draft = next.draftForNewReminder([](const std::string&) { return true; });
+        return draft ? draft->edited.title + "/" + draft->edited.checklist.value_or("") : "none";
+    };
+    open();
+    advance(5000);
+    EXPECT_EQ(onDisk(), "none");
+    for (const char* letter : {"a", "b", "c", "d"}) {  // without a pause
+        type(letter);
+        advance(900);
+    }
+    EXPECT_EQ(onDisk(), "abc/");
+    editor->checklist().replaceCharactersInRange({0, 0}, "milk");
+    advance(2000);
+    EXPECT_EQ(onDisk(), "abcd/[ ]milk");
+    type("e");
+    save();
+    advance(5000);
+    EXPECT_EQ(onDisk(), "none");
+    EXPECT_EQ(only()->title(), "abcde");
+
+    ReminderAttributes fromLink;
+    fromLink.title = "from a link";
+    open(std::make_shared<ZNReminderObject>(fromLink));
+    advance(2000);
+    EXPECT_EQ(onDisk(), "from a link/") << "which is stored nowhere else";
+    save();
+    EXPECT_EQ(onDisk(), "none");
+
+    open();
+    type("x");
+    advance(2000);
+    EXPECT_EQ(onDisk(), "x/");
+    press(Qt::Key_Backspace);
+    advance(2000);
+    EXPECT_EQ(onDisk(), "none");
+}
+
 TEST_F(SavingTest, ADraftOfAReminderGoesOnFromWhatItIsNow) {
     open(store(dated("a", "2026-01-20T09:00:00Z"))->copy());
     type("!");

@@ -7,6 +7,7 @@
 
 #include "apps/wiring/Core.h"
 #include "apps/zun/AlertServiceStarter.h"
+#include "apps/zun/EndingSignals.h"
 #include "apps/zun/Preparations.h"
 #include "shell/AppDelegate.h"
 #include "shell/ApplicationService.h"
@@ -85,6 +86,8 @@ int runApplication(int argc, char** argv, const std::function<void(AppDelegate&)
     QApplication::setQuitOnLastWindowClosed(false);
     if (const auto status = parse(QApplication::arguments(), arguments)) return *status;
 
+    // Before everything that has something to keep, and until after that has gone.
+    const EndingSignals endingSignals([] { QApplication::quit(); });
     const auto home = Home::find(arguments.home);
     ApplicationService service(QString::fromStdString(home.busName));
     const auto how =
@@ -98,7 +101,8 @@ int runApplication(int argc, char** argv, const std::function<void(AppDelegate&)
     QApplication::setFont(appFont(13));
     QApplication::setPalette(appPalette());
     DesktopTray tray(core.dispatch);
-    Screens screens({core.manager, core.environment, core.strings, core.labels, core.quickEntry, home.state});
+    Screens screens(
+        {core.manager, core.environment, core.dispatch, core.strings, core.labels, core.quickEntry, home.state});
     const ScreenMakers makers = screens.makers();
     AppDelegate delegate({home, core.environment, core.dispatch, core.notifications, core.settings, core.strings,
                           core.labels, topics, core.database, core.manager, core.userNotifications, core.account,
