@@ -7,12 +7,14 @@
 #include <QPainter>
 #include <QPointer>
 #include <QScrollBar>
+#include <QStyle>
 #include <algorithm>
 #include <cmath>
 
 #include "calendar/DayReminders.h"
 #include "calendar/ZNCalendarTableViewCell.h"
 #include "core/NotificationNames.h"
+#include "toolkit/GroundScrollBar.h"
 #include "toolkit/Tokens.h"
 #include "toolkit/ZNFonts.h"
 
@@ -37,6 +39,7 @@ ZNCalendarViewController::ZNCalendarViewController(const CalendarContext& contex
       _tableView(new QListView(this)),
       _remindersForCurrentDay(new DayReminders(context.manager, context.environment, context.strings, this)),
       _cell(new ZNCalendarTableViewCell(this)),
+      _scrollBar(new GroundScrollBar(this)),
       _zeroState(new QLabel(this)),
       _zone(context.environment.timeZone()),
       _locale(context.environment.locale()),
@@ -60,6 +63,7 @@ ZNCalendarViewController::ZNCalendarViewController(const CalendarContext& contex
     _tableView->viewport()->setAutoFillBackground(false);
     _tableView->installEventFilter(this);
     connect(_tableView, &QListView::clicked, this, &ZNCalendarViewController::tableClicked);
+    addScrollBar();
     _zeroState->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
     _zeroState->setWordWrap(true);
     _zeroState->setAttribute(Qt::WA_TransparentForMouseEvents);
@@ -68,6 +72,24 @@ ZNCalendarViewController::ZNCalendarViewController(const CalendarContext& contex
     _zeroState->setPalette(words);
     addObservers();
     showRemindersForSelectedDate();
+}
+
+void ZNCalendarViewController::addScrollBar() {
+    auto* figures = _tableView->verticalScrollBar();
+    connect(figures, &QScrollBar::rangeChanged, this, &ZNCalendarViewController::followTable);
+    connect(figures, &QScrollBar::valueChanged, _scrollBar, &QScrollBar::setValue);
+    connect(_scrollBar, &QScrollBar::valueChanged, figures, &QScrollBar::setValue);
+    _scrollBar->setFocusPolicy(Qt::NoFocus);
+    _scrollBar->hide();
+}
+
+void ZNCalendarViewController::followTable() {
+    const auto& figures = *_tableView->verticalScrollBar();
+    _scrollBar->setPageStep(figures.pageStep());
+    _scrollBar->setSingleStep(figures.singleStep());
+    _scrollBar->setRange(figures.minimum(), figures.maximum());
+    _scrollBar->setValue(figures.value());
+    _scrollBar->setVisible(figures.maximum() > figures.minimum() && !_tableView->isHidden());
 }
 
 void ZNCalendarViewController::addObservers() {
@@ -143,6 +165,7 @@ void ZNCalendarViewController::showRemindersForSelectedDate() {
         QString::fromStdString(stringWithFormat(_context.strings.string("Calendar_Zero_State"), {day})));
     _zeroState->setVisible(reminders.empty());
     _tableView->setVisible(!reminders.empty());
+    followTable();
     _tableView->setAccessibleName(QString::fromStdString(day));
     _remindersForCurrentDay->setReminderIDs(std::move(reminders));
 }
@@ -191,6 +214,8 @@ void ZNCalendarViewController::resizeEvent(QResizeEvent*) {
     const int tableHeight = std::max(1, height() - gridHeight - static_cast<int>(dividerGap));
     const int top = gridHeight + tableGap;
     _tableView->setGeometry(static_cast<int>(barLeft), top, static_cast<int>(barWidth), tableHeight - 2);
+    const QRect beside(width() - GroundScrollBar::thickness + 1, top, GroundScrollBar::thickness, tableHeight - 2);
+    _scrollBar->setGeometry(QStyle::visualRect(layoutDirection(), rect(), beside));
     _zeroState->setFont(
         appFontWithSizeStyle(SizeStyle::Paragraph, preferredFontSizeForWindowSize(_context.windowSize().width())));
     _zeroState->setGeometry(static_cast<int>(barLeft), top + zeroStateTop, static_cast<int>(barWidth),

@@ -17,6 +17,7 @@
 
 class QLabel;
 class QListView;
+class QScrollBar;
 
 namespace zun {
 
@@ -50,6 +51,8 @@ class ZNCalendarViewController final : public ZNView, private ZNCalendarViewDele
     [[nodiscard]] std::size_t eventsForDate(NSDate date) const override;
 
     void addObservers();
+    void addScrollBar();
+    void followTable();
     void remindersWereUpdated();
     void takeReminders(std::shared_ptr<const ListedReminders> reminders);
     void showRemindersForSelectedDate();
@@ -66,6 +69,7 @@ class ZNCalendarViewController final : public ZNView, private ZNCalendarViewDele
     QListView* _tableView;
     DayReminders* _remindersForCurrentDay;
     ZNCalendarTableViewCell* _cell;
+    QScrollBar* _scrollBar;  // beside the rows, whose width it leaves alone; the table's own one keeps the figures
     QLabel* _zeroState;
     QRectF _divider;
     // What the words and the days on the screen were made with.

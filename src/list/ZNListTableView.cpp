@@ -3,8 +3,8 @@
 #include <QScrollBar>
 #include <algorithm>
 
-#include "list/ListScrollBar.h"
 #include "list/ListTableAccessible.h"
+#include "toolkit/GroundScrollBar.h"
 #include "toolkit/Tokens.h"
 
 namespace zun {
@@ -24,7 +24,7 @@ ZNListTableView::ZNListTableView(const Collaborators& collaborators, ZNListTable
     setFrameShape(QFrame::NoFrame);
     setFocusPolicy(Qt::StrongFocus);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    setVerticalScrollBar(new ListScrollBar(this));
+    setVerticalScrollBar(new GroundScrollBar(this));
     verticalScrollBar()->setSingleStep(wheelStep);
     viewport()->setAutoFillBackground(false);
     viewport()->setMouseTracking(true);

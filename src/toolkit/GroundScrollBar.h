@@ -6,12 +6,12 @@
 
 namespace zun {
 
-class ListScrollBar final : public QScrollBar {
+class GroundScrollBar final : public QScrollBar {
     Q_OBJECT
   public:
     static constexpr int thickness = 10;
 
-    explicit ListScrollBar(QWidget* parent);
+    explicit GroundScrollBar(QWidget* parent);
     [[nodiscard]] QSize sizeHint() const override { return {thickness, 3 * thickness}; }
     [[nodiscard]] QSize minimumSizeHint() const override { return sizeHint(); }
 

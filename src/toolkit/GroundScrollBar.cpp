@@ -1,4 +1,4 @@
-#include "list/ListScrollBar.h"
+#include "toolkit/GroundScrollBar.h"
 
 #include <QPainter>
 #include <QStyle>
@@ -13,13 +13,13 @@ constexpr double thumbMargin = 2;
 
 }  // namespace
 
-ListScrollBar::ListScrollBar(QWidget* parent) : QScrollBar(Qt::Vertical, parent) {
+GroundScrollBar::GroundScrollBar(QWidget* parent) : QScrollBar(Qt::Vertical, parent) {
     setAttribute(Qt::WA_Hover);
     setAttribute(Qt::WA_OpaquePaintEvent, false);
     setFixedWidth(thickness);
 }
 
-void ListScrollBar::paintEvent(QPaintEvent*) {
+void GroundScrollBar::paintEvent(QPaintEvent*) {
     if (maximum() <= minimum()) return;
     QStyleOptionSlider option;
     initStyleOption(&option);
