@@ -5,6 +5,8 @@
 #include <QMenuBar>
 #include <QPainter>
 #include <QPainterPath>
+#include <QStyleOptionMenuItem>
+#include <algorithm>
 
 #include "toolkit/Tokens.h"
 
@@ -13,6 +15,8 @@ namespace {
 
 constexpr int menuBarSideMargin = 4;
 constexpr int menuBarEdgeMargin = 3;
+constexpr int menuEdgeMargin = 4;
+constexpr int menuItemHeight = 28;
 
 // Two chevrons: there is more than has room.
 class MoreIcon final : public QIconEngine {
@@ -45,7 +49,29 @@ class MoreIcon final : public QIconEngine {
 int ZNStyle::pixelMetric(PixelMetric metric, const QStyleOption* option, const QWidget* widget) const {
     if (metric == PM_MenuBarHMargin && qobject_cast<const QMenuBar*>(widget)) return menuBarSideMargin;
     if (metric == PM_MenuBarVMargin && qobject_cast<const QMenuBar*>(widget)) return menuBarEdgeMargin;
+    if (metric == PM_MenuVMargin) return menuEdgeMargin;
     return QProxyStyle::pixelMetric(metric, option, widget);
+}
+
+QSize ZNStyle::sizeFromContents(ContentsType type, const QStyleOption* option, const QSize& contents,
+                                const QWidget* widget) const {
+    QSize size = QProxyStyle::sizeFromContents(type, option, contents, widget);
+    const auto* item = qstyleoption_cast<const QStyleOptionMenuItem*>(option);
+    if (type == CT_MenuItem && item && item->menuItemType != QStyleOptionMenuItem::Separator)
+        size.setHeight(std::max(size.height(), menuItemHeight));
+    return size;
+}
+
+void ZNStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
+                            const QWidget* widget) const {
+    if (element != PE_FrameMenu) {
+        QProxyStyle::drawPrimitive(element, option, painter, widget);
+        return;
+    }
+    painter->save();
+    painter->setPen(QColor::fromRgba(tokens::pickerEdge));
+    painter->drawRect(option->rect.adjusted(0, 0, -1, -1));
+    painter->restore();
 }
 
 QIcon ZNStyle::standardIcon(StandardPixmap icon, const QStyleOption* option, const QWidget* widget) const {
