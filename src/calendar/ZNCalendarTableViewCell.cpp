@@ -24,12 +24,14 @@ constexpr double dotStart = 14;
 constexpr int titleLines = 3;
 constexpr int subtitleLines = 2;
 
-// A text of a few lines, the last one cut short where there are more.
+// A text of a few lines that begin where its own direction begins, the last one cut short where there are more.
 class Lines {
   public:
     Lines(const QString& text, const QFont& font, double width, int limit)
         : _layout(withJoinableEmoji(text), font), _width(width) {
-        QTextOption option;
+        _side = text.isRightToLeft() ? Qt::AlignRight : Qt::AlignLeft;
+        QTextOption option(_side);
+        option.setTextDirection(text.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
         option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
         _layout.setTextOption(option);
         _layout.setFormats(emojiFormats(_layout.text(), font.pixelSize()));
@@ -55,14 +57,18 @@ class Lines {
         const QFontMetricsF metrics(_layout.font());
         const auto rest =
             metrics.elidedText(_layout.text().mid(last.textStart(), 2 * last.textLength() + 8), Qt::ElideRight, _width);
+        painter.save();
         painter.setFont(_layout.font());
-        painter.drawText(QRectF(at + last.position(), QSizeF(_width, last.height())),
-                         static_cast<int>(Qt::AlignLeading | Qt::AlignVCenter), rest);
+        painter.setLayoutDirection(_layout.textOption().textDirection());
+        painter.drawText(QRectF(at + QPointF(0, last.y()), QSizeF(_width, last.height())),
+                         static_cast<int>(_side | Qt::AlignAbsolute | Qt::AlignVCenter), rest);
+        painter.restore();
     }
 
   private:
     QTextLayout _layout;
     double _width;
+    Qt::AlignmentFlag _side;
     double _height = 0;
     qsizetype _shown = 0;
 };
