@@ -21,18 +21,22 @@ std::string contents(const std::filesystem::path& file) {
 TEST(RunningApplication, TakesLinksThatWantALastLookAndKeepsThem) {
     const ProgramsHome home, other;
     const auto application = home.startApplication();
-    const auto kept = home.folder() / "state" / "kept-reminders.jsonl";
+    const auto drafts = home.folder() / "state" / "drafts.jsonl";
 
     EXPECT_EQ(other.zunctl({"open", "zun.create://Elsewhere"}).status, 1) << "its application does not run";
     const auto ended = home.zunctl({"open", "zun.create://Pay%20rent?n=In%20cash"});
     EXPECT_EQ(ended.status, 0) << ended.err;
-    EXPECT_THAT(contents(kept), HasSubstr(R"("title":"Pay rent","notes":"In cash")"));
 
-    // A second instance hands its links to the first and ends.
+    // A second instance hands its links to the first and ends. The editor is taken.
     Program second("zun", {"zun.create://From%20a%20browser"}, {{"ZUN_HOME", home.folder()}});
     EXPECT_EQ(second.end().status, 0);
-    EXPECT_THAT(contents(kept), HasSubstr("From a browser"));
     EXPECT_EQ(home.zunctl({"--json", "count"}).out, "{\"active\":0,\"total\":0}\n");
+
+    // Asked to end, it ends in order; what the editor shows is kept, and so is what waits for it.
+    application->sendSignal(SIGTERM);
+    EXPECT_EQ(application->end().status, 0);
+    EXPECT_THAT(contents(drafts), HasSubstr(R"("title":"Pay rent","notes":"In cash")"));
+    EXPECT_THAT(contents(drafts), HasSubstr("From a browser"));
 }
 
 TEST(RunningApplication, ChangesOfTheCommandLineReachItWhileItRunsAndOutliveItsKilling) {
