@@ -293,7 +293,9 @@ void ZNCardViewController::updateUI() {
     // One card and none read as singular here; the window's title takes the singular for one card alone.
     const auto label =
         _with.cards.texts.text(count > 1 ? "Item_Count_Plural_Accessibility_Label" : "Item_Count_Accessibility_Label");
-    _toolbar->setAccessibilityLabel(QString::fromStdString(stringWithFormat(label, {std::to_string(count)})));
+    const QString spoken = QString::fromStdString(stringWithFormat(label, {std::to_string(count)}));
+    _toolbar->setAccessibilityLabel(spoken);
+    _stackView->setAccessibilityLabel(spoken);
     _with.cards.notifications.postNotificationName(ZNReminderCountDidUpdateNotification, windowTitle().toStdString());
 }
 

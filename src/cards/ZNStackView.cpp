@@ -17,7 +17,7 @@ ZNStackView::ZNStackView(const CardContext& context, QWidget* parent)
       _context(context),
       _gatherer(*this, context.dispatch.main()),
       _skin(std::make_unique<CardSkin>()) {
-    setAccessibilityElement(false);
+    setAccessibilityRole(QAccessible::Grouping);
     setFocusPolicy(Qt::ClickFocus);
     setAttribute(Qt::WA_AcceptTouchEvents);
     _observations.push_back(_context.animations.observeFrames([this] { repaintMoved(); }));
@@ -158,6 +158,7 @@ void ZNStackView::finishRender(Skipped skipped, const Block& completion) {
 ZNStackViewItem& ZNStackView::throwTopItem() {
     ++_actions;
     _shouldRespondToActions = false;
+    _isThrowing = true;
     _recognizer.cancel();
     _gatherer.cancel();
     ZNStackViewItem* thrown = topItem();
@@ -254,13 +255,15 @@ void ZNStackView::restoreTopCard() {
 void ZNStackView::allowActions(bool allowed) {
     if (!allowed) ++_actions;
     _shouldRespondToActions = allowed;
+    if (allowed && std::exchange(_isThrowing, false)) placeTopWidget();
 }
 
 void ZNStackView::placeTopWidget() {
     ZNStackViewItem* top = topItem();
     for (ZNStackViewItem* item : _stackViews) {
-        if (item != top || item->cardHidden) item->hide();
+        if (item != top || item->cardHidden || _isThrowing) item->hide();
     }
+    if (_isThrowing) return;
     if (top->cardHidden) {
         _focusedControl = -1;
         return;

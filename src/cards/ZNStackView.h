@@ -4,7 +4,8 @@
 // restore. It holds no reminders; it asks its delegate.
 //
 // The stack paints its cards itself, back to front, from pictures that the items render once. Only the top item is
-// there as a widget, for focus, clicks and assistive technology; it stays at rest while the picture of the card moves.
+// there as a widget, for focus, clicks and assistive technology; it stays at rest while the picture of the card moves,
+// and is away while a card flies, so that nobody finds buttons that would not answer.
 //
 // Two guards: `animating` drops renders while an animated render runs, `shouldRespondToActions` drops actions while a
 // card flies.
@@ -135,6 +136,7 @@ class ZNStackView final : public ZNView, private SwipeSink {
     QMargins _overflow;
     bool _animating = false;
     bool _shouldRespondToActions = true;
+    bool _isThrowing = false;        // a card flies, and no top widget is there
     unsigned _actions = 0;           // counts what an older restore must not undo
     bool _renderWasDropped = false;  // by a resize while an animated render ran
     bool _rendersSoon = false;
