@@ -3,6 +3,7 @@
 #include <QEnterEvent>
 #include <QFocusEvent>
 #include <QKeyEvent>
+#include <QMetaMethod>
 #include <QMouseEvent>
 #include <QPainter>
 #include <algorithm>
@@ -58,6 +59,14 @@ void ZNButton::setTexts(const QString& accessibilityLabel, const QString& toolti
 
 void ZNButton::setAccessibilityElement(bool isElement) {
     _isElement = isElement;
+}
+
+bool ZNButton::offersMenu() const {
+    return isEnabled() && isSignalConnected(QMetaMethod::fromSignal(&ZNButton::rightClicked));
+}
+
+void ZNButton::requestMenu() {
+    emit rightClicked(mapToGlobal(rect().center()));
 }
 
 QRectF ZNButton::faceRect() const {
@@ -159,7 +168,7 @@ void ZNButton::mouseReleaseEvent(QMouseEvent* event) {
 
 void ZNButton::keyPressEvent(QKeyEvent* event) {
     if (event->key() == Qt::Key_Menu || (event->key() == Qt::Key_F10 && event->modifiers() == Qt::ShiftModifier)) {
-        emit rightClicked(mapToGlobal(rect().center()));
+        requestMenu();
         return;
     }
     if (event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter) {

@@ -43,6 +43,10 @@ class ZNButton : public QAbstractButton {
     void setAccessibilityRole(QAccessible::Role role) { _role = role; }
     [[nodiscard]] QAccessible::Role accessibilityRole() const { return _role; }
 
+    // Whether anybody waits for rightClicked(), and the same for those who have no right button.
+    [[nodiscard]] bool offersMenu() const;
+    void requestMenu();
+
     // The rectangle of the visible face; around it there is room for the ring.
     [[nodiscard]] QRectF faceRect() const;
     // Paints the face at rest into a rectangle of another device, e.g. the picture of a card.

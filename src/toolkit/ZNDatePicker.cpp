@@ -116,6 +116,8 @@ NSDate mergeDateWithTime(NSDate date, NSDate time, const Environment& environmen
 
 ZNDatePicker::ZNDatePicker(const Environment& environment, Elements elements, QWidget* parent)
     : QDateTimeEdit(parent), _environment(environment), _elements(elements), _value(environment.now()) {
+    // Qt hides the line that it makes itself from assistive technology, by its name.
+    setLineEdit(new QLineEdit(this));
     setFont(appFont(13));
     setAttribute(Qt::WA_Hover);
     setFocusPolicy(Qt::StrongFocus);

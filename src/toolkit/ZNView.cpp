@@ -6,6 +6,7 @@
 
 #include "toolkit/PlainControls.h"
 #include "toolkit/SpokenCheckable.h"
+#include "toolkit/SpokenDatePicker.h"
 #include "toolkit/ZNButton.h"
 
 namespace zun {
@@ -28,17 +29,23 @@ class SpokenWidget final : public QAccessibleWidget {
     [[nodiscard]] QAccessible::State state() const override {
         QAccessible::State state = QAccessibleWidget::state();
         if (!view().isAccessibilityElement() && !onlyHolds()) state.invisible = true;
+        if (passesFocusOn()) state.focusable = state.focused = false;
         return state;
     }
     [[nodiscard]] QStringList actionNames() const override {
         QStringList names = QAccessibleWidget::actionNames();
-        if (qobject_cast<ZNButton*>(widget()) && widget()->isEnabled()) names.prepend(pressAction());
+        if (passesFocusOn()) names.removeAll(setFocusAction());
+        const auto* button = qobject_cast<ZNButton*>(widget());
+        if (button && button->isEnabled()) names.prepend(pressAction());
+        if (button && button->offersMenu()) names.append(showMenuAction());
         return names;
     }
     void doAction(const QString& name) override {
         auto* button = qobject_cast<ZNButton*>(widget());
         if (button && name == pressAction()) {
             button->click();
+        } else if (button && name == showMenuAction()) {
+            button->requestMenu();
         } else {
             QAccessibleWidget::doAction(name);
         }
@@ -46,6 +53,8 @@ class SpokenWidget final : public QAccessibleWidget {
 
   private:
     [[nodiscard]] Widget& view() const { return *qobject_cast<Widget*>(widget()); }
+    // What it is passed on to has it then, and alone.
+    [[nodiscard]] bool passesFocusOn() const { return widget()->focusProxy() != nullptr; }
     // A part of the tree that says nothing itself; were it invisible, readers would pass over what is in it.
     [[nodiscard]] bool onlyHolds() const {
         for (int i = 0; i < childCount(); ++i) {
@@ -104,6 +113,7 @@ class SpokenPopUpButton final : public QAccessibleWidget {
 
 QAccessibleInterface* speak(const QString&, QObject* object) {
     if (auto* popUp = qobject_cast<ZNPopUpButton*>(object)) return new SpokenPopUpButton(*popUp);
+    if (auto* picker = qobject_cast<ZNDatePicker*>(object)) return new SpokenDatePicker(*picker);
     if (auto* view = qobject_cast<ZNView*>(object)) return new SpokenWidget<ZNView>(*view);
     if (auto* button = qobject_cast<ZNButton*>(object)) return new SpokenWidget<ZNButton>(*button);
     if (auto* button = qobject_cast<QAbstractButton*>(object); button && button->isCheckable()) {
