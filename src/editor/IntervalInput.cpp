@@ -112,7 +112,9 @@ IntervalInput::IntervalInput(const Texts& texts, QWidget* parent)
     setValue(1);
     connect(_up, &QAbstractButton::clicked, this, [this] { step(1); });
     connect(_down, &QAbstractButton::clicked, this, [this] { step(-1); });
-    connect(_field, &QLineEdit::textEdited, this, [this](const QString& text) {
+    // Not only what is typed: assistive technology writes too.
+    connect(_field, &QLineEdit::textChanged, this, [this](const QString& text) {
+        if (text == QString::number(_value)) return;
         setValue(intervalFromText(text.toStdString()));
         emit didChange();
     });

@@ -22,8 +22,10 @@ constexpr double dayRadius = 7;
 // A weekday that is on or off.
 class DayButton final : public QPushButton {
   public:
-    DayButton(const QString& shortName, const QString& name, QWidget* parent) : QPushButton(shortName, parent) {
+    DayButton(const QString& shortName, const QString& name, QWidget* parent) : QPushButton(parent) {
+        // Before it has a text, which makes assistive technology look what it is.
         setCheckable(true);
+        setText(shortName);
         setFont(appFont(12, QFont::Medium));
         setAttribute(Qt::WA_Hover);
         setAccessibleName(name);
