@@ -174,6 +174,11 @@ void ZNListViewController::showEvent(QShowEvent* event) {
     if (_fetchIsWanted) fetchData();
 }
 
+// Not a focus proxy: the screen would be a second stop of the tab key before the first one.
+void ZNListViewController::focusInEvent(QFocusEvent*) {
+    tableView().setFocus();
+}
+
 // ---- tables side by side
 
 void ZNListViewController::didChangeSegment(int segment) {

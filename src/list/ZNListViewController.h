@@ -81,6 +81,7 @@ class ZNListViewController final : public ListScreen,
 
   protected:
     void showEvent(QShowEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
 
   private:
     // What becomes of a section's title whose last row goes.

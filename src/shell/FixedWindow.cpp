@@ -14,6 +14,8 @@ FixedWindow::FixedWindow(const QString& title, QSize size, QRgb ground) {
     setWindowFlags(Qt::Window | Qt::CustomizeWindowHint | Qt::WindowTitleHint | Qt::WindowSystemMenuHint |
                    Qt::WindowMinimizeButtonHint | Qt::WindowCloseButtonHint);
     setWindowTitle(title);
+    setAccessibilityRole(QAccessible::Window);
+    setAccessibilityLabel(title);
     setFixedSize(size);
     QPalette colors = palette();
     colors.setColor(QPalette::Window, QColor::fromRgba(ground));
