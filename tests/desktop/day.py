@@ -8,34 +8,12 @@ import re
 import sys
 from datetime import datetime, timedelta, timezone
 
-from desktop import Desktop, Failure, wait_until
-
-UTC = "%Y-%m-%dT%H:%M:%SZ"
-
-
-def expect(what, actual, wanted):
-    if actual != wanted:
-        raise Failure(f"{what}: {actual!r} where {wanted!r} was expected")
-
-
-def moment(text):
-    return datetime.fromisoformat(text.replace("Z", "+00:00"))
+from desktop import Desktop, Failure, expect, moment, wait_until
 
 
 class Day:
     def __init__(self, desktop):
         self.desktop = desktop
-
-    def record(self, title, condition=lambda record: True):
-        """The stored record of this title, once it is as wanted."""
-        return wait_until(f'"{title}" as wanted in the store',
-                          lambda: (record := self.desktop.reminders().get(title)) and condition(record) and record)
-
-    def top_card(self):
-        return self.desktop.find(re.compile("^" + re.escape(self.titles_of_deck()[0])), "list item").name
-
-    def titles_of_deck(self):
-        return [line["title"] for line in self.desktop.json("list", "--deck")]
 
     # ---- the steps, in their order
 
@@ -54,7 +32,7 @@ class Day:
             desktop.keys("Return")
         desktop.type("scarf")
         desktop.find("Save").click()
-        record = self.record("Pack for the trip")
+        record = desktop.record("Pack for the trip")
         expect("lines of the checklist", record["checklist"], "[ ]passport\n[ ]charger\n[ ]book\n[ ]scarf")
         expect("early alert", (record["earlyReminderType"], record["earlyReminderInterval"]), (2, 1))
         expect("fires before it is due", moment(record["due_date"]) - moment(record["fire_date"]), timedelta(hours=1))
@@ -72,7 +50,7 @@ class Day:
         desktop.find("Friday", "check box").click()
         desktop.keys("Escape")
         desktop.find("Save").click()
-        record = self.record("Pack for the trip", lambda record: record["repeat_type"] == 2)
+        record = desktop.record("Pack for the trip", lambda record: record["repeat_type"] == 2)
         expect("interval", record["customRepeatInterval"], 2)
         expect("days", record["customRepeatDayOrdinals"], [2, 6])
 
@@ -81,12 +59,12 @@ class Day:
         desktop.resize(900, 720)
         for title in ("Water the plants", "Call the bank", "Buy stamps", "Read the contract"):
             desktop.zunctl("add", title)
-        before = self.titles_of_deck()
+        before = desktop.titles_of_deck()
         first, third = (desktop.find(re.compile("^" + title), "list item") for title in (before[0], before[2]))
         x, y, width, _ = first.place
         desktop.drag(third.centre, (x + width // 2, y + 6))
         wanted = [before[2], before[0], before[1], before[3]]
-        wait_until(f"the order {wanted}", lambda: self.titles_of_deck() == wanted)
+        wait_until(f"the order {wanted}", lambda: desktop.titles_of_deck() == wanted)
         reminders = desktop.reminders()
         expect("ranks", [reminders[title]["rank"] for title in wanted], [4, 3, 2, 1])
 
@@ -108,41 +86,41 @@ class Day:
         desktop.find("2 selected")
         desktop.find("Complete", "push button").click()
         for title in ("Buy stamps", "Call the bank"):
-            self.record(title, lambda record: record.get("completed_date"))
+            desktop.record(title, lambda record: record.get("completed_date"))
         desktop.find("Completed", "radio button").click()
         desktop.find(re.compile("^Buy stamps"), "list item").click(button=3)
         desktop.choose("Mark as Not Done")
-        self.record("Buy stamps", lambda record: not record.get("completed_date"))
+        desktop.record("Buy stamps", lambda record: not record.get("completed_date"))
         expect("the other one stays done", bool(desktop.reminders()["Call the bank"].get("completed_date")), True)
 
     def skip_and_undo(self):
         desktop = self.desktop
         desktop.find("Show your cards").click()
-        before = self.titles_of_deck()
+        before = desktop.titles_of_deck()
         desktop.find("Skip to the next reminder").click()
-        wait_until("the skip in the store", lambda: self.titles_of_deck() == before[1:] + before[:1])
+        wait_until("the skip in the store", lambda: desktop.titles_of_deck() == before[1:] + before[:1])
         desktop.keys("ctrl+z")
-        wait_until("the undone skip in the store", lambda: self.titles_of_deck() == before)
+        wait_until("the undone skip in the store", lambda: desktop.titles_of_deck() == before)
 
     def snooze_until_a_chosen_moment(self):
         desktop = self.desktop
-        title = self.titles_of_deck()[0]
+        title = desktop.titles_of_deck()[0]
         desktop.find("Snooze this reminder").click(button=3)
         desktop.choose("Pick a date…")
         desktop.find("Choose the time").click()
         desktop.keys("Home", "Up", "Return")
-        fires = self.record(title, lambda record: record.get("fire_date"))["fire_date"]
+        fires = desktop.record(title, lambda record: record.get("fire_date"))["fire_date"]
         away = moment(fires) - datetime.now(timezone.utc)
         if not timedelta(minutes=50) < away < timedelta(minutes=61):
             raise Failure(f"snoozed by {away}, not by the hour that was chosen")
-        wait_until("the card to go", lambda: title not in self.titles_of_deck())
+        wait_until("the card to go", lambda: title not in desktop.titles_of_deck())
 
     def tick_a_checklist_and_make_cards_of_it(self):
         desktop = self.desktop
         # Due at once, so that it is a card.
         identifier = desktop.reminders()["Pack for the trip"]["reminderID"]
         desktop.zunctl("edit", identifier, "--no-date")
-        for title in self.titles_of_deck():
+        for title in desktop.titles_of_deck():
             if title != "Pack for the trip":
                 desktop.zunctl("complete", desktop.reminders()[title]["reminderID"])
         desktop.settle()
@@ -152,11 +130,11 @@ class Day:
         desktop.choose("Make Cards from Open Items")
         desktop.find("Complete", "push button").click()
         for item in ("passport", "book", "scarf"):
-            self.record(item)
-        record = self.record("Pack for the trip", lambda record: record.get("completed_date"))
+            desktop.record(item)
+        record = desktop.record("Pack for the trip", lambda record: record.get("completed_date"))
         expect("the tick", "[x]charger" in record["checklist"], True)
         expect("nothing was made of what was ticked", "charger" in desktop.reminders(), False)
-        expect("the deck", sorted(self.titles_of_deck()), ["book", "passport", "scarf"])
+        expect("the deck", sorted(desktop.titles_of_deck()), ["book", "passport", "scarf"])
 
 
 def main():

@@ -6,6 +6,7 @@ Every wait is bounded. Whatever goes wrong leaves a picture of the screen in the
 """
 
 import contextlib
+import datetime
 import json
 import os
 import pathlib
@@ -14,21 +15,43 @@ import shutil
 import signal
 import subprocess
 import time
+import warnings
 
 LONGEST_WAIT = 20.0
 LOOK_AGAIN_AFTER = 0.05
 # Pure silence on the screen for this long counts as settled.
 SETTLED_AFTER = 0.35
+# What nobody can use who is not told what it is.
+NAMED_ROLES = {"push button", "toggle button", "check box", "radio button", "combo box", "text", "list", "list item", "table",
+               "link", "frame", "window", "dialog", "heading", "label", "spin button", "menu item"}
+
+# The bindings name their own accessors deprecated.
+warnings.simplefilter("ignore", DeprecationWarning)
 
 
 class Failure(AssertionError):
     """Something on the screen, or in the store, is not as it should be."""
 
 
+def expect(what, actual, wanted):
+    if actual != wanted:
+        raise Failure(f"{what}: {actual!r} where {wanted!r} was expected")
+
+
+def moment(text):
+    return datetime.datetime.fromisoformat(text.replace("Z", "+00:00"))
+
+
 def wait_until(what, condition, seconds=LONGEST_WAIT):
     end = time.monotonic() + seconds
     while True:
-        result = condition()
+        try:
+            result = condition()
+        except Exception as error:
+            # What was just there has gone while it was looked at.
+            if not type(error).__module__.startswith("gi."):
+                raise
+            result = None
         if result:
             return result
         if time.monotonic() > end:
@@ -50,7 +73,13 @@ class Control:
 
     @property
     def name(self):
-        return self._fresh().get_name() or ""
+        """Its own, or that of what labels it."""
+        own = self._fresh().get_name()
+        if own:
+            return own
+        labelled = self.desktop.atspi.RelationType.LABELLED_BY
+        return " ".join(relation.get_target(i).get_name() or "" for relation in self.accessible.get_relation_set()
+                        if relation.get_relation_type() == labelled for i in range(relation.get_n_targets()))
 
     @property
     def role(self):
@@ -87,30 +116,40 @@ class Control:
         found = (accessible.get_child_at_index(i) for i in range(accessible.get_child_count()))
         return [Control(self.desktop, child) for child in found if child]
 
-    def walk(self):
+    def walk(self, shown=False):
+        """Itself and all in it, in the order of reading; what is not shown can be left out with all that it holds."""
+        if shown and not self.is_shown:
+            return
         yield self
         for child in self.children():
-            yield from child.walk()
+            yield from child.walk(shown)
 
     def actions(self):
+        if not self.accessible.get_action_iface():
+            return []
         return [self.accessible.get_action_name(i) for i in range(self.accessible.get_n_actions())]
 
-    # ---- by assistive technology
+    # ---- by assistive technology; nothing here waits for what comes of it
 
     def do(self, *names):
         """Calls the first of these actions that it has."""
+        if not self.has("ENABLED"):
+            raise Failure(f"{self} is disabled")
         actions = self.actions()
-        for name in names or ("Press", "Toggle", "SetFocus"):
+        for name in names or ("Press", "Toggle"):
             if name in actions:
                 self.accessible.do_action(actions.index(name))
-                self.desktop.settle()
-                return
+                return self
         raise Failure(f"{self} has none of the actions {names}, only {actions}")
 
     def write(self, text):
-        if not self.desktop.atspi.EditableText.set_text_contents(self.accessible, text):
+        if not self.has("EDITABLE") or not self.desktop.atspi.EditableText.set_text_contents(self.accessible, text):
             raise Failure(f"{self} takes no text")
-        self.desktop.settle()
+        return self
+
+    def expect(self, state, wanted=True):
+        wait_until(f"{self} to be {'' if wanted else 'not '}{state}", lambda: self.has(state) == wanted)
+        return self
 
     # ---- by hand
 
@@ -150,6 +189,7 @@ class Desktop:
     def __exit__(self, kind, error, trace):
         if error:
             self.picture("failure")
+            (self.work / "failure.txt").write_text(self.outline())
         self._children.close()
 
     def _spawn(self, words, **options):
@@ -180,6 +220,9 @@ class Desktop:
         self.environment["DBUS_SESSION_BUS_ADDRESS"] = bus
         self._spawn(["/usr/libexec/at-spi-bus-launcher", "--launch-immediately"])
         self._spawn(["openbox"])
+        # A window that comes before its manager is never given the focus.
+        wait_until("the window manager", lambda: subprocess.run(
+            ["xdotool", "get_desktop"], env=self.environment, capture_output=True, check=False).returncode == 0)
         # The library reads these when it is loaded, so it cannot stand at the top.
         os.environ.update({key: self.environment[key] for key in ("DISPLAY", "DBUS_SESSION_BUS_ADDRESS")})
         os.environ["XDG_RUNTIME_DIR"] = str(self.work)
@@ -191,7 +234,8 @@ class Desktop:
         from gi.repository import GLib
         self._events = GLib.MainContext.default()
         self._spoken = []
-        self._listener = Atspi.EventListener.new(lambda event: self._spoken.append(event.source.get_name() or ""))
+        self._listener = Atspi.EventListener.new(
+            lambda event: event.detail1 and self._spoken.append(Control(self, event.source)))
         self._listener.register("object:state-changed:focused")
         self.start_application()
 
@@ -222,9 +266,19 @@ class Desktop:
         lines = self.zunctl("export").splitlines()
         return {record["title"]: record for record in map(json.loads, filter(None, lines))}
 
+    def record(self, title, condition=lambda record: True):
+        """The stored record of this title, once it is as wanted."""
+        return wait_until(f'"{title}" as wanted in the store',
+                          lambda: (record := self.reminders().get(title)) and condition(record) and record)
+
+    def titles_of_deck(self):
+        return [line["title"] for line in self.json("list", "--deck")]
+
     # ---- looking
 
     def _application(self):
+        if self.application.poll() is not None:
+            raise Failure(f"the application has ended with {self.application.returncode}")
         desktop = self.atspi.get_desktop(0)
         desktop.clear_cache()
         for i in range(desktop.get_child_count()):
@@ -237,11 +291,11 @@ class Desktop:
         application = self._application()
         return [window for window in application.children() if window.is_shown] if application else []
 
-    def all(self, name=None, role=None, shown=True):
+    def all(self, name=None, role=None, shown=True, within=None):
         """What matches: a text is the whole name, a pattern is searched in it."""
         found = []
-        for window in self.windows():
-            for control in window.walk():
+        for root in [within] if within else self.windows():
+            for control in root.walk(shown):
                 if role and control.role != role:
                     continue
                 if isinstance(name, re.Pattern):
@@ -249,46 +303,76 @@ class Desktop:
                         continue
                 elif name is not None and control.name != name:
                     continue
-                if not shown or control.is_shown:
-                    found.append(control)
+                found.append(control)
         return found
 
-    def find(self, name=None, role=None, shown=True):
-        def look():
-            try:
-                found = self.all(name, role, shown)
-            except Exception as error:  # what was just there has gone: look again
-                if "GLib" not in type(error).__name__ and "atspi" not in str(error):
-                    raise
-                return None
-            return found[0] if found else None
-        return wait_until(f'{role or "something"} named {name}', look)
+    def find(self, name=None, role=None, shown=True, within=None):
+        return wait_until(f'{role or "something"} named {name}',
+                          lambda: next(iter(self.all(name, role, shown, within)), None))
 
-    def focused(self):
-        for window in self.windows():
-            for control in window.walk():
-                if control.has("FOCUSED"):
-                    return control
-        return None
+    def names(self, role, within=None):
+        return [control.name for control in self.all(None, role, within=within)]
 
-    def heard(self):
-        """The names of what took the focus since the last call, as a reader is told."""
+    def nameless(self):
+        """What can be used, or should be read, and does not say what it is."""
+        usable = {"Press", "Toggle", "SetFocus"}
+        return [f"{control.role} {control.actions()}" for control in self.all()
+                if (control.role in NAMED_ROLES or usable & set(control.actions())) and not control.name.strip()]
+
+    def outline(self):
+        """All that a reader can come to, a line each."""
+        lines = []
+        with contextlib.suppress(Exception):
+            for control in self.all():
+                lines.append(f"{control} {control.actions()}{' FOCUSED' if control.has('FOCUSED') else ''}")
+        return "\n".join(lines)
+
+    def _heard(self):
         while self._events.pending():
             self._events.iteration(False)
         spoken, self._spoken[:] = list(self._spoken), []
         return spoken
 
+    def heard(self):
+        """The names of what took the focus since the last call, as a reader is told."""
+        return [control.name for control in self._heard()]
+
     def choose(self, name):
         """Goes down an open menu by key until the reader hears this item, and takes it."""
+        self.settle()
         self.heard()
-        seen = []
+        seen = [None]
         for _ in range(20):
-            self.keys("Down")
-            seen += self.heard()
-            if seen and seen[-1] == name:
+            self.tap("Down")
+            seen += wait_until(f"something to be heard after {seen[1:]}",
+                               lambda: [said for said in self.heard() if said != seen[-1]])
+            if seen[-1] == name:
                 self.keys("Return")
                 return
-        raise Failure(f'no item "{name}" was heard in the menu, only {seen}')
+        raise Failure(f'no item "{name}" was heard in the menu, only {seen[1:]}')
+
+    def tab_order(self, start, most=60):
+        """The names of what Tab goes through, once around from this control."""
+        start.do("SetFocus").expect("FOCUSED")
+        stops = [start]
+        self._heard()
+        while len(stops) < most:
+            self.tap("Tab")
+            stop = wait_until(f"Tab to lead on from {stops[-1]}", lambda: next(
+                (each for each in self._heard() if each.has("FOCUSED") and each.has("FOCUSABLE")), None))
+            if stop.accessible == start.accessible:
+                return [each.name for each in stops]
+            if not stop.name.strip() or any(stop.accessible == each.accessible for each in stops):
+                raise Failure(f"Tab comes to {stop} after {[str(each) for each in stops]}")
+            stops.append(stop)
+        raise Failure(f"Tab comes to no end: {[str(each) for each in stops]}")
+
+    def menu_bar(self, menu, item):
+        """Takes an item of the menu bar, without the menu being opened for those who see it."""
+        def offered():
+            return next((entry for title in self.all(menu, "menu item") for entry in title.walk()
+                         if entry.name == item and entry.has("ENABLED")), None)
+        wait_until(f'"{item}" in the menu "{menu}"', offered).do("Press")
 
     def expect_gone(self, name=None, role=None):
         wait_until(f'{role or "something"} named {name} to go', lambda: not self.all(name, role))
@@ -325,9 +409,12 @@ class Desktop:
         self.xdotool("click", "--repeat", times, "--delay", 60, button)
         self.settle()
 
+    def tap(self, name):
+        self.xdotool("key", "--clearmodifiers", name)
+
     def keys(self, *names):
         for name in names:
-            self.xdotool("key", "--clearmodifiers", name)
+            self.tap(name)
         self.settle()
 
     def type(self, text):
