@@ -2,6 +2,7 @@
 
 #include <QGuiApplication>
 #include <QIconEngine>
+#include <QMenu>
 #include <QMenuBar>
 #include <QPainter>
 #include <QPainterPath>
@@ -64,13 +65,16 @@ QSize ZNStyle::sizeFromContents(ContentsType type, const QStyleOption* option, c
 
 void ZNStyle::drawPrimitive(PrimitiveElement element, const QStyleOption* option, QPainter* painter,
                             const QWidget* widget) const {
-    if (element != PE_FrameMenu) {
+    if (element == PE_FrameMenu) return;  // the panel has its edge
+    if (element != PE_PanelMenu) {
         QProxyStyle::drawPrimitive(element, option, painter, widget);
         return;
     }
     painter->save();
-    painter->setPen(QColor::fromRgba(tokens::pickerEdge));
-    painter->drawRect(option->rect.adjusted(0, 0, -1, -1));
+    painter->setPen(QPen(QColor::fromRgba(tokens::settingsOutline), 1));
+    // The items of pop-up buttons fill their rows with the window's colour.
+    painter->setBrush(qobject_cast<const QMenu*>(widget) ? option->palette.base() : option->palette.window());
+    painter->drawRect(QRectF(option->rect).adjusted(0.5, 0.5, -0.5, -0.5));
     painter->restore();
 }
 
