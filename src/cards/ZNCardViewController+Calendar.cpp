@@ -26,8 +26,7 @@ void ZNCardViewController::makeCalendar() {
         new ZNCalendarViewController({cards.dispatch, cards.notifications, cards.settings, cards.pictures,
                                       _with.manager, _with.environment, _with.strings, cards.windowSize},
                                      this);
-    // A card that flies passes over it.
-    _calendarController->stackUnder(_stackView);
+    // Over the stack, whose bounds reach under it: its days must be there for the mouse.
     _calendarController->show();
 }
 
