@@ -7,8 +7,11 @@ usage: day.py PROGRAMS_FOLDER WORK_FOLDER
 import re
 import sys
 from datetime import datetime, timedelta, timezone
+from zoneinfo import ZoneInfo
 
 from desktop import Desktop, Failure, expect, moment, wait_until
+
+BERLIN = ZoneInfo("Europe/Berlin")
 
 
 class Day:
@@ -53,6 +56,18 @@ class Day:
         record = desktop.record("Pack for the trip", lambda record: record["repeat_type"] == 2)
         expect("interval", record["customRepeatInterval"], 2)
         expect("days", record["customRepeatDayOrdinals"], [2, 6])
+
+    def look_at_its_day_in_the_calendar(self):
+        desktop = self.desktop
+        desktop.find("Show your cards").click()
+        desktop.resize(1200, 800)
+        due = moment(self.desktop.record("Pack for the trip")["due_date"]).astimezone(BERLIN)
+        # The day may be of the month after the one that is shown.
+        desktop.find(re.compile(f"^{due.strftime('%B')} {due.day}(,|$)"), "check box").click()
+        desktop.find(re.compile("^Pack for the trip"), "list item").click()
+        desktop.find("Edit Reminder")
+        desktop.keys("Escape")
+        desktop.find("Show the list of reminders").click()
 
     def put_the_due_ones_in_order_by_hand(self):
         desktop = self.desktop
@@ -142,6 +157,7 @@ def main():
     with Desktop(programs, work) as desktop:
         day = Day(desktop)
         for step in (day.write_a_reminder_with_date_alert_and_checklist, day.let_it_repeat_every_two_weeks,
+                     day.look_at_its_day_in_the_calendar,
                      day.put_the_due_ones_in_order_by_hand, day.search, day.complete_two_at_once_and_take_one_back,
                      day.skip_and_undo, day.snooze_until_a_chosen_moment, day.tick_a_checklist_and_make_cards_of_it):
             print(step.__name__.replace("_", " "), flush=True)
