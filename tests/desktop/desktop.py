@@ -209,8 +209,9 @@ class Desktop:
     def _start(self):
         self._log = self._children.enter_context(open(self.work / "log.txt", "ab"))
         reader, writer = os.pipe()
-        self._spawn(["Xvfb", "-displayfd", str(writer), "-screen", "0", f"{self.size}x24", "-nolisten", "tcp"],
-                    pass_fds=[writer])
+        # By itself the server starts anew when its last client goes, and throws out who is just coming.
+        self._spawn(["Xvfb", "-displayfd", str(writer), "-screen", "0", f"{self.size}x24", "-nolisten", "tcp",
+                     "-noreset"], pass_fds=[writer])
         os.close(writer)
         with os.fdopen(reader) as answer:
             self.environment["DISPLAY"] = ":" + answer.readline().strip()
