@@ -1,7 +1,8 @@
 #pragma once
 
-// What Qt draws by itself: Fusion, with menus and menu bars that have room, and without the picture files that it would read, and
-// with them every picture plug-in it would look for, before the first window is there. Owned by the application.
+// What Qt draws by itself: Fusion, with menus and menu bars that have room, and without the picture files that it would
+// read, and with them every picture plug-in it would look for, before the first window is there. Owned by the
+// application.
 
 #include <QProxyStyle>
 

@@ -19,7 +19,8 @@ ShellWorld::ShellWorld(ScreenMakers makers) : screens(std::move(makers)) {
                               animations,
                               texts,
                               [this] { return QSizeF(window.contentRect().size()); }};
-    tabs = new ZNTabViewController({{context, manager, environment, undoStack, strings, labels}, strings, kept, screens});
+    tabs =
+        new ZNTabViewController({{context, manager, environment, undoStack, strings, labels}, strings, kept, screens});
     window.setContent(tabs);
     menu.attachTo(window);
     QObject::connect(&menu, &ZNMenuViewController::cancelWanted, tabs, &ZNTabViewController::cancelOperation);
