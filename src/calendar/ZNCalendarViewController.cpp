@@ -39,7 +39,7 @@ ZNCalendarViewController::ZNCalendarViewController(const CalendarContext& contex
       _tableView(new QListView(this)),
       _remindersForCurrentDay(new DayReminders(context.manager, context.environment, context.strings, this)),
       _cell(new ZNCalendarTableViewCell(this)),
-      _scrollBar(new GroundScrollBar(this)),
+      _scrollBar(new GroundScrollBar(GroundScrollBar::On::Ground, this)),
       _zeroState(new QLabel(this)),
       _zone(context.environment.timeZone()),
       _locale(context.environment.locale()),
@@ -63,7 +63,7 @@ ZNCalendarViewController::ZNCalendarViewController(const CalendarContext& contex
     _tableView->viewport()->setAutoFillBackground(false);
     _tableView->installEventFilter(this);
     connect(_tableView, &QListView::clicked, this, &ZNCalendarViewController::tableClicked);
-    addScrollBar();
+    _scrollBar->standFor(*_tableView->verticalScrollBar());
     _zeroState->setAlignment(Qt::AlignHCenter | Qt::AlignTop);
     _zeroState->setWordWrap(true);
     _zeroState->setAttribute(Qt::WA_TransparentForMouseEvents);
@@ -72,24 +72,6 @@ ZNCalendarViewController::ZNCalendarViewController(const CalendarContext& contex
     _zeroState->setPalette(words);
     addObservers();
     showRemindersForSelectedDate();
-}
-
-void ZNCalendarViewController::addScrollBar() {
-    auto* figures = _tableView->verticalScrollBar();
-    connect(figures, &QScrollBar::rangeChanged, this, &ZNCalendarViewController::followTable);
-    connect(figures, &QScrollBar::valueChanged, _scrollBar, &QScrollBar::setValue);
-    connect(_scrollBar, &QScrollBar::valueChanged, figures, &QScrollBar::setValue);
-    _scrollBar->setFocusPolicy(Qt::NoFocus);
-    _scrollBar->hide();
-}
-
-void ZNCalendarViewController::followTable() {
-    const auto& figures = *_tableView->verticalScrollBar();
-    _scrollBar->setPageStep(figures.pageStep());
-    _scrollBar->setSingleStep(figures.singleStep());
-    _scrollBar->setRange(figures.minimum(), figures.maximum());
-    _scrollBar->setValue(figures.value());
-    _scrollBar->setVisible(figures.maximum() > figures.minimum() && !_tableView->isHidden());
 }
 
 void ZNCalendarViewController::addObservers() {
@@ -165,7 +147,11 @@ void ZNCalendarViewController::showRemindersForSelectedDate() {
         QString::fromStdString(stringWithFormat(_context.strings.string("Calendar_Zero_State"), {day})));
     _zeroState->setVisible(reminders.empty());
     _tableView->setVisible(!reminders.empty());
-    followTable();
+    if (reminders.empty()) {
+        _scrollBar->hide();
+    } else {
+        _scrollBar->follow();
+    }
     _tableView->setAccessibleName(QString::fromStdString(day));
     _remindersForCurrentDay->setReminderIDs(std::move(reminders));
 }

@@ -17,11 +17,11 @@
 
 class QLabel;
 class QListView;
-class QScrollBar;
 
 namespace zun {
 
 class DayReminders;
+class GroundScrollBar;
 class ZNCalendarTableViewCell;
 
 class ZNCalendarViewController final : public ZNView, private ZNCalendarViewDelegate {
@@ -51,8 +51,6 @@ class ZNCalendarViewController final : public ZNView, private ZNCalendarViewDele
     [[nodiscard]] std::size_t eventsForDate(NSDate date) const override;
 
     void addObservers();
-    void addScrollBar();
-    void followTable();
     void remindersWereUpdated();
     void takeReminders(std::shared_ptr<const ListedReminders> reminders);
     void showRemindersForSelectedDate();
@@ -69,7 +67,7 @@ class ZNCalendarViewController final : public ZNView, private ZNCalendarViewDele
     QListView* _tableView;
     DayReminders* _remindersForCurrentDay;
     ZNCalendarTableViewCell* _cell;
-    QScrollBar* _scrollBar;  // beside the rows, whose width it leaves alone; the table's own one keeps the figures
+    GroundScrollBar* _scrollBar;  // beside the rows, whose width it leaves alone
     QLabel* _zeroState;
     QRectF _divider;
     // What the words and the days on the screen were made with.

@@ -15,8 +15,6 @@ constexpr int buttonHeight = 36;
 constexpr int buttonPadding = 18;
 constexpr int iconSide = 20;
 constexpr int iconGap = 8;
-constexpr int scrollBarWidth = 8;
-constexpr int thumbWidth = 4;
 constexpr int questionMargin = 16;
 constexpr int questionGap = 8;
 
@@ -105,31 +103,6 @@ void ChecklistCompleteButton::paintEvent(QPaintEvent*) {
 void ChecklistCompleteButton::focusInEvent(QFocusEvent* event) {
     _ring.focusIn(*event);
     QPushButton::focusInEvent(event);
-}
-
-// ---- scroll bar
-
-SlenderScrollBar::SlenderScrollBar(QWidget* parent) : QScrollBar(Qt::Vertical, parent) {
-    setAttribute(Qt::WA_Hover);
-}
-
-QSize SlenderScrollBar::sizeHint() const {
-    return {scrollBarWidth, 2 * scrollBarWidth};
-}
-
-void SlenderScrollBar::paintEvent(QPaintEvent*) {
-    if (maximum() <= minimum()) return;
-    QPainter painter(this);
-    painter.setRenderHint(QPainter::Antialiasing);
-    const double whole = maximum() - minimum() + pageStep();
-    const double length = std::max(24.0, height() * pageStep() / whole);
-    const double top = (height() - length) * (value() - minimum()) / (maximum() - minimum());
-    QColor thumb = QColor::fromRgba(tokens::settingsOutline);
-    thumb.setAlphaF(underMouse() || isSliderDown() ? 0.8F : 0.45F);
-    painter.setPen(Qt::NoPen);
-    painter.setBrush(thumb);
-    painter.drawRoundedRect(QRectF((width() - thumbWidth) / 2.0, top, thumbWidth, length), thumbWidth / 2.0,
-                            thumbWidth / 2.0);
 }
 
 // ---- question

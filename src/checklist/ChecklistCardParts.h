@@ -1,10 +1,9 @@
 #pragma once
 
-// The small widgets of the checklist card: text that is painted and heard, the button that completes, a slender scroll
-// bar, and the question before cards are made of items. Owned by their parent widgets. Main thread.
+// The small widgets of the checklist card: text that is painted and heard, the button that completes, and the question
+// before cards are made of items. Owned by their parent widgets. Main thread.
 
 #include <QPushButton>
-#include <QScrollBar>
 
 #include "cards/TextBlock.h"
 #include "toolkit/PlainControls.h"
@@ -52,16 +51,6 @@ class ChecklistCompleteButton final : public QPushButton {
     Pictures& _pictures;
     double _alpha = 0;
     FocusRing _ring;
-};
-
-class SlenderScrollBar final : public QScrollBar {
-    Q_OBJECT
-  public:
-    explicit SlenderScrollBar(QWidget* parent);
-    [[nodiscard]] QSize sizeHint() const override;
-
-  protected:
-    void paintEvent(QPaintEvent* event) override;
 };
 
 class CreateCardsQuestion final : public ZNBasePopoverViewController {

@@ -10,6 +10,7 @@
 #include "cards/ZNCardView.h"
 #include "checklist/ChecklistCardParts.h"
 #include "checklist/ZNChecklistTextView.h"
+#include "toolkit/GroundScrollBar.h"
 #include "toolkit/Tokens.h"
 #include "toolkit/ZNFonts.h"
 
@@ -87,7 +88,7 @@ void ZNChecklistViewController::prepareViews() {
     _rule = new Rule(content);
     _scrollView = new QScrollArea(content);
     _scrollView->setFrameShape(QFrame::NoFrame);
-    _scrollView->setVerticalScrollBar(new SlenderScrollBar(_scrollView));
+    _scrollView->setVerticalScrollBar(new GroundScrollBar(GroundScrollBar::On::Panel, _scrollView));
     _scrollView->setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     _scrollView->setFocusPolicy(Qt::NoFocus);
     _scrollView->viewport()->setAutoFillBackground(false);

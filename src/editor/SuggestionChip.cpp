@@ -73,7 +73,7 @@ void SuggestionChip::paintEvent(QPaintEvent*) {
                      static_cast<int>(Qt::AlignVCenter | Qt::AlignLeading),
                      fontMetrics().elidedText(_suggestion, Qt::ElideRight, words.width()));
     painter.setFont(keyFont);
-    painter.setPen(QColor::fromRgba(tokens::editorTint));
+    painter.setPen(QColor::fromRgba(tokens::editorChipText));
     painter.drawText(QStyle::visualRect(layoutDirection(), inner, keys), Qt::AlignCenter, key());
 }
 

@@ -11,6 +11,7 @@
 #include "editor/SuggestionChip.h"
 #include "editor/ZNEditSegmentControl.h"
 #include "editor/ZNEditViewController.h"
+#include "toolkit/GroundScrollBar.h"
 #include "toolkit/Tokens.h"
 #include "toolkit/ZNFonts.h"
 
@@ -68,6 +69,8 @@ void ZNEditViewController::layOutContents() {
     const int bar = toolbarTop() + tokens::barHeight;
     const int footer = height - footerHeight;
     onSurface(*_scrollView, {1, bar, width - 2, std::max(0, footer - bar)});
+    const int scrollBar = GroundScrollBar::thickness;
+    onSurface(*_scrollBar, {width - 1 - scrollBar, bar + 3, scrollBar, std::max(0, footer - bar - 6)});
     onSurface(*_rules[2], {margin(), footer, width - 2 * margin(), 1});
     const QSize toggle = _toggleTypeButton->sizeHint();
     onSurface(*_toggleTypeButton, {(width - toggle.width()) / 2, footer + (footerHeight - toggle.height()) / 2,

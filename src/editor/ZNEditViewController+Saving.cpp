@@ -1,5 +1,6 @@
 #include <utility>
 
+#include "cards/ScreenBar.h"
 #include "cards/ZNCardView.h"
 #include "core/NotificationNames.h"
 #include "editor/RecordMerge.h"
@@ -45,12 +46,24 @@ void ZNEditViewController::onRightButtonPress() {
     _model.reminder().setTitle(edited.title);
     if (!_model.isValid()) {
         _cardView->shakeCard();
+        explainRefusal();
         return;
     }
     finish();
     _model.isNew() ? saveReminder() : updateReminder();
     removeKeptDraft();
     dismiss();
+}
+
+// The shaking for those who do not see it, and what it means for those who do.
+void ZNEditViewController::explainRefusal() {
+    const bool isTitleMissing = _model.reminder().title().empty();
+    const QString reason = text(isTitleMissing ? "Editor_Title_Missing" : "Editor_Place_Missing");
+    rightButton().setToolTip(reason);
+    rightButton().setAccessibleDescription(reason);
+    if (!isTitleMissing) return;
+    _reminderTitle->setAccessibleDescription(reason);
+    _reminderTitle->setFocus(Qt::OtherFocusReason);
 }
 
 void ZNEditViewController::saveReminder() {

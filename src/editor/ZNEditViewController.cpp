@@ -3,15 +3,16 @@
 #include <QApplication>
 #include <QKeyEvent>
 #include <QScrollArea>
+#include <QScrollBar>
 
 #include "cards/ScreenBar.h"
 #include "cards/ZNCardView.h"
 #include "core/NotificationNames.h"
 #include "editor/LocationSection.h"
-#include "editor/ScrollThumb.h"
 #include "editor/SuggestionChip.h"
 #include "editor/ZNEditSegmentControl.h"
 #include "editor/ZNSwitch.h"
+#include "toolkit/GroundScrollBar.h"
 #include "toolkit/Tokens.h"
 
 namespace zun {
@@ -71,7 +72,9 @@ void ZNEditViewController::prepareViews() {
     _scrollContentView = new QWidget;
     _scrollView->setWidget(_scrollContentView);
     _scrollContentView->setAutoFillBackground(false);  // which the area has just switched on
-    new ScrollThumb(*_scrollView);
+    // Beside the texts, whose width must not hang on whether they need to scroll.
+    _scrollBar = new GroundScrollBar(GroundScrollBar::On::Panel, surface);
+    _scrollBar->standFor(*_scrollView->verticalScrollBar());
 
     _reminderTitle = new ZNTextView(ZNTextView::AllowsReturn::No, _scrollContentView);
     _chip = new SuggestionChip(_with.strings, _scrollContentView);

@@ -30,6 +30,7 @@ class QScrollArea;
 
 namespace zun {
 
+class GroundScrollBar;
 class LocationSection;
 class SuggestionChip;
 class ZNEditSegmentControl;
@@ -131,6 +132,7 @@ class ZNEditViewController final : public ZNBaseViewController,
     // Saving and leaving.
     void rememberOpenedRecord();
     [[nodiscard]] ReminderAttributes editedRecord() const;
+    void explainRefusal();
     void saveReminder();
     void updateReminder();
     void finish();
@@ -171,6 +173,7 @@ class ZNEditViewController final : public ZNBaseViewController,
 
     ZNCardView* _cardView = nullptr;
     QScrollArea* _scrollView = nullptr;
+    GroundScrollBar* _scrollBar = nullptr;
     QWidget* _scrollContentView = nullptr;
     ZNTextView* _reminderTitle = nullptr;
     SuggestionChip* _chip = nullptr;

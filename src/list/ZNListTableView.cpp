@@ -24,7 +24,7 @@ ZNListTableView::ZNListTableView(const Collaborators& collaborators, ZNListTable
     setFrameShape(QFrame::NoFrame);
     setFocusPolicy(Qt::StrongFocus);
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
-    setVerticalScrollBar(new GroundScrollBar(this));
+    setVerticalScrollBar(new GroundScrollBar(GroundScrollBar::On::Ground, this));
     verticalScrollBar()->setSingleStep(wheelStep);
     viewport()->setAutoFillBackground(false);
     viewport()->setMouseTracking(true);

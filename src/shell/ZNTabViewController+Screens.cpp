@@ -25,8 +25,16 @@ bool ZNTabViewController::hasTopScreen() const {
 
 // ---- opening
 
+// True if there is one of its kind already. One that is just leaving makes place: what was asked for last comes then.
+bool ZNTabViewController::isTaken(TopScreen kind, Block showOnceFree) {
+    const auto* standing = topScreen(kind);
+    if (!standing) return false;
+    if (standing == _leaving) _showNext = std::move(showOnceFree);
+    return true;
+}
+
 void ZNTabViewController::showEditControllerWithReminder(const ReminderPtr& reminder) {
-    if (topScreen(TopScreen::Editor)) return;
+    if (isTaken(TopScreen::Editor, [this, reminder] { showEditControllerWithReminder(reminder); })) return;
     auto* controller = _with.screens.editor(_with.cards.cards, reminder, _fullWindowContainer);
     post(ZNDisableCardControllerMenuActionsNotification);
     post(ZNEnableEditControllerMenuActionsNotification);
@@ -35,14 +43,14 @@ void ZNTabViewController::showEditControllerWithReminder(const ReminderPtr& remi
 }
 
 void ZNTabViewController::showShareControllerWithReminder(const ReminderPtr& reminder) {
-    if (topScreen(TopScreen::Share)) return;
+    if (isTaken(TopScreen::Share, [this, reminder] { showShareControllerWithReminder(reminder); })) return;
     auto* controller = _with.screens.share(_with.cards.cards, reminder, _fullWindowContainer);
     post(ZNDisableCardControllerMenuActionsNotification);
     addTopScreen(TopScreen::Share, controller);
 }
 
 void ZNTabViewController::showChecklistControllerWithReminder(const ReminderPtr& reminder) {
-    if (topScreen(TopScreen::Checklist)) return;
+    if (isTaken(TopScreen::Checklist, [this, reminder] { showChecklistControllerWithReminder(reminder); })) return;
     auto* controller = _with.screens.checklist(_with.cards.cards, reminder, _fullWindowContainer);
     post(ZNDisableCardControllerMenuActionsNotification);
     addTopScreen(TopScreen::Checklist, controller);
@@ -101,6 +109,7 @@ void ZNTabViewController::dismissTopScreen(ZNBaseViewController& controller) {
             _nextToLeave.erase(_nextToLeave.begin());
             if (next) dismissTopScreen(*next);
         }
+        if (const auto showNext = std::exchange(_showNext, {})) showNext();
     });
 }
 

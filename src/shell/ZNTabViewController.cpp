@@ -63,9 +63,7 @@ void ZNTabViewController::prepareViews() {
         if (!topScreen(TopScreen::Editor)) onSetActiveTab(0);
     });
     connect(&_toolbar->listViewButton(), &ZNButton::clicked, this, [this] { clickedListViewButton(); });
-    connect(&_toolbar->addButton(), &ZNButton::clicked, this, [this] {
-        if (!topScreen(TopScreen::Editor)) newReminderPrompt();
-    });
+    connect(&_toolbar->addButton(), &ZNButton::clicked, this, [this] { newReminderPrompt(); });
     connect(&_toolbar->settingsButton(), &ZNButton::clicked, this, [this] { clickedSettingsButton(); });
     _toolbar->listViewButton().setEnabled(_with.screens.list != nullptr);
     _toolbar->addButton().setEnabled(_with.screens.editor != nullptr);
@@ -189,8 +187,10 @@ void ZNTabViewController::editTopCard() {
 
 // While one reminder is being edited, another that is stored nowhere must not be lost.
 void ZNTabViewController::showCardEditor(const ReminderPtr& reminder) {
-    if (_with.screens.editor && !topScreen(TopScreen::Editor)) return showEditControllerWithReminder(reminder);
-    if (reminder->reminderID()) return;
+    const bool isStored = reminder->reminderID().has_value();
+    if (_with.screens.editor && (isStored || !topScreen(TopScreen::Editor)))
+        return showEditControllerWithReminder(reminder);
+    if (isStored) return;
     const bool isKept = _with.keptReminders.keep(*reminder);
     say(isKept ? "URL_Reminder_Kept_Message" : "URL_Reminder_Not_Kept_Message", {quoted(*reminder)});
 }

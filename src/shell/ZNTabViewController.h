@@ -95,6 +95,7 @@ class ZNTabViewController final : public ZNView, private ZNBaseViewControllerDel
     void fadeContainerTo(double alpha, std::chrono::microseconds duration, Block completion);
     void showContainerAlpha();
     [[nodiscard]] bool hasTopScreen() const;
+    [[nodiscard]] bool isTaken(TopScreen kind, Block showOnceFree);
 
     void post(std::string_view notification);
     void newReminderPrompt();
@@ -121,6 +122,7 @@ class ZNTabViewController final : public ZNView, private ZNBaseViewControllerDel
     std::array<ZNBaseViewController*, 4> _topScreens{};
     ZNBaseViewController* _leaving = nullptr;                  // the screen that is being popped
     std::vector<QPointer<ZNBaseViewController>> _nextToLeave;  // those that asked for it meanwhile
+    Block _showNext;                                           // what was asked for while its like was leaving
     AnimatedValue _containerAlpha{AnimatedValue::Kind::Fade, 1};
     double _cornerRadius = 0;
     Observation _frames;

@@ -18,7 +18,7 @@ inline constexpr QRgb toolbarRule = 0x14ffffff;
 
 // Text on the ground; the third only for what may be overlooked.
 inline constexpr QRgb groundText = 0xffffffff;
-inline constexpr QRgb groundTextSecondary = 0xffcec8e6;
+inline constexpr QRgb groundTextSecondary = 0xffdad5ee;  // the ground is lightest at its top
 inline constexpr QRgb groundTextTertiary = 0xffa8a3be;
 
 // The card.

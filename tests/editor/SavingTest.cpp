@@ -32,7 +32,10 @@ TEST_F(SavingTest, WhatCannotBeSavedStaysOpen) {
     open();
     notifications.postNotificationName(ZNSaveCardMenuActionNotification);
     EXPECT_EQ(dismissals, 0);
+    EXPECT_FALSE(editor->reminderTitle().accessibleDescription().isEmpty()) << "the shaking, for those who hear";
+    EXPECT_TRUE(editor->reminderTitle().hasFocus());
     type(" ");
+    EXPECT_TRUE(editor->reminderTitle().accessibleDescription().isEmpty());
     notifications.postNotificationName(ZNSaveCardMenuActionNotification);
     EXPECT_EQ(dismissals, 1);
     settle();

@@ -158,6 +158,28 @@ TEST_F(ScreensTest, EachRequestOpensItsScreenOnItsReminder) {
     EXPECT_EQ(shownReminder, cards().topCardReminder());
 }
 
+TEST_F(ScreensTest, WhatIsAskedForWhileItsLikeLeavesComesAfterIt) {
+    auto& add = tabs->toolbar().addButton();
+    add.click();
+    advance(1s);
+    const QPointer<SmallScreen> first = screen;
+    add.click();
+    advance(1s);
+    EXPECT_EQ(screen, first) << "one is enough";
+
+    QTest::keyClick(window.windowHandle(), Qt::Key_Escape);
+    advance(100ms);
+    add.click();
+    add.click();
+    advance(1s);
+    ASSERT_TRUE(tabs->topScreen(TopScreen::Editor));
+    EXPECT_NE(screen, first);
+    EXPECT_TRUE(screen->isVisible());
+    EXPECT_EQ(enabled(), "S");
+    press(Qt::Key_Escape, Qt::NoModifier);
+    EXPECT_FALSE(tabs->topScreen(TopScreen::Editor)) << "and it comes once";
+}
+
 TEST_F(ScreensTest, TheListHasATabAndASearch) {
     press(Qt::Key_L);
     EXPECT_EQ(tabs->activeTab(), 1);

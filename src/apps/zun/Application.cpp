@@ -51,6 +51,14 @@ std::optional<int> parse(const QStringList& words, Arguments& arguments) {
     return std::nullopt;
 }
 
+// What is still being written is waited for, which may take seconds: nobody has to look at windows that no longer
+// answer.
+void leaveTheScreen() {
+    for (auto* const widget : QApplication::topLevelWidgets())
+        widget->hide();
+    QCoreApplication::processEvents(QEventLoop::ExcludeUserInputEvents);
+}
+
 }  // namespace
 
 namespace zun {
@@ -120,6 +128,7 @@ int runApplication(int argc, char** argv, const std::function<void(AppDelegate&)
     delegate.openLinks(arguments.urls, activation);
     if (started) started(delegate);
     const int status = QApplication::exec();
+    leaveTheScreen();
     core.userNotifications.setDelegate(nullptr);
     return status;
 }
