@@ -6,13 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "core/NoCloud.h"
-#include "core/ZNReminderManager.h"
-#include "platform/foundation/LoopQueue.h"
-#include "platform/foundation/SystemDispatch.h"
+#include "BenchWorld.h"
 #include "platform/usernotifications/StoredNotificationCenter.h"
-#include "support/TemporaryFolder.h"
-#include "support/TestEnvironment.h"
 
 namespace zun {
 namespace {
@@ -49,8 +44,13 @@ ReminderAttributes repeatingReminder(int number, NSDate now) {
 }
 
 // A user's programs with a zone that has daylight saving, on a disk.
-struct World {
-    World() { environment.setTimeZone("Europe/Berlin"); }
+struct World : BenchWorld<StoredNotificationCenter> {
+    World()
+        : BenchWorld([](BenchStore& store) {
+              return StoredNotificationCenter(store.folder.path(), {store.dispatch, store.environment});
+          }) {
+        environment.setTimeZone("Europe/Berlin");
+    }
 
     void settle() {
         manager.waitUntilSettled();
@@ -76,22 +76,6 @@ struct World {
         }
         userNotifications.synchronize();
     }
-
-    TemporaryFolder folder;
-    TestEnvironment environment{"2026-02-01T09:00:00Z"};
-    std::shared_ptr<LoopQueue> main = std::make_shared<LoopQueue>();
-    SystemDispatch dispatch{main};
-    NSNotificationCenter notifications;
-    ZNDatabase database{folder.path(), {dispatch, notifications, environment}};
-    ZNUserDefaults defaults{folder.path() / "configuration"};
-    ZNSettingsObject settings{defaults, nullptr, nullptr};
-    NoCloud cloud;
-    LocalizedStrings strings{{"en"}};
-    DateLabels labels{environment, strings};
-    ClockWitness clock{folder.path() / "state", environment};
-    StoredNotificationCenter userNotifications{folder.path(), {dispatch, environment}};
-    ZNReminderManager manager{
-        {database, settings, dispatch, notifications, environment, cloud, userNotifications, labels, strings, clock}};
 };
 
 // From the call until the last alert is durable; `caller` is what the caller waits.

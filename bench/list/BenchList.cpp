@@ -14,13 +14,8 @@
 #include <utility>
 #include <vector>
 
-#include "core/NoCloud.h"
+#include "BenchWorld.h"
 #include "core/ReminderListLoader.h"
-#include "platform/foundation/LoopQueue.h"
-#include "platform/foundation/SystemDispatch.h"
-#include "support/MemoryNotificationCenter.h"
-#include "support/TemporaryFolder.h"
-#include "support/TestEnvironment.h"
 
 namespace zun {
 namespace {
@@ -69,7 +64,7 @@ ReminderAttributes reminderNumber(int number, NSDate now, bool done) {
 }
 
 // A store of its own for each list, made once.
-struct World {
+struct World : BenchWorld<> {
     explicit World(bool done) {
         environment.setTimeZone("Europe/Berlin");
         std::vector<ReminderPtr> reminders;
@@ -100,21 +95,6 @@ struct World {
         return shown.size();
     }
 
-    TemporaryFolder folder;
-    TestEnvironment environment{"2026-02-01T09:00:00Z"};
-    std::shared_ptr<LoopQueue> main = std::make_shared<LoopQueue>();
-    SystemDispatch dispatch{main};
-    NSNotificationCenter notifications;
-    ZNDatabase database{folder.path(), {dispatch, notifications, environment}};
-    ZNUserDefaults defaults{folder.path() / "configuration"};
-    ZNSettingsObject settings{defaults, nullptr, nullptr};
-    NoCloud cloud;
-    MemoryNotificationCenter userNotifications;
-    LocalizedStrings strings{{"en"}};
-    DateLabels labels{environment, strings};
-    ClockWitness clock{folder.path() / "state", environment};
-    ZNReminderManager manager{
-        {database, settings, dispatch, notifications, environment, cloud, userNotifications, labels, strings, clock}};
     ReminderListLoader loader{{manager, labels, strings, environment, dispatch}};
     ListRows shown;
     double mainThread = 0;

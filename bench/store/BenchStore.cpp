@@ -8,15 +8,8 @@
 #include <optional>
 #include <vector>
 
+#include "BenchWorld.h"
 #include "HandWritten.h"
-#include "ZunDataModel/ZNDatabase.h"
-#include "core/NoCloud.h"
-#include "core/ZNReminderManager.h"
-#include "platform/foundation/LoopQueue.h"
-#include "platform/foundation/SystemDispatch.h"
-#include "support/MemoryNotificationCenter.h"
-#include "support/TemporaryFolder.h"
-#include "support/TestEnvironment.h"
 
 namespace zun {
 namespace {
@@ -50,7 +43,7 @@ ReminderAttributes recordNumber(int number, NSDate now) {
 }
 
 // One store for all figures, made once.
-struct Bench {
+struct Bench : BenchWorld<> {
     static Bench& instance() {
         static Bench bench;
         return bench;
@@ -60,31 +53,16 @@ struct Bench {
         std::vector<ReminderPtr> reminders;
         for (int i = 0; i < recordCount; ++i)
             reminders.push_back(std::make_shared<ZNReminderObject>(recordNumber(i, environment.now())));
-        store.replaceReminders(std::move(reminders));
-        store.waitForWrites();
+        database.replaceReminders(std::move(reminders));
+        database.waitForWrites();
     }
 
     [[nodiscard]] FetchResult fetch(std::string_view format, const std::vector<NSSortDescriptor>& sort,
                                     ReturnAsReminderObject objects) const {
-        return store.fetchRemindersForPredicate(NSPredicate::predicateWithFormat(format, {environment.now(), false}),
-                                                sort, objects);
+        return database.fetchRemindersForPredicate(NSPredicate::predicateWithFormat(format, {environment.now(), false}),
+                                                   sort, objects);
     }
 
-    TemporaryFolder folder;
-    TestEnvironment environment{"2026-02-01T09:00:00Z"};
-    std::shared_ptr<LoopQueue> main = std::make_shared<LoopQueue>();
-    SystemDispatch dispatch{main};
-    NSNotificationCenter notifications;
-    ZNDatabase store{folder.path(), {dispatch, notifications, environment}};
-    ZNUserDefaults defaults{folder.path() / "configuration"};
-    ZNSettingsObject settings{defaults, nullptr, nullptr};
-    NoCloud cloud;
-    MemoryNotificationCenter userNotifications;
-    LocalizedStrings strings{{"en"}};
-    DateLabels labels{environment, strings};
-    ClockWitness clock{folder.path() / "state", environment};
-    ZNReminderManager manager{
-        {store, settings, dispatch, notifications, environment, cloud, userNotifications, labels, strings, clock}};
     HandWritten floor{(folder.path() / "reminders.sqlite").string()};
 };
 
@@ -119,7 +97,7 @@ void countDueFloor(benchmark::State& state) {
 void loadAll(benchmark::State& state) {
     Bench& bench = Bench::instance();
     for (auto _ : state)
-        check(state, bench.store.fetchRemindersForPredicate(std::nullopt, {}, ReturnAsReminderObject::Yes).count,
+        check(state, bench.database.fetchRemindersForPredicate(std::nullopt, {}, ReturnAsReminderObject::Yes).count,
               recordCount);
 }
 void loadAllFloor(benchmark::State& state) {

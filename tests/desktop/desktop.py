@@ -21,6 +21,7 @@ LONGEST_WAIT = 20.0
 LOOK_AGAIN_AFTER = 0.05
 # Pure silence on the screen for this long counts as settled.
 SETTLED_AFTER = 0.35
+BETWEEN_PICTURES = 0.03  # whoever is looked at without pause has no time to move
 # What nobody can use who is not told what it is.
 NAMED_ROLES = {"push button", "toggle button", "check box", "radio button", "combo box", "text", "list", "list item", "table",
                "link", "frame", "window", "dialog", "heading", "label", "spin button", "menu item"}
@@ -389,6 +390,7 @@ class Desktop:
                 before, since = now, time.monotonic()
             elif time.monotonic() - since >= SETTLED_AFTER:
                 return
+            time.sleep(BETWEEN_PICTURES)
 
     def picture(self, name):
         file = self.work / f"{name}.png"
