@@ -135,9 +135,9 @@ void DateSection::connectPickers() {
     });
     for (auto* picker : {_datePicker, _endDatePicker}) {
         connect(picker, &ZNDatePicker::didBecomeActive, this, [this, picker] { datePickerDidBecomeActive(*picker); });
-        connect(picker, &ZNDatePicker::didResignActive, this, [this] { datePickerDidResignActive(); });
+        connect(picker, &ZNDatePicker::didResignActive, this, [this] { hideCalendars(); });
     }
-    datePickerDidResignActive();
+    hideCalendars();
 }
 
 void DateSection::toggleDateOptionsWithVisibility(bool visible) {
@@ -176,7 +176,7 @@ void DateSection::datePickerDidBecomeActive(ZNDatePicker& picker) {
     popup->showBeside(picker);
 }
 
-void DateSection::datePickerDidResignActive() {
+void DateSection::hideCalendars() {
     for (auto* popup : {_calendarPopout, _endDateCalendar}) {
         popup->hide();
         popup->calendarPicker().setEnabled(false);

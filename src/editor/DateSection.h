@@ -29,6 +29,9 @@ class DateSection final : public ZNView {
     void configureAccessibilityValues();
     // The zone or the region is another now.
     void surroundingsDidChange();
+    [[nodiscard]] bool showsCalendar() const { return _calendarPopout->isVisible() || _endDateCalendar->isVisible(); }
+    // Its field keeps the keys.
+    void hideCalendars();
 
     [[nodiscard]] ZNButton& onADateLabel() const { return *_onADateLabel; }
     [[nodiscard]] ZNSwitch& dateToggle() const { return *_dateToggle; }
@@ -64,7 +67,6 @@ class DateSection final : public ZNView {
     void didSelectDayFromCalendar();
     void didSelectEndDay();
     void datePickerDidBecomeActive(ZNDatePicker& picker);
-    void datePickerDidResignActive();
     void addEndDate();
 
     EditorContext _with;

@@ -338,26 +338,25 @@ void ZNEditViewController::shouldSelectNextKeyView() {
 }
 
 bool ZNEditViewController::event(QEvent* event) {
-    if (event->type() == QEvent::ShortcutOverride && _suggestion != Suggestion::None) {
-        const auto& key = static_cast<const QKeyEvent&>(*event);
-        const bool isReturn = key.key() == Qt::Key_Return || key.key() == Qt::Key_Enter;
-        if (key.key() == Qt::Key_Escape || (isReturn && key.modifiers().testFlag(Qt::ControlModifier))) {
-            event->accept();
-            return true;
-        }
+    if (event->type() == QEvent::ShortcutOverride && isOwnKey(static_cast<const QKeyEvent&>(*event))) {
+        event->accept();
+        return true;
     }
     return ZNBaseViewController::event(event);
 }
 
+// Escape closes what lies on top first: the month, then the suggestion, then the screen.
+bool ZNEditViewController::isOwnKey(const QKeyEvent& key) const {
+    const bool suggests = _suggestion != Suggestion::None;
+    if (key.key() == Qt::Key_Escape) return suggests || _dateSection->showsCalendar();
+    const bool isReturn = key.key() == Qt::Key_Return || key.key() == Qt::Key_Enter;
+    return suggests && isReturn && key.modifiers().testFlag(Qt::ControlModifier);
+}
+
 void ZNEditViewController::keyPressEvent(QKeyEvent* event) {
-    const bool isReturn = event->key() == Qt::Key_Return || event->key() == Qt::Key_Enter;
-    if (event->key() == Qt::Key_Escape && _suggestion != Suggestion::None) {
-        dropSuggestion();
-    } else if (isReturn && event->modifiers().testFlag(Qt::ControlModifier) && _suggestion != Suggestion::None) {
-        acceptSuggestion();
-    } else {
-        ZNBaseViewController::keyPressEvent(event);
-    }
+    if (!isOwnKey(*event)) return ZNBaseViewController::keyPressEvent(event);
+    if (event->key() != Qt::Key_Escape) return acceptSuggestion();
+    _dateSection->showsCalendar() ? _dateSection->hideCalendars() : dropSuggestion();
 }
 
 }  // namespace zun

@@ -148,6 +148,7 @@ class ZNEditViewController final : public ZNBaseViewController,
     void updateSuggestion();
     void acceptSuggestion();
     void dropSuggestion();
+    [[nodiscard]] bool isOwnKey(const QKeyEvent& key) const;
     void acceptPhrase();
     void takeBackPhraseIfUndone();
     void continueDraft();

@@ -83,6 +83,9 @@ TEST_F(EditorScreenTest, ControlsWriteTheRecordAndTheScreenFollows) {
     const NSDate end = *editor->reminder()->end_date();
     press(Qt::Key_Up);  // its first part is the month
     EXPECT_EQ(editor->reminder()->end_date(), OptionalDate(end + std::chrono::days(31)));
+    press(Qt::Key_Escape);
+    EXPECT_FALSE(section.endDateCalendar().isVisibleTo(&window)) << "which lay over the screen";
+    EXPECT_TRUE(section.endDatePicker().hasFocus());
     section.setRepeatButton().click();
     ASSERT_TRUE(editor->openPopover());
     EXPECT_EQ(editor->openPopover()->contentSize(), QSize(340, 240));
