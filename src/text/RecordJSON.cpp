@@ -8,7 +8,7 @@
 
 #include "ZunDataModel/ZNReminderObject.h"
 #include "platform/foundation/ISO8601.h"
-#include "text/Base64.h"
+#include "platform/foundation/Base64.h"
 
 namespace zun {
 namespace {

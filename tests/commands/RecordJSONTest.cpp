@@ -5,7 +5,7 @@
 #include <boost/json/serialize.hpp>
 #include <random>
 
-#include "text/Base64.h"
+#include "platform/foundation/Base64.h"
 #include "text/JSONText.h"
 
 namespace zun {

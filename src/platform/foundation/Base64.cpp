@@ -1,4 +1,4 @@
-#include "text/Base64.h"
+#include "platform/foundation/Base64.h"
 
 #include <array>
 
