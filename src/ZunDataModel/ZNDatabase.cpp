@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "ZunDataModel/store/ChangeWatcher.h"
+#include "ZunDataModel/store/CloudChanges.h"
 #include "ZunDataModel/store/ForeignChangeNews.h"
 #include "ZunDataModel/store/ListedQueries.h"
 #include "ZunDataModel/store/RecordQueries.h"
@@ -60,6 +61,7 @@ class ZNDatabase::Implementation {
 
     ~Implementation() {
         _watcher.reset();
+        if (_endedPushes.any()) commit([](RecordChanges&) {}, {});
         // The queue is serial, so after this block no delayed one touches the store.
         submit([this] {
             _open.reset();
@@ -80,7 +82,25 @@ class ZNDatabase::Implementation {
     }
 
     void commit(std::function<void(RecordChanges&)> work, Block written) {
-        write([work = std::move(work)](StoreWriter& writer) { return writer.commit(work); }, std::move(written));
+        write(
+            [this, work = std::move(work)](StoreWriter& writer) {
+                auto ended = _endedPushes.take();
+                const auto error = writer.commit([&](RecordChanges& changes) {
+                    CloudChanges(changes).endPushes(ended);
+                    work(changes);
+                });
+                if (error) _endedPushes.add(std::move(ended));
+                return error;
+            },
+            std::move(written));
+    }
+
+    // What is not written before the program is killed leaves marks that the next sync clears, so it may wait.
+    void pushDidEnd(const std::string& pushID) {
+        if (!_endedPushes.add({pushID})) return;
+        _queue->asyncAfter(tuning::endedPushesWait, [this, open = std::weak_ptr(_open)] {
+            if (open.lock() && _endedPushes.any()) commit([](RecordChanges&) {}, {});
+        });
     }
 
     void post(std::string_view name, const ReminderPtr& reminder) const {
@@ -147,6 +167,29 @@ class ZNDatabase::Implementation {
     }
 
   private:
+    class EndedPushes {
+      public:
+        // True if there were none before.
+        bool add(std::vector<std::string> names) {
+            const std::lock_guard lock(_mutex);
+            const bool wereNone = _names.empty();
+            std::ranges::move(names, std::back_inserter(_names));
+            return wereNone && !_names.empty();
+        }
+        std::vector<std::string> take() {
+            const std::lock_guard lock(_mutex);
+            return std::exchange(_names, {});
+        }
+        [[nodiscard]] bool any() const {
+            const std::lock_guard lock(_mutex);
+            return !_names.empty();
+        }
+
+      private:
+        mutable std::mutex _mutex;
+        std::vector<std::string> _names;
+    };
+
     void submit(Block block) {
         ++_submitted;
         _queue->async([this, block = std::move(block)] {
@@ -196,6 +239,7 @@ class ZNDatabase::Implementation {
     std::shared_ptr<int> _open = std::make_shared<int>();   // the queue's; ends with its last block
     std::shared_ptr<int> _guard = std::make_shared<int>();  // ends with the store
     bool _idleCheckWaiting = false;                         // the queue's
+    EndedPushes _endedPushes;
     std::mutex _handlerMutex;
     std::function<void(const StoreError&)> _failureHandler;
     std::mutex _changeMutex;
@@ -218,22 +262,31 @@ void ZNDatabase::addReminder(const ReminderPtr& reminder, ReminderBlock withComp
 }
 
 void ZNDatabase::updateReminder(const ReminderPtr& reminder, ShouldUpdateDateModified shouldupdateDateModified,
-                                ReminderBlock withCompletionBlock) {
+                                ReminderBlock withCompletionBlock, const WriteNotes& notes) {
     if (shouldupdateDateModified == ShouldUpdateDateModified::Yes)
         reminder->setModified_date(_implementation->environment().now());
     auto stored = std::make_shared<bool>(false);
     _implementation->commit(
-        [record = snapshot(reminder), stored](RecordChanges& changes) { *stored = changes.update(record); },
+        [record = snapshot(reminder), stored, notes,
+         now = _implementation->environment().now()](RecordChanges& changes) {
+            if (record.reminderID) CloudChanges(changes).note(*record.reminderID, &record, notes, now);
+            *stored = changes.update(record);
+        },
         [store = _implementation.get(), reminder, stored, block = std::move(withCompletionBlock)] {
             if (*stored) store->post(ZNReminderObjectUpdatedNotification, reminder);
             if (block) block(reminder);
         });
 }
 
-void ZNDatabase::removeReminder(const ReminderPtr& reminder, ReminderBlock withCompletionBlock) {
+void ZNDatabase::removeReminder(const ReminderPtr& reminder, ReminderBlock withCompletionBlock,
+                                const WriteNotes& notes) {
     auto removed = std::make_shared<std::size_t>(0);
     _implementation->commit(
-        [reminderID = storableID(reminder), removed](RecordChanges& changes) { *removed = changes.remove(reminderID); },
+        [reminderID = storableID(reminder), removed, notes,
+         now = _implementation->environment().now()](RecordChanges& changes) {
+            CloudChanges(changes).note(reminderID, nullptr, notes, now);
+            *removed = changes.remove(reminderID);
+        },
         [store = _implementation.get(), reminder, removed, block = std::move(withCompletionBlock)] {
             if (*removed > 0) store->post(ZNReminderObjectRemovedNotification, reminder);
             if (block) block(reminder);
@@ -242,29 +295,35 @@ void ZNDatabase::removeReminder(const ReminderPtr& reminder, ReminderBlock withC
 
 void ZNDatabase::bulkUpdateReminders(std::vector<ReminderPtr> reminders,
                                      ShouldUpdateDateModified shouldupdateDateModified, SaveIfNotFound saveIfNotFound,
-                                     RemindersBlock withCompletionBlock) {
+                                     RemindersBlock withCompletionBlock, const WriteNotes& notes) {
     const NSDate now = _implementation->environment().now();
     for (const ReminderPtr& reminder : reminders) {
         if (shouldupdateDateModified == ShouldUpdateDateModified::Yes) reminder->setModified_date(now);
         if (saveIfNotFound == SaveIfNotFound::Yes) _implementation->giveIdentifier(reminder);
     }
     _implementation->commit(
-        [records = snapshots(reminders), saveIfNotFound](RecordChanges& changes) {
-            for (const ReminderAttributes& record : records)
+        [records = snapshots(reminders), saveIfNotFound, notes, now](RecordChanges& changes) {
+            for (const ReminderAttributes& record : records) {
+                if (record.reminderID) CloudChanges(changes).note(*record.reminderID, &record, notes, now);
                 if (!changes.update(record) && saveIfNotFound == SaveIfNotFound::Yes) changes.add(record);
+            }
         },
         [reminders, block = std::move(withCompletionBlock)] {
             if (block) block(reminders);
         });
 }
 
-void ZNDatabase::bulkDeleteReminders(std::vector<ReminderPtr> reminders, RemindersBlock withCompletionBlock) {
+void ZNDatabase::bulkDeleteReminders(std::vector<ReminderPtr> reminders, RemindersBlock withCompletionBlock,
+                                     const WriteNotes& notes) {
     std::vector<std::string> identifiers;
     std::ranges::transform(reminders, std::back_inserter(identifiers), storableID);
     _implementation->commit(
-        [identifiers = std::move(identifiers)](RecordChanges& changes) {
-            for (const std::string& reminderID : identifiers)
+        [identifiers = std::move(identifiers), notes,
+         now = _implementation->environment().now()](RecordChanges& changes) {
+            for (const std::string& reminderID : identifiers) {
+                CloudChanges(changes).note(reminderID, nullptr, notes, now);
                 changes.remove(reminderID);
+            }
         },
         [reminders = std::move(reminders), block = std::move(withCompletionBlock)] {
             if (block) block(reminders);
@@ -296,6 +355,44 @@ void ZNDatabase::replaceCopyWithSeries(const ReminderPtr& copy, const ReminderPt
             if (block) block(series);
         });
 }
+
+// ---- for the sync
+
+void ZNDatabase::markReminders(std::vector<std::string> reminderIDs, CloudMark mark, std::function<void()> completion) {
+    _implementation->commit(
+        [reminderIDs = std::move(reminderIDs), mark](RecordChanges& changes) {
+            for (const std::string& reminderID : reminderIDs)
+                CloudChanges(changes).mark(reminderID, mark);
+        },
+        std::move(completion));
+}
+
+void ZNDatabase::addTombstones(const std::vector<ReminderPtr>& reminders, std::function<void()> completion) {
+    _implementation->commit(
+        [records = snapshots(reminders)](RecordChanges& changes) {
+            for (const ReminderAttributes& record : records)
+                CloudChanges(changes).addTombstone(record);
+        },
+        std::move(completion));
+}
+
+void ZNDatabase::pushDidEnd(const std::string& pushID) {
+    _implementation->pushDidEnd(pushID);
+}
+
+void ZNDatabase::takeUnfinishedPushesForFailed() {
+    _implementation->commit([](RecordChanges& changes) { CloudChanges(changes).takeUnfinishedPushesForFailed(); }, {});
+}
+
+std::vector<KeptVersion> ZNDatabase::keptVersions() const {
+    return _implementation->read([](StoreConnection& connection) { return zun::keptVersions(connection); });
+}
+
+void ZNDatabase::forgetKeptVersionsBefore(NSDate date) {
+    _implementation->commit([date](RecordChanges& changes) { CloudChanges(changes).forgetKeptBefore(date); }, {});
+}
+
+// ---- reading
 
 FetchResult ZNDatabase::fetchRemindersForPredicate(const std::optional<NSPredicate>& predicate,
                                                    const std::vector<NSSortDescriptor>& withSortDescriptors,

@@ -16,6 +16,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "ZunDataModel/CloudBookkeeping.h"
 #include "ZunDataModel/ListedReminders.h"
 #include "ZunDataModel/ListingPart.h"
 #include "ZunDataModel/StoreHealth.h"
@@ -66,18 +67,34 @@ class ZNDatabase {
     void addReminder(const ReminderPtr& reminder, ReminderBlock withCompletionBlock = {});
     // An update of a record that is not stored writes nothing and still calls its block.
     void updateReminder(const ReminderPtr& reminder, ShouldUpdateDateModified shouldupdateDateModified,
-                        ReminderBlock withCompletionBlock = {});
-    void removeReminder(const ReminderPtr& reminder, ReminderBlock withCompletionBlock = {});
+                        ReminderBlock withCompletionBlock = {}, const WriteNotes& notes = {});
+    void removeReminder(const ReminderPtr& reminder, ReminderBlock withCompletionBlock = {},
+                        const WriteNotes& notes = {});
     // One commit each; no per-record notifications in this process.
     void bulkUpdateReminders(std::vector<ReminderPtr> reminders, ShouldUpdateDateModified shouldupdateDateModified,
-                             SaveIfNotFound saveIfNotFound, RemindersBlock withCompletionBlock = {});
-    void bulkDeleteReminders(std::vector<ReminderPtr> reminders, RemindersBlock withCompletionBlock = {});
+                             SaveIfNotFound saveIfNotFound, RemindersBlock withCompletionBlock = {},
+                             const WriteNotes& notes = {});
+    void bulkDeleteReminders(std::vector<ReminderPtr> reminders, RemindersBlock withCompletionBlock = {},
+                             const WriteNotes& notes = {});
     // Adds or replaces by `reminderID`, all in one commit; for import. Keeps every attribute as given.
     void replaceReminders(std::vector<ReminderPtr> reminders, RemindersBlock withCompletionBlock = {});
     // Writes `series` (adding or replacing it) and removes `copy` in one commit, so that no moment exists without
     // either.
     void replaceCopyWithSeries(const ReminderPtr& copy, const ReminderPtr& series,
                                ReminderBlock withCompletionBlock = {});
+
+    // For the sync. A mark goes to whatever is stored by then; a record that bears it already is not written. No
+    // notifications: nothing that anybody sees has changed.
+    void markReminders(std::vector<std::string> reminderIDs, CloudMark mark, std::function<void()> completion = {});
+    // Those of which none with the same identifier is stored come back, marked to be deleted at the service.
+    void addTombstones(const std::vector<ReminderPtr>& reminders, std::function<void()> completion = {});
+    // Not urgent: goes with the next write or soon.
+    void pushDidEnd(const std::string& pushID);
+    // For the program that syncs, once, before its first push.
+    void takeUnfinishedPushesForFailed();
+    // Newest first.
+    [[nodiscard]] std::vector<KeptVersion> keptVersions() const;
+    void forgetKeptVersionsBefore(NSDate date);
 
     // A null predicate takes every record. Empty, with a log line, for a predicate that names unknown attributes.
     [[nodiscard]] FetchResult fetchRemindersForPredicate(const std::optional<NSPredicate>& predicate,

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "ZunDataModel/SearchFolding.h"
+#include "ZunDataModel/store/CloudChanges.h"
 
 namespace zun {
 
@@ -91,6 +92,7 @@ void addFoldedTitles(StoreConnection& connection) {
 constexpr Migration migrations[] = {
     {1, "records and the change log", createFirstSchema},
     {2, "folded titles, so that a search need not fold every title anew", addFoldedTitles},
+    {3, "versions that the sync replaced, and pushes under way", createCloudTables},
 };
 
 }  // namespace

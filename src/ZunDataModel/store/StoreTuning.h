@@ -42,6 +42,9 @@ inline constexpr std::size_t idleReaders = 4;
 // Prepared statements kept on each connection. The programs use about thirty different ones.
 inline constexpr std::size_t cachedStatements = 64;
 
+// That pushes have ended is written with the next change, or so long after the first of them.
+inline constexpr std::chrono::seconds endedPushesWait{2};
+
 // Dated backups that stay; the oldest goes first.
 inline constexpr std::size_t backupsKept = 10;
 // Of those that the sweep of old completed reminders makes, most days one.

@@ -37,6 +37,7 @@ class RecordChanges {
     // Leaves the record with the newest `modified_date`, of equals the one added first. How many went.
     std::size_t deDup(const std::string& reminderID);
     void clear();
+    [[nodiscard]] StoreConnection& connection() { return _connection; }
     // Gives records without an identifier one of their own. How many there were.
     std::size_t identify(const Environment& environment);
 

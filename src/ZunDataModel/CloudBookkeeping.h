@@ -1,0 +1,40 @@
+#pragma once
+
+// What the store keeps for the sync beside the records, always in the transaction of the change it belongs to: versions
+// that the sync replaced or deleted, and pushes whose outcome is not known yet. Plain values.
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "ZunDataModel/ReminderAttributes.h"
+
+namespace zun {
+
+// The values stand in files: never change one.
+enum class KeptReason {
+    Replaced = 1,  // by another device's version
+    Deleted = 2,   // on another device
+    Unsent = 3,    // deleted here, for a push under way; not shown to anybody
+};
+
+struct KeptVersion {
+    std::int64_t number = 0;  // rises with each
+    NSDate date;              // when it was replaced or deleted
+    KeptReason reason = KeptReason::Replaced;
+    ReminderAttributes record;
+};
+
+// What goes with a write.
+struct WriteNotes {
+    // A push of this change follows. Until pushDidEnd() with the same name, a store that is opened anew takes it for
+    // failed. Unique; names of several records of one write may be the same.
+    std::optional<std::string> pushID;
+    // Keeps what is stored before the write, if the write changes or removes it.
+    std::optional<KeptReason> keeps;
+};
+
+// One attribute of the record as it is stored by then; whatever else was written meanwhile stays.
+enum class CloudMark { DidPersist, HasLocalChanges, HasNoLocalChanges };
+
+}  // namespace zun

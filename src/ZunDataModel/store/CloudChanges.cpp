@@ -1,0 +1,155 @@
+#include "ZunDataModel/store/CloudChanges.h"
+
+#include <fmt/format.h>
+
+#include "ZunDataModel/store/RecordMapping.h"
+
+namespace zun {
+
+namespace {
+
+const std::string& keepSQL() {
+    static const std::string sql = fmt::format(
+        "INSERT INTO kept_versions (kept_date, reason, pushID, {0}) "
+        "SELECT ?, ?, ?, {0} FROM reminders WHERE reminderID = ? ORDER BY rowid LIMIT 1",
+        recordColumns());
+    return sql;
+}
+
+// The marks say what this device knows of the service; they are no part of a version.
+ReminderAttributes withoutMarks(ReminderAttributes record) {
+    const ReminderAttributes unmarked;
+    record.didPersistToiCloud = unmarked.didPersistToiCloud;
+    record.hasLocalChanges = unmarked.hasLocalChanges;
+    record.shouldDeleteRemote = unmarked.shouldDeleteRemote;
+    record.sharedZoneID = unmarked.sharedZoneID;
+    return record;
+}
+
+void runWith(StoreConnection& connection, std::string_view sql, const std::string& text) {
+    const StatementUse statement(connection.statement(sql));
+    statement->bind(1, std::string_view(text));
+    statement->step();
+}
+
+}  // namespace
+
+void createCloudTables(StoreConnection& connection) {
+    // The columns of a kept version are those of a record, as they were when it was kept.
+    connection.execute(fmt::format(R"sql(
+        CREATE TABLE kept_versions (
+            number INTEGER PRIMARY KEY AUTOINCREMENT, kept_date INTEGER NOT NULL, reason INTEGER NOT NULL, pushID TEXT,
+            {});
+        CREATE INDEX kept_by_date ON kept_versions (kept_date);
+        CREATE INDEX kept_unsent ON kept_versions (pushID) WHERE pushID IS NOT NULL;
+        CREATE TABLE pending_pushes (pushID TEXT NOT NULL, reminderID TEXT NOT NULL) STRICT;
+        CREATE INDEX pending_by_push ON pending_pushes (pushID);
+    )sql",
+                                   recordColumns())
+                           .c_str());
+}
+
+void CloudChanges::keep(const std::string& reminderID, KeptReason reason, const std::optional<std::string>& pushID,
+                        NSDate now) {
+    const StatementUse statement(_connection.statement(keepSQL()));
+    statement->bind(1, now);
+    statement->bind(2, static_cast<std::int64_t>(reason));
+    pushID ? statement->bind(3, std::string_view(*pushID)) : statement->bindNull(3);
+    statement->bind(4, std::string_view(reminderID));
+    statement->step();
+}
+
+std::optional<ReminderAttributes> CloudChanges::stored(const std::string& reminderID) {
+    static const std::string sql =
+        fmt::format("SELECT {} FROM reminders WHERE reminderID = ? ORDER BY rowid LIMIT 1", recordColumns());
+    const StatementUse query(_connection.statement(sql));
+    query->bind(1, std::string_view(reminderID));
+    if (!query->step()) return std::nullopt;
+    return readRecord(*query);
+}
+
+void CloudChanges::note(const std::string& reminderID, const ReminderAttributes* after, const WriteNotes& notes,
+                        NSDate now) {
+    if (notes.keeps) {
+        const auto before = stored(reminderID);
+        if (before && (!after || withoutMarks(*before) != withoutMarks(*after)))
+            keep(reminderID, *notes.keeps, std::nullopt, now);
+    }
+    if (!notes.pushID) return;
+    if (!after) return keep(reminderID, KeptReason::Unsent, notes.pushID, now);
+    const StatementUse statement(
+        _connection.statement("INSERT INTO pending_pushes (pushID, reminderID) VALUES (?, ?)"));
+    statement->bind(1, std::string_view(*notes.pushID));
+    statement->bind(2, std::string_view(reminderID));
+    statement->step();
+}
+
+void CloudChanges::endPushes(const std::vector<std::string>& pushIDs) {
+    for (const std::string& pushID : pushIDs) {
+        runWith(_connection, "DELETE FROM pending_pushes WHERE pushID = ?", pushID);
+        runWith(_connection, "DELETE FROM kept_versions WHERE pushID = ?", pushID);
+    }
+}
+
+bool CloudChanges::mark(const std::string& reminderID, CloudMark mark) {
+    auto record = stored(reminderID);
+    if (!record) return false;
+    bool& value = mark == CloudMark::DidPersist ? record->didPersistToiCloud : record->hasLocalChanges;
+    const bool wanted = mark != CloudMark::HasNoLocalChanges;
+    if (value == wanted) return false;
+    value = wanted;
+    return _records.update(*record);
+}
+
+bool CloudChanges::addTombstone(ReminderAttributes record) {
+    if (!record.reminderID || stored(*record.reminderID)) return false;
+    record.shouldDeleteRemote = true;
+    _records.add(record);
+    return true;
+}
+
+std::size_t CloudChanges::takeUnfinishedPushesForFailed() {
+    std::vector<std::string> changed;
+    std::vector<ReminderAttributes> deleted;
+    {
+        const StatementUse query(_connection.statement("SELECT DISTINCT reminderID FROM pending_pushes"));
+        while (query->step())
+            changed.push_back(query->text(0));
+    }
+    {
+        static const std::string sql =
+            fmt::format("SELECT {} FROM kept_versions WHERE pushID IS NOT NULL ORDER BY number DESC", recordColumns());
+        const StatementUse query(_connection.statement(sql));
+        while (query->step())
+            deleted.push_back(readRecord(*query));
+    }
+    for (const std::string& reminderID : changed)
+        mark(reminderID, CloudMark::HasLocalChanges);
+    for (ReminderAttributes& record : deleted)
+        addTombstone(std::move(record));
+    if (!changed.empty()) _connection.execute("DELETE FROM pending_pushes");
+    if (!deleted.empty()) _connection.execute("DELETE FROM kept_versions WHERE pushID IS NOT NULL");
+    return changed.size() + deleted.size();
+}
+
+void CloudChanges::forgetKeptBefore(NSDate date) {
+    const StatementUse statement(
+        _connection.statement("DELETE FROM kept_versions WHERE kept_date < ? AND pushID IS NULL"));
+    statement->bind(1, date);
+    statement->step();
+}
+
+std::vector<KeptVersion> keptVersions(StoreConnection& connection) {
+    static const std::string sql =
+        fmt::format("SELECT {}, number, kept_date, reason FROM kept_versions WHERE pushID IS NULL ORDER BY number DESC",
+                    recordColumns());
+    const int beside = static_cast<int>(reminderAttributes().size());
+    std::vector<KeptVersion> all;
+    const StatementUse query(connection.statement(sql));
+    while (query->step())
+        all.push_back({query->integer(beside), NSDate(std::chrono::microseconds(query->integer(beside + 1))),
+                       static_cast<KeptReason>(query->integer(beside + 2)), readRecord(*query)});
+    return all;
+}
+
+}  // namespace zun

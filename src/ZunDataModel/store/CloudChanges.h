@@ -1,0 +1,42 @@
+#pragma once
+
+// The bookkeeping for the sync within one transaction. See ZunDataModel/CloudBookkeeping.h for what it means. The
+// store's queue only; throws SQLite::Exception.
+
+#include <string>
+#include <vector>
+
+#include "ZunDataModel/CloudBookkeeping.h"
+#include "ZunDataModel/store/StoreWriter.h"
+
+namespace zun {
+
+class CloudChanges {
+  public:
+    explicit CloudChanges(RecordChanges& records) : _connection(records.connection()), _records(records) {}
+
+    // Before the write itself, for each record of it. `after` is what will stand there; null for a removal.
+    void note(const std::string& reminderID, const ReminderAttributes* after, const WriteNotes& notes, NSDate now);
+    void endPushes(const std::vector<std::string>& pushIDs);
+    // True if such a record is stored and did not bear the mark.
+    bool mark(const std::string& reminderID, CloudMark mark);
+    // Adds the record again, marked as one to be deleted, unless one with its identifier is stored.
+    bool addTombstone(ReminderAttributes record);
+    // Gives every record whose push did not end the mark that a failed push leaves. How many pushes there were.
+    std::size_t takeUnfinishedPushesForFailed();
+    void forgetKeptBefore(NSDate date);
+
+  private:
+    void keep(const std::string& reminderID, KeptReason reason, const std::optional<std::string>& pushID, NSDate now);
+    [[nodiscard]] std::optional<ReminderAttributes> stored(const std::string& reminderID);
+
+    StoreConnection& _connection;
+    RecordChanges& _records;
+};
+
+// Newest first, without those of pushes under way.
+[[nodiscard]] std::vector<KeptVersion> keptVersions(StoreConnection& connection);
+
+void createCloudTables(StoreConnection& connection);
+
+}  // namespace zun
