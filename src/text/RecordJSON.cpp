@@ -7,8 +7,8 @@
 #include <limits>
 
 #include "ZunDataModel/ZNReminderObject.h"
-#include "platform/foundation/ISO8601.h"
 #include "platform/foundation/Base64.h"
+#include "platform/foundation/ISO8601.h"
 
 namespace zun {
 namespace {
