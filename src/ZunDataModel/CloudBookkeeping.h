@@ -4,6 +4,7 @@
 // that the sync replaced or deleted, and pushes whose outcome is not known yet. Plain values.
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 
@@ -36,5 +37,19 @@ struct WriteNotes {
 
 // One attribute of the record as it is stored by then; whatever else was written meanwhile stays.
 enum class CloudMark { DidPersist, HasLocalChanges, HasNoLocalChanges };
+
+// What becomes of a record that the sync has looked at.
+enum class RecordVerdict {
+    Leave,
+    Mark,    // only marks have changed: nothing is kept, nobody is told
+    Write,   // a record that was not stored is added
+    Remove,  // with all that share its identifier
+};
+// Looks at the stored record, null if there is none, and changes it in place if it says Mark or Write.
+using RecordDecision = std::function<RecordVerdict(std::size_t index, std::optional<ReminderAttributes>& record)>;
+struct DecidedRecord {
+    RecordVerdict verdict = RecordVerdict::Leave;
+    ReminderAttributes record;  // as written or removed; nothing of one that was left
+};
 
 }  // namespace zun

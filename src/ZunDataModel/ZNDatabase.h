@@ -86,6 +86,11 @@ class ZNDatabase {
     // For the sync. A mark goes to whatever is stored by then; a record that bears it already is not written. No
     // notifications: nothing that anybody sees has changed.
     void markReminders(std::vector<std::string> reminderIDs, CloudMark mark, std::function<void()> completion = {});
+    // Lets `decide` settle each of these records in one commit, as it is stored by then. What is overwritten or removed
+    // is kept. `decide` runs on the store's queue inside the transaction: it must not use the store. The block gets one
+    // verdict for each identifier, in their order.
+    void decideReminders(std::vector<std::string> reminderIDs, RecordDecision decide,
+                         std::function<void(const std::vector<DecidedRecord>&)> withCompletionBlock = {});
     // Those of which none with the same identifier is stored come back, marked to be deleted at the service.
     void addTombstones(const std::vector<ReminderPtr>& reminders, std::function<void()> completion = {});
     // Not urgent: goes with the next write or soon.

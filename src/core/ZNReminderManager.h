@@ -75,6 +75,14 @@ class ZNReminderManager {
     // Adds or replaces records as they stand, marks included, and schedules their alerts. Nothing goes to the cloud.
     void importReminders(Reminders reminders);
 
+    // What the sync does to records: in one commit, each as it is stored by then, with their alerts. Nothing goes to the
+    // cloud. The decision runs inside the store's transaction and must use neither the store nor this manager.
+    void decideReminders(std::vector<std::string> reminderIDs, RecordDecision decide,
+                         std::function<void(const std::vector<DecidedRecord>&)> withCompletion = {});
+    // Another account, or one that was set back, does not have what the former had: after a dated backup, all records
+    // of the user's own count as never sent, and what was still to be deleted goes.
+    void forgetThatRemindersWereSent();
+
     // Ranks n, n - 1, ... 1. The upload waits until no other reordering has followed for reorderDelay, and takes only
     // the last.
     void bulkSortAndUpdate(const Reminders& reminders, ShouldSyncWithiCloud shouldSyncWithiCloud);
@@ -198,6 +206,7 @@ class ZNReminderManager {
     struct Writes {
         ZNDatabase& store;
         std::atomic<std::uint64_t> submitted{0};
+        std::atomic<std::uint64_t> pushes{0};
         ZNDatabase& database() {
             ++submitted;
             return store;
@@ -218,11 +227,14 @@ class ZNReminderManager {
     void addLocalNotificationsForReminder(const ZNReminderObject& reminder);
     [[nodiscard]] std::vector<NSDate> occurrencesToAlert(const ZNReminderObject& reminder) const;
     void addLocalNotification(const std::string& title, NSDate fireDate, NSDate dueDate, const std::string& reminderID);
+    // What a write bears that will be pushed; nothing otherwise.
+    [[nodiscard]] WriteNotes notesOfPush(bool willPush) const;
+    [[nodiscard]] Block endOfPush(const WriteNotes& notes) const;
     void pushSave(const ReminderPtr& reminder);
-    void pushUpdate(const ReminderPtr& reminder, ShouldUpdateDateModified shouldupdateDateModified);
-    void pushDelete(const ReminderPtr& reminder);
+    void pushUpdate(const ReminderPtr& reminder, const WriteNotes& notes);
+    void pushDelete(const ReminderPtr& reminder, const WriteNotes& notes);
     void holdBackReordering(Reminders reminders);
-    void replaceCopyWithSeries(const ReminderPtr& copy, const ReminderPtr& series, const std::function<void()>& push);
+    void replaceCopyWithSeries(const ReminderPtr& copy, const ReminderPtr& series, ShouldUpdate shouldUpdateSeries);
     void moveDates(const ReminderPtr& reminder, OptionalDate dueDate, const ZNReminderObject& adjustedBy) const;
     void update(const ReminderPtr& reminder);
     [[nodiscard]] Reminders activeRemindersWithSort(const std::vector<NSSortDescriptor>& sort) const;

@@ -101,6 +101,35 @@ bool CloudChanges::mark(const std::string& reminderID, CloudMark mark) {
     return _records.update(*record);
 }
 
+DecidedRecord CloudChanges::decide(const std::string& reminderID, std::size_t index, const RecordDecision& decision,
+                                   NSDate now) {
+    auto record = stored(reminderID);
+    const bool wasStored = record.has_value();
+    const bool wasTombstone = wasStored && record->shouldDeleteRemote.value_or(false);
+    DecidedRecord decided{decision(index, record), {}};
+    if (decided.verdict == RecordVerdict::Leave || (decided.verdict == RecordVerdict::Remove && !wasStored))
+        return {};
+    if (record) {
+        decided.record = *std::move(record);
+        decided.record.reminderID = reminderID;
+        makeStorable(decided.record);
+    }
+    switch (decided.verdict) {
+        case RecordVerdict::Leave: break;
+        case RecordVerdict::Mark: _records.update(decided.record); break;
+        case RecordVerdict::Write:
+            note(reminderID, &decided.record, {.pushID = {}, .keeps = KeptReason::Replaced}, now);
+            _records.addOrUpdate(decided.record);
+            break;
+        case RecordVerdict::Remove:
+            // The user has deleted it here already.
+            if (!wasTombstone) note(reminderID, nullptr, {.pushID = {}, .keeps = KeptReason::Deleted}, now);
+            _records.remove(reminderID);
+            break;
+    }
+    return decided;
+}
+
 bool CloudChanges::addTombstone(ReminderAttributes record) {
     if (!record.reminderID || stored(*record.reminderID)) return false;
     record.shouldDeleteRemote = true;

@@ -20,6 +20,9 @@ class CloudChanges {
     void endPushes(const std::vector<std::string>& pushIDs);
     // True if such a record is stored and did not bear the mark.
     bool mark(const std::string& reminderID, CloudMark mark);
+    // Lets the decision settle what is stored under the identifier, and keeps what goes by it.
+    [[nodiscard]] DecidedRecord decide(const std::string& reminderID, std::size_t index, const RecordDecision& decision,
+                                       NSDate now);
     // Adds the record again, marked as one to be deleted, unless one with its identifier is stored.
     bool addTombstone(ReminderAttributes record);
     // Gives every record whose push did not end the mark that a failed push leaves. How many pushes there were.
