@@ -96,7 +96,7 @@ struct Described<ZoneChanges::Zone> {
     static constexpr std::tuple fields{
         field("zoneID", &ZoneChanges::Zone::zoneID),         field("changed", &ZoneChanges::Zone::changed),
         field("deleted", &ZoneChanges::Zone::deleted),       field("token", &ZoneChanges::Zone::token),
-        field("moreComing", &ZoneChanges::Zone::moreComing), field("error", &ZoneChanges::Zone::error)};
+        field("moreComing", &ZoneChanges::Zone::moreComing), field("fromBeginning", &ZoneChanges::Zone::fromBeginning), field("error", &ZoneChanges::Zone::error)};
 };
 template <>
 struct Described<ZoneChanges> {

@@ -23,6 +23,7 @@ using RecordFields = std::map<std::string, CKRecordValue>;
 void write(JSONWriter& to, const CKRecordValue& value);
 void write(JSONWriter& to, const RecordFields& fields);
 void write(JSONWriter& to, double number);
+void write(JSONWriter& to, const Bytes& bytes);
 template <class T>
 void write(JSONWriter& to, const T& value);
 template <class T>
@@ -33,6 +34,7 @@ void write(JSONWriter& to, const std::map<Key, CKError>& errors);
 bool read(JSONReader& from, CKRecordValue& value, Text bounds = Text::Free);
 bool read(JSONReader& from, RecordFields& fields, Text bounds = Text::Free);
 bool read(JSONReader& from, double& number, Text bounds = Text::Free);
+bool read(JSONReader& from, Bytes& bytes, Text bounds = Text::Free);
 bool read(JSONReader& from, std::string& text, Text bounds = Text::Free);
 template <class T>
 bool read(JSONReader& from, T& value, Text bounds = Text::Free);

@@ -151,6 +151,8 @@ struct ZoneChanges {
         std::vector<Deleted> deleted;
         Token token;
         bool moreComing = false;
+        // Not what follows the token that was sent: whatever else the reader holds of the zone is no longer there.
+        bool fromBeginning = false;
         OptionalError error;  // then nothing else counts
     };
     std::vector<Zone> zones;

@@ -27,15 +27,6 @@ bool readInteger(JSONReader& from, CKRecordValue& value) {
     return from.unsignedInteger(value.value.emplace<std::uint64_t>());
 }
 
-bool readBytes(JSONReader& from, Bytes& bytes) {
-    std::string_view text;
-    if (!from.string(text)) return false;
-    auto decoded = bytesFromBase64(text);
-    if (!decoded) return from.fail("no Base64");
-    bytes = std::move(*decoded);
-    return true;
-}
-
 bool readText(JSONReader& from, std::string& text) {
     std::string_view view;
     if (!from.string(view)) return false;
@@ -47,7 +38,7 @@ bool readTagged(JSONReader& from, std::string_view tag, CKRecordValue::Variant& 
     if (tag == dateTag) return read(from, value.emplace<NSDate>());
     if (tag == numberTag) return read(from, value.emplace<double>());
     if (tag == truthTag) return from.boolean(value.emplace<bool>());
-    if (tag == bytesTag) return readBytes(from, value.emplace<Bytes>());
+    if (tag == bytesTag) return read(from, value.emplace<Bytes>());
     if (tag == referenceTag) return read(from, value.emplace<CKReference>());
     if (tag == listTag) return read(from, value.emplace<CKList>());
     return from.fail("an unknown type");
@@ -65,6 +56,17 @@ bool read(JSONReader& from, double& number, Text) {
     const char* end = digits.data() + digits.size();
     const auto [stop, error] = std::from_chars(digits.data(), end, number);
     return (error == std::errc() && stop == end && std::isfinite(number)) || from.fail("no number");
+}
+
+void write(JSONWriter& to, const Bytes& bytes) { to.string(base64FromBytes(bytes)); }
+
+bool read(JSONReader& from, Bytes& bytes, Text) {
+    std::string_view text;
+    if (!from.string(text)) return false;
+    auto decoded = bytesFromBase64(text);
+    if (!decoded) return from.fail("no Base64");
+    bytes = std::move(*decoded);
+    return true;
 }
 
 bool read(JSONReader& from, std::string& text, Text bounds) {
