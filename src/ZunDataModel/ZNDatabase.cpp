@@ -336,7 +336,8 @@ void ZNDatabase::replaceReminders(std::vector<ReminderPtr> reminders, RemindersB
 }
 
 void ZNDatabase::replaceCopyWithSeries(const ReminderPtr& copy, const ReminderPtr& series,
-                                       ReminderBlock withCompletionBlock) {
+                                       ReminderBlock withCompletionBlock, const WriteNotes& ofCopy,
+                                       const WriteNotes& ofSeries) {
     _implementation->giveIdentifier(series);
     struct Outcome {
         bool added = false;
@@ -344,7 +345,10 @@ void ZNDatabase::replaceCopyWithSeries(const ReminderPtr& copy, const ReminderPt
     };
     auto outcome = std::make_shared<Outcome>();
     _implementation->commit(
-        [record = snapshot(series), copyID = storableID(copy), outcome](RecordChanges& changes) {
+        [record = snapshot(series), copyID = storableID(copy), outcome, ofCopy, ofSeries,
+         now = _implementation->environment().now()](RecordChanges& changes) {
+            CloudChanges(changes).note(*record.reminderID, &record, ofSeries, now);
+            CloudChanges(changes).note(copyID, nullptr, ofCopy, now);
             outcome->added = changes.addOrUpdate(record);
             outcome->removed = changes.remove(copyID);
         },

@@ -81,7 +81,8 @@ class ZNDatabase {
     // Writes `series` (adding or replacing it) and removes `copy` in one commit, so that no moment exists without
     // either.
     void replaceCopyWithSeries(const ReminderPtr& copy, const ReminderPtr& series,
-                               ReminderBlock withCompletionBlock = {});
+                               ReminderBlock withCompletionBlock = {}, const WriteNotes& ofCopy = {},
+                               const WriteNotes& ofSeries = {});
 
     // For the sync. A mark goes to whatever is stored by then; a record that bears it already is not written. No
     // notifications: nothing that anybody sees has changed.

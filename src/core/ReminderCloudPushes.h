@@ -22,6 +22,8 @@ class ReminderCloudPushes {
     using Block = std::function<void()>;
 
     virtual ~ReminderCloudPushes() = default;
+    // False in a program that never pushes: what would be held back for a while gets its mark at once.
+    [[nodiscard]] virtual bool canPush() const { return true; }
     virtual void saveReminderToCloudKit(const ReminderPtr& reminder, ShouldRetry shouldRetry, Block withSuccess,
                                         Block withError) = 0;
     virtual void updateReminderOnCloudKit(const ReminderPtr& reminder, ShouldRetry shouldRetry, Block withSuccess,

@@ -97,8 +97,7 @@ void ZNReminderManager::undoCompletionForReminder(const ReminderPtr& reminder) {
         // The early reminder may have been edited since; the copy has the one that this occurrence fired by.
         moveDates(series, findEarliestDueDateBeforeTodayWithReminder(*series), *reminder);
         series->setModified_date(_with.environment.now());
-        return replaceCopyWithSeries(reminder, series,
-                                     [this, series] { pushUpdate(series, ShouldUpdateDateModified::Yes); });
+        return replaceCopyWithSeries(reminder, series, SeriesIs::StoredAlready);
     }
 
     const auto copy = reminder->copy();
@@ -108,17 +107,24 @@ void ZNReminderManager::undoCompletionForReminder(const ReminderPtr& reminder) {
     reminder->setReminderID(seriesID);
     // The server knows the copy, and no longer the series.
     reminder->setDidPersistToiCloud(false);
-    replaceCopyWithSeries(copy, reminder, [this, reminder] { pushSave(reminder); });
+    replaceCopyWithSeries(copy, reminder, SeriesIs::New);
 }
 
-void ZNReminderManager::replaceCopyWithSeries(const ReminderPtr& copy, const ReminderPtr& series,
-                                              const std::function<void()>& push) {
+void ZNReminderManager::replaceCopyWithSeries(const ReminderPtr& copy, const ReminderPtr& series, SeriesIs seriesIs) {
     removeLocalNotificationsForReminder(copy);
-    _writes->database().replaceCopyWithSeries(copy, series, [this, copy, push](const ReminderPtr& stored) {
-        scheduleNotificationsForReminder(stored);
-        if (shouldPush(copy, ShouldSyncWithiCloud::Yes)) pushDelete(copy);
-        if (shouldPush(stored, ShouldSyncWithiCloud::Yes)) push();
-    });
+    const bool pushesCopy = shouldPush(copy, ShouldSyncWithiCloud::Yes);
+    const bool pushesSeries = shouldPush(series, ShouldSyncWithiCloud::Yes);
+    const auto ofCopy = notesOfPush(pushesCopy);
+    const auto ofSeries = notesOfPush(pushesSeries && seriesIs == SeriesIs::StoredAlready);
+    _writes->database().replaceCopyWithSeries(
+        copy, series,
+        [this, copy, pushesCopy, pushesSeries, seriesIs, ofCopy, ofSeries](const ReminderPtr& stored) {
+            scheduleNotificationsForReminder(stored);
+            if (pushesCopy) pushDelete(copy, ofCopy);
+            if (!pushesSeries) return;
+            seriesIs == SeriesIs::StoredAlready ? pushUpdate(stored, ofSeries) : pushSave(stored);
+        },
+        ofCopy, ofSeries);
 }
 
 OptionalDate ZNReminderManager::findNextDueDateWithReminder(const ZNReminderObject& reminder) const {

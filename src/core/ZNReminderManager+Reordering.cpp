@@ -17,13 +17,17 @@ void upload(ReminderCloudPushes& cloud, ZNReminderManager::Reminders reminders, 
 void ZNReminderManager::bulkSortAndUpdate(const Reminders& reminders, ShouldSyncWithiCloud shouldSyncWithiCloud) {
     // Rank 0 stays free to mean unranked.
     auto rank = static_cast<std::int64_t>(reminders.size());
-    for (const auto& reminder : reminders)
+    const bool willPush = shouldPushBulk(shouldSyncWithiCloud);
+    const bool canPush = _with.cloud.canPush();
+    for (const auto& reminder : reminders) {
         reminder->setRank(rank--);
+        if (willPush && !canPush) reminder->setHasLocalChanges(true);
+    }
     const auto dateModified = shouldSyncWithiCloud == ShouldSyncWithiCloud::Yes ? ShouldUpdateDateModified::Yes
                                                                                 : ShouldUpdateDateModified::No;
     _writes->database().bulkUpdateReminders(reminders, dateModified, SaveIfNotFound::No,
-                                            [this, shouldSyncWithiCloud](const Reminders& stored) {
-                                                if (shouldPushBulk(shouldSyncWithiCloud)) holdBackReordering(stored);
+                                            [this, holdsBack = willPush && canPush](const Reminders& stored) {
+                                                if (holdsBack) holdBackReordering(stored);
                                             });
 }
 

@@ -1,5 +1,7 @@
 #include "core/ZNReminderManager.h"
 
+#include <fmt/format.h>
+
 #include <utility>
 
 #include "core/AlertOperations.h"
@@ -30,28 +32,44 @@ bool ZNReminderManager::shouldPushBulk(ShouldSyncWithiCloud shouldSyncWithiCloud
     return shouldSyncWithiCloud == ShouldSyncWithiCloud::Yes && _with.settings.onGetCloudKitStatus();
 }
 
+// Names repeat no sooner than the clock does, which is longer than a push can be under way.
+WriteNotes ZNReminderManager::notesOfPush(bool willPush) const {
+    if (!willPush) return {};
+    return {fmt::format("{}-{}", _with.environment.now().time_since_epoch().count(), ++_writes->pushes), {}};
+}
+
+Block ZNReminderManager::endOfPush(const WriteNotes& notes) const {
+    return [writes = _writes, pushID = notes.pushID] {
+        if (pushID) writes->database().pushDidEnd(*pushID);
+    };
+}
+
 void ZNReminderManager::pushSave(const ReminderPtr& reminder) {
     const auto persisted = [writes = _writes, reminder] {
         reminder->setDidPersistToiCloud(true);
-        writes->database().updateReminder(reminder, ShouldUpdateDateModified::No);
+        writes->database().markReminders({reminder->reminderID().value_or("")}, CloudMark::DidPersist);
     };
     _with.cloud.saveReminderToCloudKit(reminder, ShouldRetry::Yes, persisted, {});
 }
 
-void ZNReminderManager::pushUpdate(const ReminderPtr& reminder, ShouldUpdateDateModified shouldupdateDateModified) {
-    const auto failed = [writes = _writes, reminder, shouldupdateDateModified] {
+void ZNReminderManager::pushUpdate(const ReminderPtr& reminder, const WriteNotes& notes) {
+    const auto ended = endOfPush(notes);
+    const auto failed = [writes = _writes, reminder, ended] {
         reminder->setHasLocalChanges(true);
-        writes->database().updateReminder(reminder, shouldupdateDateModified);
+        writes->database().markReminders({reminder->reminderID().value_or("")}, CloudMark::HasLocalChanges);
+        ended();
     };
-    _with.cloud.updateReminderOnCloudKit(reminder, ShouldRetry::Yes, {}, failed);
+    _with.cloud.updateReminderOnCloudKit(reminder, ShouldRetry::Yes, ended, failed);
 }
 
-void ZNReminderManager::pushDelete(const ReminderPtr& reminder) {
-    const auto failed = [writes = _writes, reminder] {
+void ZNReminderManager::pushDelete(const ReminderPtr& reminder, const WriteNotes& notes) {
+    const auto ended = endOfPush(notes);
+    const auto failed = [writes = _writes, reminder, ended] {
         reminder->setShouldDeleteRemote(true);
-        writes->database().addReminder(reminder);
+        writes->database().addTombstones({reminder});
+        ended();
     };
-    _with.cloud.deleteReminderOnCloudKit(reminder, ShouldRetry::No, {}, failed);
+    _with.cloud.deleteReminderOnCloudKit(reminder, ShouldRetry::No, ended, failed);
 }
 
 void ZNReminderManager::saveReminder(const ReminderPtr& reminder, ShouldSyncWithiCloud shouldSyncWithiCloud) {
@@ -63,12 +81,15 @@ void ZNReminderManager::saveReminder(const ReminderPtr& reminder, ShouldSyncWith
 
 void ZNReminderManager::updateReminder(const ReminderPtr& reminder, ShouldUpdateDateModified shouldupdateDateModified,
                                        ShouldSyncWithiCloud shouldSyncWithiCloud) {
+    const bool willPush = shouldPush(reminder, shouldSyncWithiCloud);
+    const auto notes = notesOfPush(willPush);
     _writes->database().updateReminder(
         reminder, shouldupdateDateModified,
-        [this, shouldupdateDateModified, shouldSyncWithiCloud](const ReminderPtr& stored) {
+        [this, willPush, notes](const ReminderPtr& stored) {
             scheduleNotificationsForReminder(stored);
-            if (shouldPush(stored, shouldSyncWithiCloud)) pushUpdate(stored, shouldupdateDateModified);
-        });
+            if (willPush) pushUpdate(stored, notes);
+        },
+        notes);
 }
 
 void ZNReminderManager::update(const ReminderPtr& reminder) {
@@ -77,47 +98,58 @@ void ZNReminderManager::update(const ReminderPtr& reminder) {
 
 void ZNReminderManager::deleteReminder(const ReminderPtr& reminder, ShouldSyncWithiCloud shouldSyncWithiCloud) {
     removeLocalNotificationsForReminder(reminder);
-    _writes->database().removeReminder(reminder);
-    if (shouldPush(reminder, shouldSyncWithiCloud)) pushDelete(reminder);
+    const bool willPush = shouldPush(reminder, shouldSyncWithiCloud);
+    const auto notes = notesOfPush(willPush);
+    _writes->database().removeReminder(reminder, {}, notes);
+    if (willPush) pushDelete(reminder, notes);
 }
 
 void ZNReminderManager::bulkUpdateReminders(Reminders reminders, ShouldSyncWithiCloud shouldSyncWithiCloud,
                                             std::function<void()> withCompletion) {
     const auto dateModified = shouldSyncWithiCloud == ShouldSyncWithiCloud::Yes ? ShouldUpdateDateModified::Yes
                                                                                 : ShouldUpdateDateModified::No;
-    const auto done = [this, shouldSyncWithiCloud,
-                       withCompletion = std::move(withCompletion)](const Reminders& stored) {
+    const bool willPush = shouldPushBulk(shouldSyncWithiCloud);
+    const auto notes = notesOfPush(willPush);
+    const auto done = [this, willPush, notes, withCompletion = std::move(withCompletion)](const Reminders& stored) {
         if (withCompletion) withCompletion();
-        if (!shouldPushBulk(shouldSyncWithiCloud)) return;
-        const auto failed = [writes = _writes, stored] {
-            for (const auto& reminder : stored)
+        if (!willPush) return;
+        const auto ended = endOfPush(notes);
+        const auto failed = [writes = _writes, stored, ended] {
+            std::vector<std::string> identifiers;
+            for (const auto& reminder : stored) {
                 reminder->setHasLocalChanges(true);
-            writes->database().bulkUpdateReminders(stored, ShouldUpdateDateModified::No, SaveIfNotFound::No);
+                identifiers.push_back(reminder->reminderID().value_or(""));
+            }
+            writes->database().markReminders(std::move(identifiers), CloudMark::HasLocalChanges);
+            ended();
         };
         _with.cloud.bulkUpdateRemindersOnCloudKit(stored, ShouldRetry::Yes, ShouldDelete::No,
-                                                  ShouldUpdatePersistenceStatus::No, {}, failed);
+                                                  ShouldUpdatePersistenceStatus::No, ended, failed);
     };
-    _writes->database().bulkUpdateReminders(std::move(reminders), dateModified, SaveIfNotFound::No, done);
+    _writes->database().bulkUpdateReminders(std::move(reminders), dateModified, SaveIfNotFound::No, done, notes);
 }
 
 void ZNReminderManager::bulkDeleteReminders(Reminders reminders, ShouldSyncWithiCloud shouldSyncWithiCloud,
                                             std::function<void()> withCompletion) {
-    const auto done = [this, shouldSyncWithiCloud,
-                       withCompletion = std::move(withCompletion)](const Reminders& removed) {
+    const bool willPush = shouldPushBulk(shouldSyncWithiCloud);
+    const auto notes = notesOfPush(willPush);
+    const auto done = [this, willPush, notes, withCompletion = std::move(withCompletion)](const Reminders& removed) {
         if (withCompletion) withCompletion();
         for (const auto& reminder : removed)
             removeLocalNotificationsForReminder(reminder);
-        if (!shouldPushBulk(shouldSyncWithiCloud)) return;
-        const auto failed = [writes = _writes, removed] {
+        if (!willPush) return;
+        const auto ended = endOfPush(notes);
+        const auto failed = [writes = _writes, removed, ended] {
             for (const auto& reminder : removed)
                 reminder->setShouldDeleteRemote(true);
             // They are no longer stored; as tombstones they must be again.
-            writes->database().bulkUpdateReminders(removed, ShouldUpdateDateModified::No, SaveIfNotFound::Yes);
+            writes->database().addTombstones(removed);
+            ended();
         };
         _with.cloud.bulkUpdateRemindersOnCloudKit(removed, ShouldRetry::Yes, ShouldDelete::Yes,
-                                                  ShouldUpdatePersistenceStatus::No, {}, failed);
+                                                  ShouldUpdatePersistenceStatus::No, ended, failed);
     };
-    _writes->database().bulkDeleteReminders(std::move(reminders), done);
+    _writes->database().bulkDeleteReminders(std::move(reminders), done, notes);
 }
 
 void ZNReminderManager::importReminders(Reminders reminders) {

@@ -75,8 +75,8 @@ class ZNReminderManager {
     // Adds or replaces records as they stand, marks included, and schedules their alerts. Nothing goes to the cloud.
     void importReminders(Reminders reminders);
 
-    // What the sync does to records: in one commit, each as it is stored by then, with their alerts. Nothing goes to the
-    // cloud. The decision runs inside the store's transaction and must use neither the store nor this manager.
+    // What the sync does to records: in one commit, each as it is stored by then, with their alerts. Nothing goes to
+    // the cloud. The decision runs inside the store's transaction and must use neither the store nor this manager.
     void decideReminders(std::vector<std::string> reminderIDs, RecordDecision decide,
                          std::function<void(const std::vector<DecidedRecord>&)> withCompletion = {});
     // Another account, or one that was set back, does not have what the former had: after a dated backup, all records
@@ -214,6 +214,7 @@ class ZNReminderManager {
     };
     struct Reordering;
     struct AlertOperations;
+    enum class SeriesIs { StoredAlready, New };
 
     [[nodiscard]] bool shouldPush(const ReminderPtr& reminder, ShouldSyncWithiCloud shouldSyncWithiCloud) const;
     [[nodiscard]] bool shouldPushBulk(ShouldSyncWithiCloud shouldSyncWithiCloud) const;
@@ -234,7 +235,7 @@ class ZNReminderManager {
     void pushUpdate(const ReminderPtr& reminder, const WriteNotes& notes);
     void pushDelete(const ReminderPtr& reminder, const WriteNotes& notes);
     void holdBackReordering(Reminders reminders);
-    void replaceCopyWithSeries(const ReminderPtr& copy, const ReminderPtr& series, ShouldUpdate shouldUpdateSeries);
+    void replaceCopyWithSeries(const ReminderPtr& copy, const ReminderPtr& series, SeriesIs seriesIs);
     void moveDates(const ReminderPtr& reminder, OptionalDate dueDate, const ZNReminderObject& adjustedBy) const;
     void update(const ReminderPtr& reminder);
     [[nodiscard]] Reminders activeRemindersWithSort(const std::vector<NSSortDescriptor>& sort) const;

@@ -57,6 +57,13 @@ TEST_P(Reordering, OnlyTheLastOfARunIsUploadedFourSecondsLater) {
     world.dispatch.advance(1min);
     EXPECT_THAT(world.cloud.takeLines(), ElementsAre("bulk update a b c retry"));
     EXPECT_THAT(world.manager.fetchAllRemindersWithLocalChanges(), IsEmpty());
+
+    // A program that cannot push leaves that to one that can.
+    world.cloud.setCanPush(false);
+    world.manager.bulkSortAndUpdate(skipped, ShouldSyncWithiCloud::Yes);
+    world.dispatch.advance(1min);
+    EXPECT_THAT(world.cloud.takeLines(), IsEmpty());
+    EXPECT_EQ(world.manager.fetchAllRemindersWithLocalChanges().size(), 3u);
 }
 
 TEST_P(Reordering, LosingTheUsersAttentionUploadsAtOnceAndOnlyOnce) {

@@ -103,6 +103,24 @@ TEST(Writing, LeavesAMarkForTheNextSyncWhereAPushFails) {
     }
 }
 
+TEST(Writing, APushWithoutAnAnswerCountsAsFailedForTheNextProgram) {
+    for (const auto& [verb, act] : writes()) {
+        SCOPED_TRACE(verb);
+        ManagerWorld world;
+        world.settings.setShouldUseCloudKit(true);
+        const auto attributes = world.dated("r", "2026-01-20T09:00");
+        const auto reminder = verb == "save" ? std::make_shared<ZNReminderObject>(attributes) : world.store(attributes);
+        act(world.manager, reminder, ShouldSyncWithiCloud::Yes);
+        world.manager.waitUntilSettled();
+        world.dispatch.advance(std::chrono::minutes(1));
+        world.database.takeUnfinishedPushesForFailed();
+        world.settle();
+        ASSERT_TRUE(world.stored("r"));
+        EXPECT_EQ(world.stored("r")->hasLocalChanges(), verb.ends_with("update"));
+        EXPECT_EQ(world.stored("r")->shouldDeleteRemote().value_or(false), verb.ends_with("delete"));
+    }
+}
+
 std::string alertLine(const std::string& reminderID) {
     return "schedule " + reminderID + " 2026-01-20T09:00:00Z";
 }

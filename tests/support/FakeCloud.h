@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <atomic>
 #include <mutex>
 #include <string>
 #include <utility>
@@ -16,6 +17,8 @@ class FakeCloud final : public ReminderCloudPushes {
   public:
     enum class Answer { None, Success, Error };
 
+    void setCanPush(bool can) { _canPush = can; }
+    [[nodiscard]] bool canPush() const override { return _canPush; }
     void setAnswer(Answer answer) {
         const std::lock_guard lock(_mutex);
         _answer = answer;
@@ -64,6 +67,7 @@ class FakeCloud final : public ReminderCloudPushes {
 
     std::mutex _mutex;
     Answer _answer = Answer::None;
+    std::atomic<bool> _canPush = true;
     std::vector<std::string> _lines;
 };
 
