@@ -44,6 +44,8 @@ ZNEditViewController::ZNEditViewController(const EditorContext& context, const R
 }
 
 ZNEditViewController::~ZNEditViewController() {
+    // Its children go after it, and the one that has the focus gives it up then.
+    disconnect(qApp, nullptr, this, nullptr);
     if (!_isFinished && _reminderTitle) keepDraft();
     if (_popover) _popover->content().setPopoverDelegate(nullptr);
     delete _popover;
