@@ -1,0 +1,176 @@
+#include "platform/secrets/SecretServiceStore.h"
+
+#include <chrono>
+#include <condition_variable>
+#include <functional>
+#include <mutex>
+
+#include "platform/foundation/Bytes.h"
+#include "platform/foundation/Log.h"
+
+namespace zun {
+namespace {
+
+using namespace std::chrono_literals;
+using Attributes = std::map<std::string, std::string>;
+using Paths = std::vector<sdbus::ObjectPath>;
+using WireSecret = sdbus::Struct<sdbus::ObjectPath, Bytes, Bytes, std::string>;
+
+constexpr const char* name = "org.freedesktop.secrets";
+constexpr const char* servicePath = "/org/freedesktop/secrets";
+constexpr const char* serviceInterface = "org.freedesktop.Secret.Service";
+constexpr const char* collectionInterface = "org.freedesktop.Secret.Collection";
+constexpr const char* itemInterface = "org.freedesktop.Secret.Item";
+constexpr const char* promptInterface = "org.freedesktop.Secret.Prompt";
+constexpr auto answerWait = 10s;
+constexpr auto userWait = 3min;
+
+Attributes attributesOf(const std::string& key) {
+    return {{"application", "com.zunlabs.Zun"}, {"key", key}};
+}
+
+// One conversation with the service. Throws sdbus::Error.
+class Conversation {
+  public:
+    Conversation() : _connection(sdbus::createSessionBusConnection()), _service(proxy(servicePath)) {
+        _connection->enterEventLoopAsync();
+        sdbus::Variant unused;
+        _service->callMethod("OpenSession")
+            .onInterface(serviceInterface)
+            .withTimeout(answerWait)
+            .withArguments(std::string("plain"), sdbus::Variant(std::string()))
+            .storeResultsTo(unused, _session);
+    }
+
+    std::optional<std::string> find(const std::string& key) {
+        const auto item = findItem(key);
+        if (!item) return std::nullopt;
+        WireSecret secret;
+        proxy(*item)
+            ->callMethod("GetSecret")
+            .onInterface(itemInterface)
+            .withTimeout(answerWait)
+            .withArguments(_session)
+            .storeResultsTo(secret);
+        const auto& text = secret.get<2>();
+        return std::string(text.begin(), text.end());
+    }
+
+    bool save(const std::string& key, const std::string& text, const std::string& label) {
+        sdbus::ObjectPath collection;
+        _service->callMethod("ReadAlias")
+            .onInterface(serviceInterface)
+            .withTimeout(answerWait)
+            .withArguments(std::string("default"))
+            .storeResultsTo(collection);
+        if (collection == "/" || !unlock(collection)) return false;
+        const std::map<std::string, sdbus::Variant> properties = {
+            {"org.freedesktop.Secret.Item.Label", sdbus::Variant(label)},
+            {"org.freedesktop.Secret.Item.Attributes", sdbus::Variant(attributesOf(key))}};
+        const WireSecret secret{_session, Bytes{}, Bytes(text.begin(), text.end()), "text/plain"};
+        sdbus::ObjectPath item, prompt;
+        proxy(collection)
+            ->callMethod("CreateItem")
+            .onInterface(collectionInterface)
+            .withTimeout(answerWait)
+            .withArguments(properties, secret, true)
+            .storeResultsTo(item, prompt);
+        return prompt == "/" || askUser(prompt);
+    }
+
+    void remove(const std::string& key) {
+        const auto item = findItem(key);
+        if (!item) return;
+        sdbus::ObjectPath prompt;
+        proxy(*item)->callMethod("Delete").onInterface(itemInterface).withTimeout(answerWait).storeResultsTo(prompt);
+        if (prompt != "/") askUser(prompt);
+    }
+
+  private:
+    std::unique_ptr<sdbus::IProxy> proxy(const std::string& path) {
+        return sdbus::createProxy(*_connection, name, path);
+    }
+
+    std::optional<sdbus::ObjectPath> findItem(const std::string& key) {
+        Paths unlocked, locked;
+        _service->callMethod("SearchItems")
+            .onInterface(serviceInterface)
+            .withTimeout(answerWait)
+            .withArguments(attributesOf(key))
+            .storeResultsTo(unlocked, locked);
+        if (!unlocked.empty()) return unlocked.front();
+        if (locked.empty() || !unlock(locked.front())) return std::nullopt;
+        return locked.front();
+    }
+
+    bool unlock(const sdbus::ObjectPath& object) {
+        Paths unlocked;
+        sdbus::ObjectPath prompt;
+        _service->callMethod("Unlock")
+            .onInterface(serviceInterface)
+            .withTimeout(answerWait)
+            .withArguments(Paths{object})
+            .storeResultsTo(unlocked, prompt);
+        return prompt == "/" || askUser(prompt);
+    }
+
+    // False if the user dismissed it or never answered.
+    bool askUser(const sdbus::ObjectPath& path) {
+        std::mutex mutex;
+        std::condition_variable answered;
+        std::optional<bool> dismissed;
+        auto prompt = proxy(path);
+        prompt->uponSignal("Completed")
+            .onInterface(promptInterface)
+            .call([&](const bool& wasDismissed, const sdbus::Variant&) {
+                const std::lock_guard lock(mutex);
+                dismissed = wasDismissed;
+                answered.notify_all();
+            });
+        prompt->finishRegistration();
+        prompt->callMethod("Prompt").onInterface(promptInterface).withTimeout(answerWait).withArguments(std::string());
+        std::unique_lock lock(mutex);
+        const bool came = answered.wait_for(lock, userWait, [&] { return dismissed.has_value(); });
+        lock.unlock();
+        prompt.reset();
+        return came && !*dismissed;
+    }
+
+    std::unique_ptr<sdbus::IConnection> _connection;
+    std::unique_ptr<sdbus::IProxy> _service;
+    sdbus::ObjectPath _session;
+};
+
+// What `talk` gives, or the fallback where there is no service or it fails. A desktop without one is nothing to log.
+template <class Result>
+Result converse(Result fallback, const std::function<Result(Conversation&)>& talk) {
+    try {
+        Conversation conversation;
+        return talk(conversation);
+    } catch (const sdbus::Error& error) {
+        const auto& what = error.getName();
+        if (what.find("ServiceUnknown") == std::string::npos && what.find("FileNotFound") == std::string::npos &&
+            what.find("NoServer") == std::string::npos)
+            NSLog("The keyring did not answer: " + what);
+    }
+    return fallback;
+}
+
+}  // namespace
+
+std::optional<std::string> SecretServiceStore::find(const std::string& key) {
+    return converse<std::optional<std::string>>(std::nullopt, [&](Conversation& with) { return with.find(key); });
+}
+
+bool SecretServiceStore::save(const std::string& key, const std::string& text, const std::string& label) {
+    return converse<bool>(false, [&](Conversation& with) { return with.save(key, text, label); });
+}
+
+void SecretServiceStore::remove(const std::string& key) {
+    converse<bool>(false, [&](Conversation& with) {
+        with.remove(key);
+        return true;
+    });
+}
+
+}  // namespace zun
