@@ -15,3 +15,7 @@ find_package(benchmark REQUIRED)
 find_package(Qt6 6.4 REQUIRED COMPONENTS Core Gui Widgets Svg DBus Test)
 find_program(ZUN_GENRB genrb REQUIRED)
 find_program(ZUN_PKGDATA pkgdata REQUIRED)
+
+# The record service.
+find_package(PkgConfig REQUIRED)
+pkg_check_modules(libsodium REQUIRED IMPORTED_TARGET libsodium)

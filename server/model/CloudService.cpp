@@ -1,0 +1,331 @@
+#include "server/model/CloudService.h"
+
+#include <atomic>
+
+#include "server/model/Operations.h"
+#include "server/model/PushHub.h"
+#include "server/model/RateLimiter.h"
+#include "server/model/RowCoding.h"
+#include "server/model/Secrets.h"
+#include "server/model/ServiceIdentity.h"
+
+namespace zun::cloud {
+namespace {
+
+constexpr double retryWhenStorageFails = 5;
+constexpr double retryWhenBusyWithPasswords = 1;
+
+CKError withRetry(CKErrorCode code, std::string description, double seconds) {
+    auto error = makeError(code, std::move(description));
+    error.userInfo.CKErrorRetryAfterKey = seconds;
+    return error;
+}
+
+// One of the few that may hash passwords at the same time.
+class PasswordTurn {
+  public:
+    PasswordTurn(std::atomic<int>& count, int most) : _count(count), _mine(count.fetch_add(1) < most) {}
+    ~PasswordTurn() { --_count; }
+    PasswordTurn(const PasswordTurn&) = delete;
+    PasswordTurn& operator=(const PasswordTurn&) = delete;
+    [[nodiscard]] bool isMine() const { return _mine; }
+
+  private:
+    std::atomic<int>& _count;
+    const bool _mine;
+};
+
+}  // namespace
+
+struct CloudService::State : std::enable_shared_from_this<CloudService::State> {
+    using Operation = std::function<Answer(RequestWork&)>;
+
+    State(Storage& rows, const Environment& environment, RandomSource& random, ServiceOptions options)
+        : State(rows, environment, random, std::move(options), serviceIdentity(rows, random)) {}
+    State(Storage& rows, const Environment& environment, RandomSource& random, ServiceOptions options,
+          ServiceIdentity identity)
+        : storage(rows),
+          facts{std::move(options), environment, random, std::move(identity.epoch), std::move(identity.secret)},
+          hub(std::make_shared<PushHub>(storage, facts)),
+          ofDevices(facts.options.limits.requestsPerSecond, facts.options.limits.requestsAtOnce),
+          ofStrangers(facts.options.limits.strangersPerSecond, facts.options.limits.strangersAtOnce) {}
+
+    void run(Access access, const std::string& deviceToken, Operation operation, Completion completion);
+    // The account whose password is right; code 9 otherwise. Takes long.
+    void withPassword(Operation findAccount, const std::string& deviceToken, std::string password, Operation then,
+                      Completion completion);
+    void createAccount(CreateAccount request, Completion completion);
+    void changePassword(const std::string& deviceToken, ChangePassword request, Completion completion);
+    [[nodiscard]] std::optional<std::string> hash(const std::string& password, const Completion& completion);
+    void dispatch(const std::string& deviceToken, Request request, Completion completion);
+
+    Storage& storage;
+    const ServiceFacts facts;
+    const std::shared_ptr<PushHub> hub;
+    RateLimiter ofDevices, ofStrangers;
+    std::atomic<bool> isStopping{false};
+    std::atomic<int> hashing{0};
+    std::atomic<std::uint64_t> requests{0}, refused{0}, throttled{0}, recordsSaved{0}, recordsDeleted{0}, pushes{0};
+};
+
+// A work may be run again, so it leaves its mark only in the answer, which it overwrites.
+void CloudService::State::run(Access access, const std::string& deviceToken, Operation operation, Completion completion) {
+    struct Outcome {
+        Answer answer;
+        bool needsWriting = false;
+        std::uint64_t saved = 0, deleted = 0, pushes = 0;
+    };
+    auto outcome = std::make_shared<Outcome>();
+    auto self = shared_from_this();
+    auto work = [self, access, deviceToken, operation, outcome](Transaction& rows) {
+        RequestWork request(rows, self->facts, access);
+        try {
+            if (!deviceToken.empty()) request.authenticate(deviceToken);
+            *outcome = {operation(request)};
+            request.finish();
+        } catch (const RequestRefused& refusal) {
+            *outcome = {refusal.error};
+            return Storage::Ending::Rollback;
+        } catch (const NeedsWriting&) {
+            *outcome = {CKError{}, true};
+            return Storage::Ending::Rollback;
+        }
+        outcome->saved = request.recordsSaved;
+        outcome->deleted = request.recordsDeleted;
+        outcome->pushes = request.pushes;
+        return Storage::Ending::Commit;
+    };
+    auto done = [self, deviceToken, operation, outcome, completion = std::move(completion)](auto failure) {
+        if (failure) {
+            ++self->refused;
+            completion(withRetry(CKErrorCode::ServiceUnavailable, "the storage is not available", retryWhenStorageFails));
+            return;
+        }
+        if (outcome->needsWriting) {
+            self->run(Access::Write, deviceToken, operation, completion);
+            return;
+        }
+        self->recordsSaved += outcome->saved;
+        self->recordsDeleted += outcome->deleted;
+        self->pushes += outcome->pushes;
+        if (std::holds_alternative<CKError>(outcome->answer)) ++self->refused;
+        completion(std::move(outcome->answer));
+    };
+    access == Access::Write ? storage.write(std::move(work), std::move(done))
+                            : storage.read(std::move(work), std::move(done));
+}
+
+std::optional<std::string> CloudService::State::hash(const std::string& password, const Completion& completion) {
+    try {
+        checkPassword(password);
+        const PasswordTurn turn(hashing, facts.options.limits.passwordsAtOnce);
+        if (turn.isMine()) return hashPassword(password, facts.options.passwordCost);
+        completion(withRetry(CKErrorCode::RequestRateLimited, "too many passwords at once", retryWhenBusyWithPasswords));
+    } catch (const RequestRefused& refusal) {
+        completion(refusal.error);
+    }
+    return std::nullopt;
+}
+
+void CloudService::State::createAccount(CreateAccount request, Completion completion) {
+    auto hashed = hash(request.password, completion);
+    if (!hashed) return;
+    request.password.clear();
+    auto create = [request = std::move(request), hashed = std::move(*hashed)](RequestWork& work) {
+        return cloud::createAccount(work, request, hashed);
+    };
+    run(Access::Write, {}, std::move(create), std::move(completion));
+}
+
+// The password is compared outside of any transaction. The second transaction makes sure that it is still the account's.
+void CloudService::State::withPassword(Operation findAccount, const std::string& deviceToken, std::string password,
+                                       Operation then, Completion completion) {
+    struct Known {
+        std::string id, hash;
+    };
+    auto known = std::make_shared<Known>();
+    auto self = shared_from_this();
+    auto look = [known, findAccount = std::move(findAccount)](RequestWork& work) -> Answer {
+        *known = {};
+        auto answer = findAccount(work);
+        if (const auto* account = work.accountID.empty() ? nullptr : work.findAccount(work.accountID))
+            if (!account->isDisabled) *known = {account->id, account->passwordHash};
+        return answer;
+    };
+    auto compare = [self, known, deviceToken, password = std::move(password), then = std::move(then),
+                    completion = std::move(completion)](Answer looked) {
+        if (std::holds_alternative<CKError>(looked)) {
+            completion(std::move(looked));
+            return;
+        }
+        const PasswordTurn turn(self->hashing, self->facts.options.limits.passwordsAtOnce);
+        if (!turn.isMine()) {
+            completion(
+                withRetry(CKErrorCode::RequestRateLimited, "too many passwords at once", retryWhenBusyWithPasswords));
+            return;
+        }
+        // A name that nobody has takes as long as a wrong password.
+        if (known->hash.empty()) known->hash = hashPassword("nobody's", self->facts.options.passwordCost);
+        const bool isRight = passwordMatches(known->hash, password) && !known->id.empty();
+        if (!isRight) {
+            ++self->refused;
+            completion(makeError(CKErrorCode::NotAuthenticated, "the name or the password is wrong"));
+            return;
+        }
+        auto finish = [known, then](RequestWork& work) {
+            work.accountID = known->id;
+            const auto* account = work.findAccount(known->id);
+            if (!account || account->isDisabled || account->passwordHash != known->hash)
+                refuse(CKErrorCode::NotAuthenticated, "the name or the password is wrong");
+            return then(work);
+        };
+        self->run(Access::Write, deviceToken, std::move(finish), completion);
+    };
+    run(Access::Read, deviceToken, std::move(look), std::move(compare));
+}
+
+void CloudService::State::changePassword(const std::string& deviceToken, ChangePassword request, Completion completion) {
+    auto hashed = hash(request.newPassword, completion);
+    if (!hashed) return;
+    auto change = [hashed = std::move(*hashed)](RequestWork& work) -> Answer {
+        work.me().passwordHash = hashed;
+        return Done{};
+    };
+    withPassword([](RequestWork&) -> Answer { return Done{}; }, deviceToken, std::move(request.oldPassword),
+                 std::move(change), std::move(completion));
+}
+
+namespace {
+
+template <class Message>
+constexpr bool onlyReads =
+    std::is_same_v<Message, FetchAccount> || std::is_same_v<Message, FetchDevices> || std::is_same_v<Message, FetchZones> ||
+    std::is_same_v<Message, FetchRecords> || std::is_same_v<Message, QueryRecords> ||
+    std::is_same_v<Message, FetchDatabaseChanges> || std::is_same_v<Message, FetchZoneChanges> ||
+    std::is_same_v<Message, FetchSubscriptions> || std::is_same_v<Message, FetchShareMetadata>;
+
+// Requests that need no password, by their types.
+Answer perform(RequestWork& work, const SignOut&) { return removeDevice(work, work.deviceID); }
+Answer perform(RequestWork& work, const FetchAccount&) { return fetchAccount(work); }
+Answer perform(RequestWork& work, const FetchDevices&) { return fetchDevices(work); }
+Answer perform(RequestWork& work, const RevokeDevice& request) { return removeDevice(work, request.deviceID); }
+Answer perform(RequestWork& work, const FetchZones& request) { return fetchZones(work, request); }
+Answer perform(RequestWork& work, const ModifyZones& request) { return modifyZones(work, request); }
+Answer perform(RequestWork& work, const ModifyRecords& request) { return modifyRecords(work, request); }
+Answer perform(RequestWork& work, const FetchRecords& request) { return fetchRecords(work, request); }
+Answer perform(RequestWork& work, const QueryRecords& request) { return queryRecords(work, request); }
+Answer perform(RequestWork& work, const FetchDatabaseChanges& request) { return fetchDatabaseChanges(work, request); }
+Answer perform(RequestWork& work, const FetchZoneChanges& request) { return fetchZoneChanges(work, request); }
+Answer perform(RequestWork& work, const SaveSubscription& request) { return saveSubscription(work, request); }
+Answer perform(RequestWork& work, const FetchSubscriptions& request) { return fetchSubscriptions(work, request); }
+Answer perform(RequestWork& work, const DeleteSubscription& request) { return deleteSubscription(work, request); }
+Answer perform(RequestWork& work, const FetchShareMetadata& request) { return fetchShareMetadata(work, request); }
+Answer perform(RequestWork& work, const AcceptShares& request) { return acceptShares(work, request); }
+
+}  // namespace
+
+void CloudService::State::dispatch(const std::string& deviceToken, Request request, Completion completion) {
+    auto visitor = [&]<class Message>(Message& message) {
+        if constexpr (std::is_same_v<Message, CreateAccount>) {
+            createAccount(std::move(message), std::move(completion));
+        } else if constexpr (std::is_same_v<Message, SignIn>) {
+            auto find = [name = std::move(message.name)](RequestWork& work) -> Answer {
+                work.accountID = accountIDOfName(work.rows, accountNameOf(name)).value_or("");
+                return Done{};
+            };
+            auto add = [device = std::move(message.deviceName)](RequestWork& work) -> Answer {
+                return addDevice(work, work.me(), device);
+            };
+            withPassword(std::move(find), {}, std::move(message.password), std::move(add), std::move(completion));
+        } else if constexpr (std::is_same_v<Message, ChangePassword>) {
+            changePassword(deviceToken, std::move(message), std::move(completion));
+        } else if constexpr (std::is_same_v<Message, DeleteAccount>) {
+            auto remove = [](RequestWork& work) -> Answer {
+                deleteAccount(work, work.accountID);
+                return Done{};
+            };
+            withPassword([](RequestWork&) -> Answer { return Done{}; }, deviceToken, std::move(message.password),
+                         std::move(remove), std::move(completion));
+        } else {
+            auto shared = std::make_shared<const Message>(std::move(message));
+            run(onlyReads<Message> ? Access::Read : Access::Write, deviceToken,
+                [shared](RequestWork& work) { return perform(work, *shared); }, std::move(completion));
+        }
+    };
+    std::visit(visitor, request);
+}
+
+CloudService::CloudService(Storage& storage, const Environment& environment, RandomSource& random, ServiceOptions options)
+    : _state(std::make_shared<State>(storage, environment, random, std::move(options))) {
+    storage.setWakeListener([hub = std::weak_ptr(_state->hub)](const std::string& account) {
+        if (auto open = hub.lock()) open->wake(account);
+    });
+}
+
+CloudService::~CloudService() { _state->storage.setWakeListener(nullptr); }
+
+void CloudService::handle(const std::string& deviceToken, const std::string& peer, Request request,
+                          Completion completion) {
+    const bool isStranger = std::holds_alternative<CreateAccount>(request) || std::holds_alternative<SignIn>(request);
+    ++_state->requests;
+    if (_state->isStopping) {
+        const std::chrono::duration<double> wait = _state->facts.options.limits.retryWhenStopping;
+        completion(withRetry(CKErrorCode::ServiceUnavailable, "the service is stopping", wait.count()));
+        return;
+    }
+    if (!isStranger && deviceToken.empty()) {
+        ++_state->refused;
+        completion(makeError(CKErrorCode::NotAuthenticated, "not signed in"));
+        return;
+    }
+    auto& limiter = isStranger ? _state->ofStrangers : _state->ofDevices;
+    if (const auto wait = limiter.take(isStranger ? peer : deviceToken, _state->facts.environment.now())) {
+        ++_state->throttled;
+        completion(withRetry(CKErrorCode::RequestRateLimited, "too many requests", *wait));
+        return;
+    }
+    _state->dispatch(deviceToken, std::move(request), std::move(completion));
+}
+
+void CloudService::openPushStream(const std::string& deviceToken, std::optional<std::uint64_t> lastNumber,
+                                  PushStreamHandlers handlers, StreamOpened opened) {
+    if (_state->isStopping) {
+        const std::chrono::duration<double> wait = _state->facts.options.limits.retryWhenStopping;
+        opened(withRetry(CKErrorCode::ServiceUnavailable, "the service is stopping", wait.count()));
+        return;
+    }
+    if (const auto wait = _state->ofDevices.take(deviceToken, _state->facts.environment.now())) {
+        ++_state->throttled;
+        opened(withRetry(CKErrorCode::RequestRateLimited, "too many requests", *wait));
+        return;
+    }
+    _state->hub->open(deviceToken, lastNumber, std::move(handlers), std::move(opened));
+}
+
+void CloudService::checkPushStreams() { _state->hub->wakeAll(); }
+
+void CloudService::stop() {
+    _state->isStopping = true;
+    _state->hub->closeAll();
+}
+
+ServiceCounters CloudService::counters() const {
+    return {_state->requests,     _state->refused,        _state->throttled, _state->recordsSaved,
+            _state->recordsDeleted, _state->pushes, _state->hub->count()};
+}
+
+void CloudService::seedDefaultZone(const std::string& accountID, std::vector<CKRecord> records,
+                                   std::function<void(OptionalError)> completion) {
+    auto seed = [accountID, records = std::move(records)](RequestWork& work) -> Answer {
+        work.accountID = accountID;
+        if (!work.findAccount(accountID)) throw RequestRefused{noSuchRecord()};
+        seedRecords(work, records);
+        return Done{};
+    };
+    _state->run(Access::Write, {}, std::move(seed), [completion = std::move(completion)](const Answer& answer) {
+        const auto* error = std::get_if<CKError>(&answer);
+        completion(error ? OptionalError(*error) : std::nullopt);
+    });
+}
+
+}  // namespace zun::cloud
