@@ -1,0 +1,94 @@
+#include "account/AccountKeeper.h"
+
+#include <utility>
+
+namespace zun {
+
+AccountKeeper::AccountKeeper(const Folders& folders, std::unique_ptr<SecretStore> secrets, Dispatch& dispatch)
+    : _file(folders.configuration),
+      _secrets(secrets ? std::move(secrets) : makeSecretStore(folders.data / "secrets")),
+      _queue(dispatch.makeSerialQueue("account", QualityOfService::Utility)),
+      _blocks(dispatch) {
+    reload();
+}
+
+AccountKeeper::State AccountKeeper::state() const {
+    const std::lock_guard lock(_mutex);
+    return {_account, _secretPlace};
+}
+
+std::optional<CloudSession> AccountKeeper::currentSession() const {
+    return _session.currentSession();
+}
+
+Observation AccountKeeper::observeSession(std::function<void()> changed) {
+    return _session.observeSession(std::move(changed));
+}
+
+bool AccountKeeper::signedIn(StoredAccount account, const std::string& deviceToken) {
+    account.secretKey = "account-" + account.deviceID;
+    const std::string label = "Zun: " + account.name + " at " + account.serviceURL;
+    const auto former = state().account;
+    const auto place = _secrets->save(account.secretKey, deviceToken, label);
+    if (!place) return false;
+    if (!_file.write(account)) {
+        _secrets->remove(account.secretKey);
+        return false;
+    }
+    if (former && former->secretKey != account.secretKey) _secrets->remove(former->secretKey);
+    become(std::move(account), Secret{deviceToken, *place});
+    return true;
+}
+
+void AccountKeeper::signedOut() {
+    const auto former = state().account;
+    _file.remove();
+    if (former) _secrets->remove(former->secretKey);
+    become(std::nullopt, std::nullopt);
+}
+
+void AccountKeeper::setServiceEpoch(const std::string& epoch) {
+    std::optional<StoredAccount> account;
+    {
+        const std::lock_guard lock(_mutex);
+        if (!_account || _account->serviceEpoch == epoch) return;
+        _account->serviceEpoch = epoch;
+        account = _account;
+    }
+    static_cast<void>(_file.write(*account));  // without it the epoch is learned once more
+}
+
+void AccountKeeper::reload() {
+    auto account = _file.read();
+    {
+        const std::lock_guard lock(_mutex);
+        if (account && _account && _account->secretKey == account->secretKey) {
+            _account = std::move(account);
+            return;
+        }
+    }
+    become(account, std::nullopt);
+    if (account) findSecret(*account);
+}
+
+void AccountKeeper::findSecret(const StoredAccount& account) {
+    _blocks.async(*_queue, [this, account] {
+        const auto secret = _secrets->find(account.secretKey);
+        const auto now = state().account;
+        // Somebody may have signed in or out while the keyring was thinking.
+        if (secret && now && now->secretKey == account.secretKey) become(now, secret);
+    });
+}
+
+void AccountKeeper::become(std::optional<StoredAccount> account, const std::optional<Secret>& secret) {
+    std::optional<CloudSession> session;
+    if (account && secret) session = CloudSession{account->accountID, secret->text};
+    {
+        const std::lock_guard lock(_mutex);
+        _account = std::move(account);
+        _secretPlace = secret ? std::optional(secret->place) : std::nullopt;
+    }
+    _session.setSession(std::move(session));
+}
+
+}  // namespace zun

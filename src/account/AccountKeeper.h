@@ -1,0 +1,68 @@
+#pragma once
+
+// The account that this home is signed in with: what stands in its file, with the secret from the keyring. The one
+// place that says who is signed in, and where the service is.
+//
+// The keyring is asked on a queue of its own, since it may ask the user in turn; until it has answered nobody counts as
+// signed in. Any thread. Outlives what observes it.
+
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "account/StoredAccount.h"
+#include "platform/cloudkit/CloudSession.h"
+#include "platform/foundation/BlocksUnderWay.h"
+#include "platform/foundation/Dispatch.h"
+#include "platform/secrets/SecretStore.h"
+
+namespace zun {
+
+class AccountKeeper final : public CloudSessionSource {
+  public:
+    // The secret's place is absent until the keyring has answered, and if it has no secret: then the user has to sign
+    // in again.
+    struct State {
+        std::optional<StoredAccount> account;
+        std::optional<SecretPlace> secretPlace;
+    };
+
+    // The folder of the settings, and the one for secrets without a keyring.
+    struct Folders {
+        std::filesystem::path configuration, data;
+    };
+    AccountKeeper(const Folders& folders, std::unique_ptr<SecretStore> secrets, Dispatch& dispatch);
+    ~AccountKeeper() override { _blocks.wait(); }
+
+    [[nodiscard]] State state() const;
+    [[nodiscard]] std::optional<CloudSession> currentSession() const override;
+    [[nodiscard]] Observation observeSession(std::function<void()> changed) override;
+
+    // Keeps both, durably, and lets everybody know. False if they could not be kept; then nothing has changed. Blocks:
+    // not on the main thread. The secret's key is
+    // chosen here, from the device's identifier.
+    [[nodiscard]] bool signedIn(StoredAccount account, const std::string& deviceToken);
+    void signedOut();
+    // What the service says by now.
+    void setServiceEpoch(const std::string& epoch);
+    // Another program may have signed in or out: reads the file again, and the secret if it is another account's.
+    void reload();
+    // Blocks until the keyring has answered to what was asked of it so far. Not on the queue.
+    void waitForSecret() { _blocks.wait(); }
+    [[nodiscard]] const std::filesystem::path& file() const { return _file.path(); }
+
+  private:
+    void findSecret(const StoredAccount& account);
+    void become(std::optional<StoredAccount> account, const std::optional<Secret>& secret);
+
+    const AccountFile _file;
+    const std::unique_ptr<SecretStore> _secrets;  // the queue's
+    const DispatchQueuePtr _queue;
+    mutable std::mutex _mutex;
+    std::optional<StoredAccount> _account;
+    std::optional<SecretPlace> _secretPlace;
+    HeldCloudSession _session;
+    BlocksUnderWay _blocks;
+};
+
+}  // namespace zun
