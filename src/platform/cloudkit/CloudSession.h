@@ -1,0 +1,46 @@
+#pragma once
+
+// Who is signed in at the record service, as the cloud needs to know it. Values and an interface; whoever keeps the
+// account implements it.
+
+#include <functional>
+#include <mutex>
+#include <optional>
+#include <string>
+
+#include "platform/foundation/NSNotificationCenter.h"
+
+namespace zun {
+
+struct CloudSession {
+    std::string accountID;    // the account's own identifier, which no change of address or token alters
+    std::string deviceToken;  // secret
+    bool operator==(const CloudSession&) const = default;
+};
+
+class CloudSessionSource {
+  public:
+    virtual ~CloudSessionSource() = default;
+    // Absent while nobody is signed in. Any thread; never blocks.
+    [[nodiscard]] virtual std::optional<CloudSession> currentSession() const = 0;
+    // The block runs after each change, on the thread that changed it, under no lock. The observation must end before
+    // the source does.
+    [[nodiscard]] virtual Observation observeSession(std::function<void()> changed) = 0;
+};
+
+// Holds what it is told. Any thread.
+class HeldCloudSession final : public CloudSessionSource {
+  public:
+    explicit HeldCloudSession(std::optional<CloudSession> session = {}) : _session(std::move(session)) {}
+
+    void setSession(std::optional<CloudSession> session);
+    [[nodiscard]] std::optional<CloudSession> currentSession() const override;
+    [[nodiscard]] Observation observeSession(std::function<void()> changed) override;
+
+  private:
+    mutable std::mutex _mutex;
+    std::optional<CloudSession> _session;
+    NSNotificationCenter _changes;
+};
+
+}  // namespace zun
