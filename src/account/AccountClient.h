@@ -1,0 +1,62 @@
+#pragma once
+
+// What a person does with an account: make one, sign in and out, change the password, look at the devices, take
+// everything along, delete it. Answers come once, on any thread, perhaps before the call returns, with the service's
+// error or none. Blocks of calls under way are waited for when it goes.
+//
+// Signing in and out reach the keyring, which may ask the user: that happens on the keeper's side, on the thread of the
+// service's answer.
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "account/AccountTransport.h"
+#include "platform/cloudprotocol/Messages.h"
+
+namespace zun {
+
+class AccountClient {
+  public:
+    using Done = std::function<void(const OptionalError&)>;
+    using DevicesBlock = std::function<void(const std::vector<cloud::Device>&, const OptionalError&)>;
+    // Each record as one line of JSON.
+    using ExportBlock = std::function<void(const std::vector<std::string>&, const OptionalError&)>;
+
+    struct Collaborators {
+        AccountKeeper& keeper;
+        AccountTransport& transport;  // of the account there is
+        TransportFactory makeTransport;
+    };
+
+    explicit AccountClient(Collaborators collaborators) : _with(std::move(collaborators)) {}
+
+    // Both end signed in. The address may lack "https://" and may end with a slash.
+    void createAccount(ServiceAddress service, cloud::CreateAccount account, Done completion);
+    void signIn(ServiceAddress service, cloud::SignIn credentials, Done completion);
+    // Signs out here even if the service cannot be told: then the error says so, and the device stays on its list.
+    void signOut(Done completion);
+    // Who is signed in, as the service has it by now.
+    void refresh(Done completion);
+    void changePassword(const std::string& oldPassword, const std::string& newPassword, Done completion);
+    void fetchDevices(DevicesBlock completion);
+    void revokeDevice(const std::string& deviceID, Done completion);
+    // The account with all that it stores at the service. What is on this device stays here. Ends signed out.
+    void deleteAccount(const std::string& password, Done completion);
+    void exportRecords(ExportBlock completion);
+
+    // "cloud.example/" becomes "https://cloud.example"; absent if it is no address of a service. Plain HTTP is for
+    // addresses of this machine alone.
+    [[nodiscard]] static std::optional<std::string> serviceURL(std::string_view typed);
+
+  private:
+    struct Export;
+    void enter(const ServiceAddress& service, cloud::Request request, Done completion);
+    void ask(cloud::Request request, std::function<void(cloud::Answer)> completion);
+    void askForDone(cloud::Request request, Done completion);
+    void exportNext(const std::shared_ptr<Export>& state);
+
+    const Collaborators _with;
+};
+
+}  // namespace zun

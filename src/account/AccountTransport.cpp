@@ -1,0 +1,39 @@
+#include "account/AccountTransport.h"
+
+namespace zun {
+
+std::shared_ptr<CloudTransport> AccountTransport::current() {
+    const auto account = _keeper.state().account;
+    if (!account) return nullptr;
+    const ServiceAddress address{account->serviceURL, account->certificateFingerprint};
+    const std::lock_guard lock(_mutex);
+    if (!_transport || address != _address) {
+        _transport = _makeTransport(address);
+        _address = address;
+    }
+    return _transport;
+}
+
+void AccountTransport::send(const std::string& deviceToken, cloud::Request request, Completion completion) {
+    if (const auto transport = current())
+        return transport->send(deviceToken, std::move(request), std::move(completion));
+    completion(CKError{CKErrorCode::NotAuthenticated, "nobody is signed in", {}});
+}
+
+std::unique_ptr<CloudPushStream> AccountTransport::openPushStream(const std::string& deviceToken,
+                                                                  PushHandlers handlers) {
+    // A stream of a former service keeps its transport alive by itself.
+    struct Stream final : CloudPushStream {
+        std::shared_ptr<CloudTransport> transport;
+        std::unique_ptr<CloudPushStream> stream;
+        ~Stream() override { stream.reset(); }
+    };
+    const auto transport = current();
+    if (!transport) return nullptr;
+    auto stream = std::make_unique<Stream>();
+    stream->transport = transport;
+    stream->stream = transport->openPushStream(deviceToken, std::move(handlers));
+    return stream;
+}
+
+}  // namespace zun

@@ -1,0 +1,46 @@
+#pragma once
+
+// The road to the service that the account names, whichever that is at the moment: what the sync is given. Without an
+// account every request is answered with code 9. Any thread.
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "account/AccountKeeper.h"
+#include "platform/cloudkit/CloudTransport.h"
+
+namespace zun {
+
+struct ServiceAddress {
+    std::string URL;
+    std::string certificateFingerprint;  // empty where the system's authorities vouch for the certificate
+    bool operator==(const ServiceAddress&) const = default;
+};
+// May be called at any time, on any thread. Never null.
+using TransportFactory = std::function<std::shared_ptr<CloudTransport>(const ServiceAddress&)>;
+
+class AccountTransport final : public CloudTransport {
+  public:
+    // The keeper outlives it.
+    AccountTransport(const AccountKeeper& keeper, TransportFactory makeTransport)
+        : _keeper(keeper), _makeTransport(std::move(makeTransport)) {}
+
+    void send(const std::string& deviceToken, cloud::Request request, Completion completion) override;
+    // Null without an account.
+    [[nodiscard]] std::unique_ptr<CloudPushStream> openPushStream(const std::string& deviceToken,
+                                                                  PushHandlers handlers) override;
+
+  private:
+    // Kept until the account names another service.
+    [[nodiscard]] std::shared_ptr<CloudTransport> current();
+
+    const AccountKeeper& _keeper;
+    const TransportFactory _makeTransport;
+    std::mutex _mutex;
+    ServiceAddress _address;
+    std::shared_ptr<CloudTransport> _transport;
+};
+
+}  // namespace zun
