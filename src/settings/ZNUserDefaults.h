@@ -67,6 +67,14 @@ class ZNUserDefaults {
     ZN_OBJECT(Bytes, dataForKey, onGetPrivateDBToken, onSetPrivateDBToken, "znCloudKitPrivateDBChangeToken")
     ZN_OBJECT(Bytes, dataForKey, onGetPrivateZoneToken, onSetPrivateZoneToken, "znCloudKitPrivateZoneChangeToken")
     ZN_OBJECT(Bytes, dataForKey, onGetUseriCloudIdentityToken, onSetUseriCloudIdentityToken, "znUbiquityTokenKey")
+    // Beside a token whose changes are still being taken in: the one before it, empty if there was none.
+    ZN_OBJECT(Bytes, dataForKey, onGetFormerPrivateDBToken, onSetFormerPrivateDBToken,
+              "znCloudKitFormerPrivateDBChangeToken")
+    ZN_OBJECT(Bytes, dataForKey, onGetFormerSharedDBToken, onSetFormerSharedDBToken,
+              "znCloudKitFormerSharedDBChangeToken")
+    // The account that has what is marked as sent; stays when its owner signs out.
+    ZN_OBJECT(Bytes, dataForKey, onGetIdentityOfSentReminders, onSetIdentityOfSentReminders,
+              "znIdentityOfSentReminders")
     ZN_BOOLEAN(onGetDidRunPrivateZoneMigration, onSetDidRunPrivateZoneMigration, "znPrivateZoneMigrationKey")
     ZN_BOOLEAN(onGetDidClearCacheForTwoOh, onSetDidClearCacheForTwoOh, "znTwoPointOhCacheClearKey")
     ZN_BOOLEAN(onGetUseReturnKeyToSave, onSetUseReturnKeyToSave, "znReturnToSaveKey")
