@@ -1,0 +1,77 @@
+#pragma once
+
+// One connection to the file of a SqliteStorage, with its statements prepared; and the rows through it. Used by one
+// thread at a time. Everything throws StorageFailure.
+
+#include <sqlite3.h>
+
+#include <filesystem>
+#include <memory>
+#include <set>
+#include <string>
+#include <utility>
+
+#include "server/storage/Storage.h"
+
+namespace zun::cloud {
+
+class SqliteStatement {
+  public:
+    SqliteStatement(sqlite3* connection, const char* sql);
+
+    SqliteStatement& bind(int index, std::string_view bytes);
+    SqliteStatement& bind(int index, std::int64_t number);
+    SqliteStatement& bindNull(int index);
+    // True while there is a row.
+    bool step();
+    void reset() noexcept { sqlite3_reset(_handle.get()); }
+    // For statements without rows.
+    void run();
+    // Of the present row; until the next step.
+    [[nodiscard]] std::string_view bytes(int column) const;
+    [[nodiscard]] std::int64_t number(int column) const { return sqlite3_column_int64(_handle.get(), column); }
+
+  private:
+    void check(int code) const;
+    struct Finalize {
+        void operator()(sqlite3_stmt* statement) const { sqlite3_finalize(statement); }
+    };
+    std::unique_ptr<sqlite3_stmt, Finalize> _handle;
+};
+
+class SqliteConnection final : public Transaction {
+  public:
+    enum class Mode { Reader, Writer };
+    // A writer makes the file and its table where there are none.
+    SqliteConnection(const std::filesystem::path& file, Mode mode);
+
+    void execute(const char* sql);
+    [[nodiscard]] sqlite3* handle() const { return _handle.get(); }
+    // Rolls back whatever is open. Never fails.
+    void abandon() noexcept;
+    [[nodiscard]] std::set<std::string> takeWoken() { return std::exchange(_woken, {}); }
+
+    std::optional<std::string> get(std::string_view account, Table table, std::string_view name) override;
+    std::optional<std::string> getForUpdate(std::string_view account, Table table, std::string_view name) override {
+        return get(account, table, name);
+    }
+    void scan(std::string_view account, Table table, std::string_view prefix, std::string_view after, std::size_t limit,
+              const Visitor& visitor) override;
+    void put(std::string_view account, Table table, std::string_view name, std::string value) override;
+    void erase(std::string_view account, Table table, std::string_view name) override;
+    void erasePrefix(std::string_view account, Table table, std::string_view prefix) override;
+    void wake(std::string_view account) override { _woken.emplace(account); }
+
+  private:
+    struct Close {
+        void operator()(sqlite3* connection) const { sqlite3_close_v2(connection); }
+    };
+    std::unique_ptr<sqlite3, Close> _handle;
+    std::optional<SqliteStatement> _get, _scanFrom, _scanAfter, _put, _erase, _erasePrefix;
+    std::set<std::string> _woken;
+};
+
+// The first name after all that begin with the prefix; nothing if there is no such name.
+[[nodiscard]] std::optional<std::string> endOfPrefix(std::string_view prefix);
+
+}  // namespace zun::cloud
