@@ -21,6 +21,10 @@ class PushRelay final : public ReminderCloudPushes {
         if (const auto former = exchange(nullptr)) former->guard.close();
     }
 
+    [[nodiscard]] bool canPush() const override {
+        const std::lock_guard lock(_mutex);
+        return _connection != nullptr;
+    }
     void saveReminderToCloudKit(const ReminderPtr& reminder, ShouldRetry shouldRetry, Block withSuccess,
                                 Block withError) override {
         relay(withError, [&](ReminderCloudPushes& cloud) {
@@ -79,7 +83,7 @@ class PushRelay final : public ReminderCloudPushes {
     }
 
     Dispatch& _dispatch;
-    std::mutex _mutex;
+    mutable std::mutex _mutex;
     ConnectionPtr _connection;
 };
 

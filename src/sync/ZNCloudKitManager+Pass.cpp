@@ -41,6 +41,11 @@ void ZNCloudKitManager::syncChangesFromCloudKit() {
     }));
 }
 
+bool ZNCloudKitManager::isPassUnderWay() const {
+    const std::lock_guard lock(_mutex);
+    return _timeoutTimer.isValid() || _isWatchdogAwaited;
+}
+
 void ZNCloudKitManager::startPassIfAllowed() {
     if (!_hasiCloudAccess) return;
     if (!_with.stateManager.isConnected()) {

@@ -87,6 +87,8 @@ class ZNCloudKitManager final : public ReminderCloudPushes,
     // Starts a pass unless there is no account, no connection, or one under way.
     void syncChangesFromCloudKit();
     [[nodiscard]] bool isSyncing() const { return _isSyncing; }
+    // Also while one for shares alone runs, which is not told as syncing.
+    [[nodiscard]] bool isPassUnderWay() const;
     [[nodiscard]] bool hasiCloudAccess() const { return _hasiCloudAccess; }
     [[nodiscard]] Traffic traffic() const { return {_sent, _received}; }
 

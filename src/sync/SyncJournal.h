@@ -1,0 +1,61 @@
+#pragma once
+
+// How the passes went, for whoever wants to tell a person: the last error until a pass ends well, and what one pass
+// that was asked for came to. Any thread.
+
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <vector>
+
+#include "platform/cloudkit/CloudSession.h"
+#include "sync/ZNCloudKitManager.h"
+
+namespace zun {
+
+struct SyncOutcome {
+    enum class Ending { Done, Failed, TimedOut, Unreachable, NobodySignedIn };
+    Ending ending = Ending::Done;
+    OptionalError error;  // of a failure, if the service gave one
+    ZNCloudKitManager::Traffic traffic;
+};
+
+class SyncJournal {
+  public:
+    struct Collaborators {
+        ZNCloudKitManager& manager;
+        const CloudSessionSource& sessions;
+        ZNUserDefaults& defaults;
+        NSNotificationCenter& notifications;
+        const Environment& environment;
+    };
+    using Block = std::function<void(const SyncOutcome&)>;
+
+    explicit SyncJournal(const Collaborators& collaborators);
+
+    // Runs one pass to its end, after the one under way if there is one. The block runs once, on the thread of the
+    // pass's end or this one. Several may wait at a time, each for a pass that began after it asked.
+    void syncNow(Block completion);
+    // Of the last pass that ended; Done before the first.
+    [[nodiscard]] SyncOutcome lastOutcome() const;
+
+  private:
+    struct Waiting {
+        Block completion;
+        ZNCloudKitManager::Traffic before;
+    };
+
+    void passEnded(SyncOutcome::Ending ending);
+
+    const Collaborators _with;
+    mutable std::mutex _mutex;
+    OptionalError _error;  // of the pass under way, the last of several
+    bool _wasUnreachable = false;
+    NSDate _formerEnd;  // of the pass before
+    SyncOutcome _last;
+    std::vector<Waiting> _waiting;      // for the pass under way
+    std::vector<Waiting> _waitingNext;  // for the one after it
+    std::vector<Observation> _observations;
+};
+
+}  // namespace zun
