@@ -1,5 +1,7 @@
 #include "platform/cloudkit/CKPushReceiver.h"
 
+#include "platform/cloudkit/BlockGate.h"
+
 namespace zun {
 namespace {
 
@@ -22,50 +24,27 @@ CKNotification notificationOf(const cloud::Push& push) {
 struct CKPushReceiver::Shared {
     Shared(DispatchQueuePtr serial, Handler told) : queue(std::move(serial)), handler(std::move(told)) {}
 
-    void tell(const CKNotification& notification) {
-        {
-            const std::scoped_lock lock(mutex);
-            if (isClosed) return;
-            isTelling = true;
-        }
-        handler(notification);
-        const std::scoped_lock lock(mutex);
-        isTelling = false;
-    }
-
     const DispatchQueuePtr queue;
     const Handler handler;
-    std::mutex mutex;
-    bool isClosed = false;
-    bool isTelling = false;
+    BlockGate gate;
 };
 
 CKPushReceiver::CKPushReceiver(CloudTransport& transport, CloudSessionSource& sessions, Dispatch& dispatch,
                                Handler handler)
     : _transport(transport),
       _sessions(sessions),
-      _dispatch(dispatch),
       _shared(std::make_shared<Shared>(dispatch.makeSerialQueue("pushes", QualityOfService::UserInitiated),
                                        std::move(handler))) {}
 
 CKPushReceiver::~CKPushReceiver() {
     _observation.reset();
-    {
-        const std::scoped_lock lock(_mutex);
-        _stream.reset();
-    }
-    {
-        const std::scoped_lock lock(_shared->mutex);
-        _shared->isClosed = true;
-    }
-    _dispatch.waitUntil([this] {
-        const std::scoped_lock lock(_shared->mutex);
-        return !_shared->isTelling;
-    });
+    // A change of session that is under way may still arrive; it must not find half of this.
+    _shared->gate.close();
+    _stream.reset();
 }
 
 void CKPushReceiver::start() {
-    _observation = _sessions.observeSession([this] { follow(); });
+    _observation = _sessions.observeSession([this, shared = _shared] { shared->gate.pass([this] { follow(); }); });
     follow();
 }
 
@@ -77,11 +56,8 @@ void CKPushReceiver::follow() {
     _deviceToken = token;
     _stream.reset();
     if (token.empty()) return;
-    const auto post = [shared = _shared, &dispatch = _dispatch](const CKNotification& notification) {
-        shared->queue->async([shared, &dispatch, notification] {
-            shared->tell(notification);
-            dispatch.notify();
-        });
+    const auto post = [shared = _shared](const CKNotification& notification) {
+        shared->queue->async([shared, notification] { shared->gate.pass([&] { shared->handler(notification); }); });
     };
     CloudTransport::PushHandlers handlers;
     handlers.push = [post](const cloud::Push& push) { post(notificationOf(push)); };

@@ -3,11 +3,12 @@
 // Keeps the push stream of the signed-in device open and hands on what comes. A push that names many changes at once,
 // or pushes that may have been missed, arrive as a notification of neither kind, whose receiver looks at everything.
 //
-// Any thread. The handler runs on a queue of the dispatch, one notification at a time. Destroyed while no handler of it
-// can be waiting for the destroying thread; after that none runs.
+// Any thread. The handler runs on a queue of the dispatch, one notification at a time, and not any more once this is
+// destroyed.
 
 #include <functional>
 #include <memory>
+#include <mutex>
 
 #include "platform/cloudkit/CKSubscription.h"
 #include "platform/cloudkit/CloudSession.h"
@@ -34,7 +35,6 @@ class CKPushReceiver {
 
     CloudTransport& _transport;
     CloudSessionSource& _sessions;
-    Dispatch& _dispatch;
     const std::shared_ptr<Shared> _shared;
     std::mutex _mutex;
     std::string _deviceToken;  // of the open stream

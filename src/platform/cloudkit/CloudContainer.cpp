@@ -19,10 +19,12 @@ CloudContainer::CloudContainer(const Collaborators& collaborators)
       _private(cloud::DatabaseScope::Private, _requests, collaborators.cache),
       _shared(cloud::DatabaseScope::Shared, _requests, collaborators.cache),
       _accountID(accountIDOf(collaborators.sessions)),
-      _observation(collaborators.sessions.observeSession([this] { sessionChanged(); })) {}
+      _observation(collaborators.sessions.observeSession(
+          [this, gate = _gate] { gate->pass([this] { sessionChanged(); }); })) {}
 
 CloudContainer::~CloudContainer() {
     _observation.reset();
+    _gate->close();
     _requests->close();
 }
 

@@ -2,8 +2,7 @@
 
 // The container of the application at the record service that the account names. Any thread.
 //
-// Destroyed after what uses it has stopped: blocks of its operations that are running are waited for, the others are
-// dropped. So not inside one of them.
+// When it is destroyed, blocks of its operations that are running on other threads are waited for, the others dropped.
 
 #include "platform/cloudkit/CKContainer.h"
 #include "platform/cloudkit/CloudDatabase.h"
@@ -43,6 +42,7 @@ class CloudContainer final : public CKContainer {
     CloudDatabase _shared;
     std::mutex _mutex;
     std::optional<std::string> _accountID;  // the last one that was seen
+    const std::shared_ptr<BlockGate> _gate = std::make_shared<BlockGate>();  // for changes of the session
     Observation _observation;
 };
 

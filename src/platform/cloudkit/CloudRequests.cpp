@@ -2,50 +2,23 @@
 
 namespace zun {
 
-void CloudRequests::close() {
-    {
-        const std::scoped_lock lock(_mutex);
-        _isClosed = true;
-    }
-    _dispatch.waitUntil([this] {
-        const std::scoped_lock lock(_mutex);
-        return _running == 0;
-    });
-}
-
-bool CloudRequests::begin() {
-    const std::scoped_lock lock(_mutex);
-    if (_isClosed) return false;
-    ++_running;
-    return true;
-}
-
-void CloudRequests::end() {
-    const std::scoped_lock lock(_mutex);
-    --_running;
-    // Under the lock: once it is released, the owner of the dispatch may go.
-    _dispatch.notify();
-}
-
 void CloudRequests::run(QualityOfService quality, Block block) {
-    if (!begin()) return;
-    _dispatch.concurrent(quality)->async([self = shared_from_this(), block = std::move(block)] {
-        if (!self->begin()) return;
-        block();
-        self->end();
+    // Inside the gate, since the dispatch may be gone once it is closed.
+    _gate.pass([&] {
+        _dispatch.concurrent(quality)->async(
+            [self = shared_from_this(), block = std::move(block)] { self->_gate.pass(block); });
     });
-    end();
 }
 
 void CloudRequests::send(const CloudSession& session, QualityOfService quality, cloud::Request request,
                          AnswerBlock block) {
-    if (!begin()) return;
-    _transport.send(session.deviceToken, std::move(request),
-                    [self = shared_from_this(), quality, block = std::move(block)](cloud::Answer answer) {
-                        auto shared = std::make_shared<cloud::Answer>(std::move(answer));
-                        self->run(quality, [block, shared] { block(*shared); });
-                    });
-    end();
+    _gate.pass([&] {
+        _transport.send(session.deviceToken, std::move(request),
+                        [self = shared_from_this(), quality, block = std::move(block)](cloud::Answer answer) {
+                            auto shared = std::make_shared<cloud::Answer>(std::move(answer));
+                            self->run(quality, [block, shared] { block(*shared); });
+                        });
+    });
 }
 
 void CloudCaller::ask(cloud::Request request, CloudRequests::AnswerBlock block) const {

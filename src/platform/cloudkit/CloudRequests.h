@@ -3,12 +3,12 @@
 // Sends requests for the signed-in account and runs what waits for the answers on queues of the dispatch, never under a
 // lock. Shared by all operations of a container, and closed with it: after close() nothing of them runs any more.
 //
-// Any thread, except close().
+// Any thread.
 
 #include <functional>
 #include <memory>
-#include <mutex>
 
+#include "platform/cloudkit/BlockGate.h"
 #include "platform/cloudkit/CloudSession.h"
 #include "platform/cloudkit/CloudTransport.h"
 #include "platform/foundation/Dispatch.h"
@@ -23,22 +23,17 @@ class CloudRequests : public std::enable_shared_from_this<CloudRequests> {
     CloudRequests(CloudTransport& transport, const CloudSessionSource& sessions, Dispatch& dispatch)
         : _transport(transport), _sessions(sessions), _dispatch(dispatch) {}
 
-    // Blocks until blocks that are running have ended; the others are dropped. Not inside one of them.
-    void close();
+    // Blocks until blocks that are running on other threads have ended; those that have not begun are dropped.
+    void close() { _gate.close(); }
     void run(QualityOfService quality, Block block);
     [[nodiscard]] std::optional<CloudSession> currentSession() const { return _sessions.currentSession(); }
     void send(const CloudSession& session, QualityOfService quality, cloud::Request request, AnswerBlock block);
 
   private:
-    bool begin();
-    void end();
-
     CloudTransport& _transport;
     const CloudSessionSource& _sessions;
     Dispatch& _dispatch;
-    std::mutex _mutex;
-    bool _isClosed = false;
-    int _running = 0;
+    BlockGate _gate;
 };
 
 // Asks in the name of the account that was signed in when an operation began, all along the operation. Without one

@@ -93,10 +93,13 @@ struct Described<ZoneChanges::Deleted> {
 };
 template <>
 struct Described<ZoneChanges::Zone> {
-    static constexpr std::tuple fields{
-        field("zoneID", &ZoneChanges::Zone::zoneID),         field("changed", &ZoneChanges::Zone::changed),
-        field("deleted", &ZoneChanges::Zone::deleted),       field("token", &ZoneChanges::Zone::token),
-        field("moreComing", &ZoneChanges::Zone::moreComing), field("fromBeginning", &ZoneChanges::Zone::fromBeginning), field("error", &ZoneChanges::Zone::error)};
+    static constexpr std::tuple fields{field("zoneID", &ZoneChanges::Zone::zoneID),
+                                       field("changed", &ZoneChanges::Zone::changed),
+                                       field("deleted", &ZoneChanges::Zone::deleted),
+                                       field("token", &ZoneChanges::Zone::token),
+                                       field("moreComing", &ZoneChanges::Zone::moreComing),
+                                       field("fromBeginning", &ZoneChanges::Zone::fromBeginning),
+                                       field("error", &ZoneChanges::Zone::error)};
 };
 template <>
 struct Described<ZoneChanges> {
