@@ -159,6 +159,20 @@ void ZNReminderManager::importReminders(Reminders reminders) {
     });
 }
 
+void ZNReminderManager::bringBack(ReminderAttributes version) {
+    version.shouldDeleteRemote.reset();
+    const auto row = fetchReminderWithReminderID(version.reminderID);
+    if (!row) {
+        version.didPersistToiCloud = version.hasLocalChanges = false;
+        return saveReminder(std::make_shared<ZNReminderObject>(std::move(version)), ShouldSyncWithiCloud::Yes);
+    }
+    version.didPersistToiCloud = row->didPersistToiCloud();
+    version.hasLocalChanges = row->hasLocalChanges();
+    version.sharedZoneID = row->sharedZoneID();
+    row->setAttributes(version);
+    update(row);
+}
+
 void ZNReminderManager::updateBadgeIcon() {
     _with.notifications.postNotificationName(ZNUpdateBadgeNotification);
 }

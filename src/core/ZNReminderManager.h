@@ -75,6 +75,9 @@ class ZNReminderManager {
     // Adds or replaces records as they stand, marks included, and schedules their alerts. Nothing goes to the cloud.
     void importReminders(Reminders reminders);
 
+    // Puts back a version that was replaced or deleted, as an edit of the user, now. Reads the store.
+    void bringBack(ReminderAttributes version);
+
     // What the sync does to records: in one commit, each as it is stored by then, with their alerts. Nothing goes to
     // the cloud. The decision runs inside the store's transaction and must use neither the store nor this manager.
     void decideReminders(std::vector<std::string> reminderIDs, RecordDecision decide,
