@@ -15,8 +15,7 @@ std::optional<CKRecordZoneID> unarchivedZoneID(const Bytes& archive) {
     std::size_t length = 0;
     const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), length);
     const auto names = static_cast<std::size_t>(end - text.data()) + 1;
-    if (error != std::errc() || names > text.size() || *end != ':' || length > text.size() - names)
-        return std::nullopt;
+    if (error != std::errc() || names > text.size() || *end != ':' || length > text.size() - names) return std::nullopt;
     return CKRecordZoneID{text.substr(names, length), text.substr(names + length)};
 }
 

@@ -23,9 +23,9 @@ struct RemoteChange {
 
     Kind kind = Kind::Deleted;
     std::string reminderID;
-    ReminderAttributes remote;                  // of a change
-    Home home = Home::PrivateZone;              // of a change
-    std::optional<CKRecord> unmigratedRecord;   // of a change in the default zone
+    ReminderAttributes remote;                 // of a change
+    Home home = Home::PrivateZone;             // of a change
+    std::optional<CKRecord> unmigratedRecord;  // of a change in the default zone
 
     // `privateZone` may not be known yet.
     static RemoteChange changed(const CKRecord& record, Kind kind, const std::optional<CKRecordZoneID>& privateZone);

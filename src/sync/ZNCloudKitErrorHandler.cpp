@@ -10,21 +10,29 @@ ZNCloudKitErrorType ZNCloudKitErrorHandler::handleError(const OptionalError& err
     using enum CKErrorCode;
     if (!error) return ZNCloudKitErrorType::None;
     switch (error->code) {
-        case PartialFailure: return ZNCloudKitErrorType::PartialFailure;
+        case PartialFailure:
+            return ZNCloudKitErrorType::PartialFailure;
         case NetworkUnavailable:
-        case NetworkFailure: return ZNCloudKitErrorType::Unreachable;
+        case NetworkFailure:
+            return ZNCloudKitErrorType::Unreachable;
         case ServiceUnavailable:
         case RequestRateLimited:
         case ZoneBusy:
-        case LimitExceeded: return ZNCloudKitErrorType::Retry;
-        case NotAuthenticated: return ZNCloudKitErrorType::NotAuthenticated;
-        case UnknownItem: return ZNCloudKitErrorType::UnknownItem;
-        case ServerRecordChanged: return ZNCloudKitErrorType::ServerRecordChanged;
-        case ChangeTokenExpired: return ZNCloudKitErrorType::ChangeTokenExpired;
+        case LimitExceeded:
+            return ZNCloudKitErrorType::Retry;
+        case NotAuthenticated:
+            return ZNCloudKitErrorType::NotAuthenticated;
+        case UnknownItem:
+            return ZNCloudKitErrorType::UnknownItem;
+        case ServerRecordChanged:
+            return ZNCloudKitErrorType::ServerRecordChanged;
+        case ChangeTokenExpired:
+            return ZNCloudKitErrorType::ChangeTokenExpired;
         case InternalError:
         case PermissionFailure:
         case InvalidArguments:
-        case ServerRejectedRequest: return ZNCloudKitErrorType::Unhandled;
+        case ServerRejectedRequest:
+            return ZNCloudKitErrorType::Unhandled;
         case BadContainer:
         case MissingEntitlement:
         case ResultsTruncated:

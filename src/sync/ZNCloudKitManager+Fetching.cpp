@@ -134,8 +134,8 @@ void ZNCloudKitManager::fetchChangesOfPrivateZone(const OptionalToken& serverTok
     }));
     operation->setRecordWithIDWasDeletedBlock(
         guarded([intake](const CKRecordID& recordID) { intake->add(RemoteChange::deleted(recordID.recordName)); }));
-    operation->setFetchRecordChangesCompletionBlock(guarded(
-        [=, this, raw = operation.get()](const OptionalToken& token, const Bytes&, const OptionalError& error) {
+    operation->setFetchRecordChangesCompletionBlock(
+        guarded([=, this, raw = operation.get()](const OptionalToken& token, const Bytes&, const OptionalError& error) {
             const auto type = ZNCloudKitErrorHandler::handleError(error);
             if (type == ZNCloudKitErrorType::None) {
                 reading->setToken(token);

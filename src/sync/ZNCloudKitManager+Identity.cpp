@@ -31,9 +31,9 @@ void ZNCloudKitManager::removeSharedSubscriptionForReminders() {
     if (!canShare() || !defaults().onGetiCloudSharesNotificationID()) return;
     // By the reminders' identifier: the shares' subscription stays at the service, and the next one that is made finds
     // it as a duplicate.
-    _with.subscriptions.removeShareSubscriptionWithID(
-        defaults().onGetiCloudNotificationID(),
-        guarded([this] { defaults().onSetiCloudSharesNotificationID(std::nullopt); }));
+    _with.subscriptions.removeShareSubscriptionWithID(defaults().onGetiCloudNotificationID(), guarded([this] {
+                                                          defaults().onSetiCloudSharesNotificationID(std::nullopt);
+                                                      }));
 }
 
 void ZNCloudKitManager::resetSyncCache() {

@@ -55,8 +55,8 @@ void ZNCloudKitManager::pushLocalChanges(const Block& success, const Failure& fa
     for (std::size_t i = 0; i < edited.size(); i += batchSize) {
         const bool isLast = i + batchSize >= edited.size();
         const auto end = std::min(edited.size(), i + batchSize);
-        const auto recordIDs = recordIDsOf({edited.begin() + static_cast<std::ptrdiff_t>(i),
-                                            edited.begin() + static_cast<std::ptrdiff_t>(end)});
+        const auto recordIDs = recordIDsOf(
+            {edited.begin() + static_cast<std::ptrdiff_t>(i), edited.begin() + static_cast<std::ptrdiff_t>(end)});
         const auto operation = std::make_shared<CKFetchRecordsOperation>(recordIDs);
         operation->setQualityOfService(QualityOfService::UserInitiated);
         operation->setFetchRecordsCompletionBlock(
@@ -67,8 +67,8 @@ void ZNCloudKitManager::pushLocalChanges(const Block& success, const Failure& fa
                 for (const auto& recordID : recordIDs) {
                     const auto found = records.find(recordID);
                     if (found == records.end() || found->second.isShare()) continue;
-                    changes.push_back(RemoteChange::changed(found->second, RemoteChange::Kind::Merged,
-                                                            privateRecordZoneID()));
+                    changes.push_back(
+                        RemoteChange::changed(found->second, RemoteChange::Kind::Merged, privateRecordZoneID()));
                 }
                 applyRemoteChanges(std::move(changes), nullptr, {});
                 if (isLast && success) success();
@@ -103,8 +103,7 @@ void ZNCloudKitManager::handleLocalDeletions(Block completion) {
         recordIDs.push_back(ckRecordIDWithRecordName(reminderID));
     const auto sent = [this, doomed, completion](const CloudItems&) {
         // One may have come back meanwhile.
-        removeReminders(doomed,
-                        [](const ReminderAttributes& row) { return row.shouldDeleteRemote.value_or(false); });
+        removeReminders(doomed, [](const ReminderAttributes& row) { return row.shouldDeleteRemote.value_or(false); });
         if (completion) completion();
     };
     const auto failed = [this, completion](const OptionalError& error) {

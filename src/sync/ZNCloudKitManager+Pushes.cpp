@@ -66,8 +66,8 @@ void ZNCloudKitManager::bulkUpdateRemindersOnCloudKit(std::vector<ReminderPtr> r
                                                       ShouldDelete shouldDelete,
                                                       ShouldUpdatePersistenceStatus shouldUpdatePersistenceStatus,
                                                       Block withCompletion, Block withError) {
-    auto items = shouldDelete == ShouldDelete::Yes ? CloudItems(recordIDsOf(reminders))
-                                                   : CloudItems(recordsOf(reminders));
+    auto items =
+        shouldDelete == ShouldDelete::Yes ? CloudItems(recordIDsOf(reminders)) : CloudItems(recordsOf(reminders));
     std::vector<std::string> reminderIDs;
     if (shouldUpdatePersistenceStatus == ShouldUpdatePersistenceStatus::Yes) {
         for (const auto& reminder : reminders)

@@ -76,10 +76,9 @@ void ZNCloudKitManager::saveRecordsToCloudkit(CloudItems items, OverwriteValues 
     const auto items_ = [deletes, raw = operation.get()]() -> CloudItems {
         return deletes ? CloudItems(raw->recordIDsToDelete) : CloudItems(raw->recordsToSave);
     };
-    operation->setModifyRecordsCompletionBlock(
-        guarded([=, this, withSuccess = std::move(withSuccess), withError = std::move(withError)](
-                    const std::vector<CKRecord>& saved, const std::vector<CKRecordID>& deleted,
-                    const OptionalError& error) {
+    operation->setModifyRecordsCompletionBlock(guarded(
+        [=, this, withSuccess = std::move(withSuccess), withError = std::move(withError)](
+            const std::vector<CKRecord>& saved, const std::vector<CKRecordID>& deleted, const OptionalError& error) {
             const auto type = ZNCloudKitErrorHandler::handleError(error);
             if (type == ZNCloudKitErrorType::None) {
                 _sent += deletes ? deleted.size() : saved.size();

@@ -75,8 +75,8 @@ void ZNCloudKitManager::checkForMissingShares(const std::vector<ReminderPtr>& sh
         if (!zone) continue;
         const auto reminderID = reminder->reminderID().value_or("");
         database(CloudDatabaseKind::Shared)
-            .fetchRecordWithID({reminderID, *zone}, guarded([this, reminderID](const std::optional<CKRecord>& record,
-                                                                               const OptionalError&) {
+            .fetchRecordWithID({reminderID, *zone},
+                               guarded([this, reminderID](const std::optional<CKRecord>& record, const OptionalError&) {
                                    // Whatever the reason: while the share exists, it comes back as a new one.
                                    if (!record) removeReminders({reminderID});
                                }));
@@ -149,12 +149,13 @@ void ZNCloudKitManager::leaveCKShareForReminder(const ReminderPtr& reminder,
 void ZNCloudKitManager::fetchCKShareMetaDataWithURL(const std::string& URL,
                                                     CKContainer::MetadataBlock withShareMetaBlock,
                                                     Failure withFailure) {
-    _with.container.fetchShareMetadata({URL}, guarded(std::move(withShareMetaBlock)),
-                                       guarded([this, withFailure = std::move(withFailure)](const OptionalError& error) {
-                                           // Also without one, which says that the look-up is over.
-                                           postSyncError(error);
-                                           if (error && withFailure) withFailure(error);
-                                       }));
+    _with.container.fetchShareMetadata(
+        {URL}, guarded(std::move(withShareMetaBlock)),
+        guarded([this, withFailure = std::move(withFailure)](const OptionalError& error) {
+            // Also without one, which says that the look-up is over.
+            postSyncError(error);
+            if (error && withFailure) withFailure(error);
+        }));
 }
 
 }  // namespace zun

@@ -99,8 +99,8 @@ void ZNCloudKitManager::markReminders(const std::vector<std::string>& reminderID
                                       const std::function<bool(ReminderAttributes&)>& mark) {
     for (std::size_t i = 0; i < reminderIDs.size(); i += marksAtOnce) {
         const auto begin = reminderIDs.begin() + static_cast<std::ptrdiff_t>(i);
-        const auto end = reminderIDs.begin() +
-                         static_cast<std::ptrdiff_t>(std::min(reminderIDs.size(), i + marksAtOnce));
+        const auto end =
+            reminderIDs.begin() + static_cast<std::ptrdiff_t>(std::min(reminderIDs.size(), i + marksAtOnce));
         _with.reminders.decideReminders({begin, end}, [mark](std::size_t, std::optional<ReminderAttributes>& record) {
             return record && mark(*record) ? RecordVerdict::Mark : RecordVerdict::Leave;
         });

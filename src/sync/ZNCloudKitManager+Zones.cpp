@@ -122,8 +122,8 @@ void ZNCloudKitManager::queryOperation(std::shared_ptr<CKQueryOperation> operati
     // Another operation goes on where, and as, this one was running.
     const auto goOn = [=, this, query = operation->query, priority = operation->queuePriority,
                        quality = operation->qualityOfService](const std::optional<CKQueryCursor>& cursor) {
-        const auto next = cursor ? std::make_shared<CKQueryOperation>(query, *cursor)
-                                 : std::make_shared<CKQueryOperation>(query);
+        const auto next =
+            cursor ? std::make_shared<CKQueryOperation>(query, *cursor) : std::make_shared<CKQueryOperation>(query);
         next->setQueuePriority(priority);
         next->setQualityOfService(quality);
         queryOperation(next, kind, zoneID, recordSuccess, completion, failure);

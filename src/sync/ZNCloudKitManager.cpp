@@ -22,18 +22,18 @@ ZNCloudKitManager::ZNCloudKitManager(Collaborators collaborators)
       _sharedTokens(std::make_shared<ChangeTokens>(defaults(), CloudDatabaseKind::Shared)),
       _guard(collaborators.dispatch),
       _syncQueue(collaborators.dispatch, _guard) {
+    _observations.push_back(_with.settings.observe({"shouldUseCloudKit"}, guarded([this](std::string_view) {
+                                                       _with.settings.onGetCloudKitStatus()
+                                                           ? createSubscriptionForReminders()
+                                                           : removeSubscriptionForReminders();
+                                                   })));
+    _observations.push_back(_with.stateManager.observe({"connectionState"}, guarded([this](std::string_view) {
+                                                           if (_with.stateManager.isConnected())
+                                                               syncChangesFromCloudKit();
+                                                       })));
     _observations.push_back(
-        _with.settings.observe({"shouldUseCloudKit"}, guarded([this](std::string_view) {
-                                   _with.settings.onGetCloudKitStatus() ? createSubscriptionForReminders()
-                                                                        : removeSubscriptionForReminders();
-                               })));
-    _observations.push_back(
-        _with.stateManager.observe({"connectionState"}, guarded([this](std::string_view) {
-                                       if (_with.stateManager.isConnected()) syncChangesFromCloudKit();
-                                   })));
-    _observations.push_back(_with.notifications.addObserver(
-        NSUbiquityIdentityDidChangeNotification,
-        guarded([this](const NSNotification&) { checkForUpdatedUbiquityIdentity(); })));
+        _with.notifications.addObserver(NSUbiquityIdentityDidChangeNotification,
+                                        guarded([this](const NSNotification&) { checkForUpdatedUbiquityIdentity(); })));
     _with.pushes.connect(*this);
 }
 
@@ -95,8 +95,8 @@ void ZNCloudKitManager::didReceiveRemoteNotification(const CKNotification& notif
 }
 
 void ZNCloudKitManager::handleRemoteShareNotification() {
-    _syncQueue.addOperation(std::make_shared<SyncStep>(
-        [this] { handleSharedChanges({}, ShouldRetry::No, QualityOfService::Utility); }));
+    _syncQueue.addOperation(
+        std::make_shared<SyncStep>([this] { handleSharedChanges({}, ShouldRetry::No, QualityOfService::Utility); }));
 }
 
 }  // namespace zun

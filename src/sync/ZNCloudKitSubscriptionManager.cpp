@@ -64,9 +64,8 @@ void ZNCloudKitSubscriptionManager::save(Kind kind, CKSubscription subscription,
 }
 
 void ZNCloudKitSubscriptionManager::fetchAndSaveExistingSubscription(Kind kind, SubscriptionIDBlock success) {
-    database(kind).fetchAllSubscriptionsWithCompletionHandler(
-        _guard.guarded([this, kind, success = std::move(success)](const std::vector<CKSubscription>& existing,
-                                                                  const OptionalError&) {
+    database(kind).fetchAllSubscriptionsWithCompletionHandler(_guard.guarded(
+        [this, kind, success = std::move(success)](const std::vector<CKSubscription>& existing, const OptionalError&) {
             recover(kind, existing, success);
         }));
 }
@@ -96,10 +95,10 @@ void ZNCloudKitSubscriptionManager::removeShareSubscriptionWithID(const std::opt
 void ZNCloudKitSubscriptionManager::removeSubscription(Kind kind, const std::optional<std::string>& subscriptionID,
                                                        Block success) {
     if (!subscriptionID) return;
-    database(kind).deleteSubscriptionWithID(
-        *subscriptionID, _guard.guarded([success = std::move(success)](const OptionalError& error) {
-            if (!error && success) success();
-        }));
+    database(kind).deleteSubscriptionWithID(*subscriptionID,
+                                            _guard.guarded([success = std::move(success)](const OptionalError& error) {
+                                                if (!error && success) success();
+                                            }));
 }
 
 }  // namespace zun

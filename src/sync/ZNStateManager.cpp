@@ -11,10 +11,13 @@ ZNStateManager::ZNStateManager(Dispatch& dispatch, Reachability& reachability)
 
 void ZNStateManager::becameReachable() {
     switch (_reachability.currentReachabilityStatus()) {
-        case NetworkStatus::ReachableViaWWAN: return setConnectionState(ZNConnectionState::ReachableViaWWAN);
-        case NetworkStatus::ReachableViaWiFi: return setConnectionState(ZNConnectionState::ReachableViaWiFi);
+        case NetworkStatus::ReachableViaWWAN:
+            return setConnectionState(ZNConnectionState::ReachableViaWWAN);
+        case NetworkStatus::ReachableViaWiFi:
+            return setConnectionState(ZNConnectionState::ReachableViaWiFi);
         // It has gone again; the other block tells.
-        case NetworkStatus::NotReachable: return;
+        case NetworkStatus::NotReachable:
+            return;
     }
 }
 

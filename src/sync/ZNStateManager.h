@@ -13,9 +13,9 @@
 namespace zun {
 
 enum class ZNConnectionState : std::uint64_t {
-    NotReachable = 0,       // also until the watcher first reports
-    ReachableViaWWAN = 1,   // through a wide-area network
-    ReachableViaWiFi = 2,   // through a local one
+    NotReachable = 0,      // also until the watcher first reports
+    ReachableViaWWAN = 1,  // through a wide-area network
+    ReachableViaWiFi = 2,  // through a local one
 };
 
 class ZNStateManager final : public KeyValueObservable {
