@@ -18,4 +18,6 @@ find_program(ZUN_PKGDATA pkgdata REQUIRED)
 
 # The record service.
 find_package(PkgConfig REQUIRED)
+find_package(CURL 7.88 REQUIRED)
+find_package(OpenSSL REQUIRED)
 pkg_check_modules(libsodium REQUIRED IMPORTED_TARGET libsodium)

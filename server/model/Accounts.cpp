@@ -47,19 +47,10 @@ std::optional<std::string> accountIDOfName(Transaction& rows, std::string_view n
     return rows.get({}, Table::AccountName, name);
 }
 
-Answer createAccount(RequestWork& work, const CreateAccount& request, const std::string& passwordHash) {
+AccountState& makeAccount(RequestWork& work, const CreateAccount& request, const std::string& passwordHash) {
     // One at a time, so that a name cannot be taken twice nor an invitation be used twice.
     (void)work.rows.getForUpdate({}, Table::Service, {});
     const auto name = accountNameOf(request.name);
-    switch (work.facts.options.registration) {
-        case Registration::Open:
-            break;
-        case Registration::Invite:
-            useInvitation(work, request.invitation);
-            break;
-        case Registration::Closed:
-            refuse(CKErrorCode::PermissionFailure, "this service takes no new accounts");
-    }
     if (request.displayName.size() > longestText || request.emailAddress.size() > longestText)
         refuse(CKErrorCode::InvalidArguments, "a text of the account is too long");
     if (accountIDOfName(work.rows, name)) refuse(CKErrorCode::ConstraintViolation, "this name is taken");
@@ -73,7 +64,21 @@ Answer createAccount(RequestWork& work, const CreateAccount& request, const std:
     auto& account = work.addAccount(std::move(state));
     account.addZone(DatabaseScope::Private, {}, std::string(CKRecordZoneDefaultName), work.now);
     work.rows.put({}, Table::AccountName, name, account.id);
-    return addDevice(work, account, request.deviceName);
+    return account;
+}
+
+Answer createAccount(RequestWork& work, const CreateAccount& request, const std::string& passwordHash) {
+    (void)work.rows.getForUpdate({}, Table::Service, {});
+    switch (work.facts.options.registration) {
+        case Registration::Open:
+            break;
+        case Registration::Invite:
+            useInvitation(work, request.invitation);
+            break;
+        case Registration::Closed:
+            refuse(CKErrorCode::PermissionFailure, "this service takes no new accounts");
+    }
+    return addDevice(work, makeAccount(work, request, passwordHash), request.deviceName);
 }
 
 SignedIn addDevice(RequestWork& work, AccountState& account, const std::string& deviceName) {

@@ -85,10 +85,12 @@ std::string_view SqliteStatement::bytes(int column) const {
 
 SqliteConnection::SqliteConnection(const std::filesystem::path& file, Mode mode) {
     sqlite3* connection = nullptr;
-    const int flags = SQLITE_OPEN_READWRITE | SQLITE_OPEN_NOMUTEX | (mode == Mode::Writer ? SQLITE_OPEN_CREATE : 0);
+    const int flags = SQLITE_OPEN_NOMUTEX | (mode == Mode::Backup ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE) |
+                      (mode == Mode::Writer ? SQLITE_OPEN_CREATE : 0);
     const int code = sqlite3_open_v2(file.c_str(), &connection, flags, nullptr);
     _handle.reset(connection);
     if (code != SQLITE_OK) fail(connection);
+    if (mode == Mode::Backup) return;
     sqlite3_busy_timeout(connection, busyMilliseconds);
     // Each commit is on the disk when it returns; the log is written back when the storage says so.
     execute("PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL; PRAGMA wal_autocheckpoint=0; PRAGMA cache_size=-16000;"

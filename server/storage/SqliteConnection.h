@@ -41,8 +41,8 @@ class SqliteStatement {
 
 class SqliteConnection final : public Transaction {
   public:
-    enum class Mode { Reader, Writer };
-    // A writer makes the file and its table where there are none.
+    // A writer makes the file and its table where there are none. A backup is a file at rest, only read.
+    enum class Mode { Reader, Writer, Backup };
     SqliteConnection(const std::filesystem::path& file, Mode mode);
 
     void execute(const char* sql);
