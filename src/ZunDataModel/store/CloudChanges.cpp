@@ -107,16 +107,18 @@ DecidedRecord CloudChanges::decide(const std::string& reminderID, std::size_t in
     const bool wasStored = record.has_value();
     const bool wasTombstone = wasStored && record->shouldDeleteRemote.value_or(false);
     DecidedRecord decided{decision(index, record), {}};
-    if (decided.verdict == RecordVerdict::Leave || (decided.verdict == RecordVerdict::Remove && !wasStored))
-        return {};
+    if (decided.verdict == RecordVerdict::Leave || (decided.verdict == RecordVerdict::Remove && !wasStored)) return {};
     if (record) {
         decided.record = *std::move(record);
         decided.record.reminderID = reminderID;
         makeStorable(decided.record);
     }
     switch (decided.verdict) {
-        case RecordVerdict::Leave: break;
-        case RecordVerdict::Mark: _records.update(decided.record); break;
+        case RecordVerdict::Leave:
+            break;
+        case RecordVerdict::Mark:
+            _records.update(decided.record);
+            break;
         case RecordVerdict::Write:
             note(reminderID, &decided.record, {.pushID = {}, .keeps = KeptReason::Replaced}, now);
             _records.addOrUpdate(decided.record);
