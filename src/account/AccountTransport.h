@@ -10,14 +10,10 @@
 
 #include "account/AccountKeeper.h"
 #include "platform/cloudkit/CloudTransport.h"
+#include "platform/cloudkit/ServiceAddress.h"
 
 namespace zun {
 
-struct ServiceAddress {
-    std::string URL;
-    std::string certificateFingerprint;  // empty where the system's authorities vouch for the certificate
-    bool operator==(const ServiceAddress&) const = default;
-};
 // May be called at any time, on any thread. Never null.
 using TransportFactory = std::function<std::shared_ptr<CloudTransport>(const ServiceAddress&)>;
 

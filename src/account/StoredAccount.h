@@ -16,8 +16,7 @@ struct StoredAccount {
     std::string name, displayName, emailAddress;
     std::string deviceID;      // of this device at the service
     std::string serviceEpoch;  // as last seen
-    // SHA-256 of the service's certificate, in hexadecimal, which the user has looked at; empty where the system's
-    // authorities vouch for it.
+    // As in ServiceAddress.
     std::string certificateFingerprint;
     std::string secretKey;  // under which the keyring has the device's token
 
