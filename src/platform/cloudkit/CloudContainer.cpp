@@ -19,8 +19,8 @@ CloudContainer::CloudContainer(const Collaborators& collaborators)
       _private(cloud::DatabaseScope::Private, _requests, collaborators.cache),
       _shared(cloud::DatabaseScope::Shared, _requests, collaborators.cache),
       _accountID(accountIDOf(collaborators.sessions)),
-      _observation(collaborators.sessions.observeSession(
-          [this, gate = _gate] { gate->pass([this] { sessionChanged(); }); })) {}
+      _observation(
+          collaborators.sessions.observeSession([this, gate = _gate] { gate->pass([this] { sessionChanged(); }); })) {}
 
 CloudContainer::~CloudContainer() {
     _observation.reset();

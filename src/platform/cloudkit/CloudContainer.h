@@ -41,7 +41,7 @@ class CloudContainer final : public CKContainer {
     CloudDatabase _private;
     CloudDatabase _shared;
     std::mutex _mutex;
-    std::optional<std::string> _accountID;  // the last one that was seen
+    std::optional<std::string> _accountID;                                   // the last one that was seen
     const std::shared_ptr<BlockGate> _gate = std::make_shared<BlockGate>();  // for changes of the session
     Observation _observation;
 };

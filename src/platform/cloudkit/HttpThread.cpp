@@ -1,0 +1,184 @@
+#include "platform/cloudkit/HttpThread.h"
+
+#include <algorithm>
+#include <utility>
+
+#include "platform/cloudkit/ServiceCertificate.h"
+#include "platform/cloudprotocol/ProtocolLimits.h"
+
+namespace zun {
+namespace {
+
+constexpr long connectSeconds = 10, wholeSeconds = 60;
+// A stream says something every half minute; three of them missing are a dead connection.
+constexpr long silentSeconds = 90;
+constexpr int longestPoll = 60'000;  // milliseconds; the thread is woken for everything it must do
+
+}  // namespace
+
+class HttpTransfer {
+  public:
+    HttpTransfer(HttpRequest request, HttpThread::Ended ended)
+        : _request(std::move(request)), _ended(std::move(ended)), _handle(curl_easy_init()) {
+        for (const auto& header : _request.headers)
+            _headers = curl_slist_append(_headers, header.c_str());
+        // Waiting for a permission to send the body costs a round trip.
+        _headers = curl_slist_append(_headers, "Expect:");
+        set(CURLOPT_URL, _request.URL.c_str());
+        set(CURLOPT_PROTOCOLS_STR, "http,https");
+        set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+        set(CURLOPT_NOSIGNAL, 1L);
+        set(CURLOPT_CONNECTTIMEOUT, connectSeconds);
+        set(CURLOPT_TCP_KEEPALIVE, 1L);
+        set(CURLOPT_HTTPHEADER, _headers);
+        set(CURLOPT_WRITEFUNCTION, &HttpTransfer::write);
+        set(CURLOPT_WRITEDATA, this);
+        if (!_request.certificateFingerprint.empty()) acceptOnlyCertificate(_handle, _request.certificateFingerprint);
+        if (_request.kind == HttpRequest::Kind::EventStream) {
+            set(CURLOPT_LOW_SPEED_LIMIT, 1L);
+            set(CURLOPT_LOW_SPEED_TIME, silentSeconds);
+        } else {
+            set(CURLOPT_TIMEOUT, wholeSeconds);
+            set(CURLOPT_ACCEPT_ENCODING, "");
+            set(CURLOPT_POST, 1L);
+            set(CURLOPT_POSTFIELDS, _request.body.data());
+            set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(_request.body.size()));
+        }
+    }
+    ~HttpTransfer() {
+        curl_easy_cleanup(_handle);
+        curl_slist_free_all(_headers);
+    }
+    HttpTransfer(const HttpTransfer&) = delete;
+    HttpTransfer& operator=(const HttpTransfer&) = delete;
+
+    [[nodiscard]] CURL* handle() const { return _handle; }
+
+    void end(CURLcode code) {
+        curl_off_t retryAfter = 0;
+        curl_easy_getinfo(_handle, CURLINFO_RETRY_AFTER, &retryAfter);
+        curl_easy_getinfo(_handle, CURLINFO_RESPONSE_CODE, &_response.status);
+        _response.code = code;
+        _response.retryAfter = static_cast<double>(retryAfter);
+        if (auto ended = std::exchange(_ended, nullptr)) ended(std::move(_response));
+    }
+
+  private:
+    template <class Value>
+    void set(CURLoption option, Value value) {
+        curl_easy_setopt(_handle, option, value);
+    }
+
+    static std::size_t write(const char* bytes, std::size_t, std::size_t count, void* transfer) {
+        auto& self = *static_cast<HttpTransfer*>(transfer);
+        long status = 0;
+        curl_easy_getinfo(self._handle, CURLINFO_RESPONSE_CODE, &status);
+        if (self._request.received && status == 200) {
+            self._request.received({bytes, count});
+            return count;
+        }
+        // Less than what came ends the transfer.
+        if (self._response.body.size() + count > cloud::largestBody) return 0;
+        self._response.body.append(bytes, count);
+        return count;
+    }
+
+    const HttpRequest _request;
+    HttpThread::Ended _ended;
+    CURL* const _handle;
+    curl_slist* _headers = nullptr;
+    HttpResponse _response;
+};
+
+HttpThread::HttpThread() : _multi(curl_multi_init()) {}
+
+HttpThread::~HttpThread() {
+    stop();
+    curl_multi_cleanup(_multi);
+}
+
+void HttpThread::stop() {
+    {
+        const std::scoped_lock lock(_mutex);
+        _isStopping = true;
+    }
+    curl_multi_wakeup(_multi);
+    if (_thread.joinable()) _thread.join();
+}
+
+HttpTransferPtr HttpThread::start(HttpRequest request, Ended ended) {
+    auto transfer = std::make_shared<HttpTransfer>(std::move(request), std::move(ended));
+    bool isTooLate = false;
+    {
+        const std::scoped_lock lock(_mutex);
+        isTooLate = _isStopping;
+        if (!isTooLate) _toStart.push_back(transfer);
+        if (!isTooLate && !_thread.joinable()) _thread = std::thread([this] { run(); });
+    }
+    if (isTooLate) transfer->end(CURLE_ABORTED_BY_CALLBACK);
+    curl_multi_wakeup(_multi);
+    return transfer;
+}
+
+void HttpThread::cancel(const HttpTransferPtr& transfer) {
+    {
+        const std::scoped_lock lock(_mutex);
+        _toCancel.push_back(transfer);
+    }
+    curl_multi_wakeup(_multi);
+}
+
+void HttpThread::run() {
+    const auto isStopping = [this] {
+        const std::scoped_lock lock(_mutex);
+        return _isStopping;
+    };
+    while (!isStopping()) {
+        takeCommands();
+        int running = 0;
+        curl_multi_perform(_multi, &running);
+        takeEnded();
+        curl_multi_poll(_multi, nullptr, 0, longestPoll, nullptr);
+    }
+    takeCommands();
+    while (!_running.empty())
+        end(_running.back(), CURLE_ABORTED_BY_CALLBACK);
+}
+
+void HttpThread::takeCommands() {
+    std::vector<HttpTransferPtr> toStart, toCancel;
+    {
+        const std::scoped_lock lock(_mutex);
+        toStart.swap(_toStart);
+        toCancel.swap(_toCancel);
+    }
+    for (auto& transfer : toStart) {
+        curl_multi_add_handle(_multi, transfer->handle());
+        _running.push_back(std::move(transfer));
+    }
+    for (const auto& transfer : toCancel)
+        end(transfer, CURLE_ABORTED_BY_CALLBACK);
+}
+
+void HttpThread::takeEnded() {
+    int left = 0;
+    while (const CURLMsg* message = curl_multi_info_read(_multi, &left)) {
+        if (message->msg != CURLMSG_DONE) continue;
+        const auto code = message->data.result;
+        const auto found = std::find_if(_running.begin(), _running.end(), [message](const auto& transfer) {
+            return transfer->handle() == message->easy_handle;
+        });
+        if (found != _running.end()) end(*found, code);
+    }
+}
+
+void HttpThread::end(const HttpTransferPtr& transfer, CURLcode code) {
+    const auto found = std::find(_running.begin(), _running.end(), transfer);
+    if (found == _running.end()) return;
+    const auto ending = std::move(*found);
+    _running.erase(found);
+    curl_multi_remove_handle(_multi, ending->handle());
+    ending->end(code);
+}
+
+}  // namespace zun

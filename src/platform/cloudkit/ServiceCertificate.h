@@ -1,0 +1,33 @@
+#pragma once
+
+// What a service shows of itself, for people who decide whether to trust a certificate that no authority has signed,
+// and how requests to it are bound to that decision.
+
+#include <curl/curl.h>
+
+#include <string>
+#include <variant>
+
+#include "platform/cloudkit/ServiceAddress.h"
+#include "platform/cloudprotocol/CKError.h"
+
+namespace zun {
+
+struct ServiceCertificate {
+    std::string fingerprint;  // SHA-256, upper-case hexadecimal pairs with colons between
+    std::string subject;      // one line
+    std::string issuer;
+    std::string notAfter;  // as the certificate's text form has it, in GMT
+};
+
+// Connects, looks at the certificate and closes; sends nothing. Any thread; blocks for up to ten seconds.
+[[nodiscard]] std::variant<ServiceCertificate, CKError> fetchServiceCertificate(const std::string& URL);
+
+// Makes the transfer accept only that certificate, whoever signed it and whatever name it bears. The text lives as long
+// as the transfer.
+void acceptOnlyCertificate(CURL* transfer, const std::string& fingerprint);
+
+// The reason why a transfer ended, as an error of the client: 3 if nobody was reached, 4 if the connection broke.
+[[nodiscard]] CKError errorOfTransfer(CURLcode code);
+
+}  // namespace zun
