@@ -38,9 +38,9 @@ Token makeToken(const RequestWork& work, const std::string& binding, Place place
     return seal(RowWriter().number(place.sequence).number(known).date(work.now).take(), binding, work.facts.secret);
 }
 
-// True the first time that this device shows this token.
-bool tellExpired(RequestWork& work, const Token& token) {
-    const auto hash = hashSecret(token).substr(0, hashBytes);
+// True the first time that this device shows this token to this feed.
+bool tellExpired(RequestWork& work, const Token& token, const std::string& binding) {
+    const auto hash = hashSecret(token + binding).substr(0, hashBytes);
     auto told = work.rows.get(work.accountID, Table::ExpiredToken, work.deviceID).value_or("");
     for (std::size_t place = 0; place + hashBytes <= told.size(); place += hashBytes)
         if (std::string_view(told).substr(place, hashBytes) == hash) return false;
@@ -61,7 +61,7 @@ std::optional<Place> placeOf(RequestWork& work, const std::optional<Token>& toke
         const bool isOld = work.now - row.date() > work.facts.options.limits.keepDeletions;
         if (!isOld && place.knownThrough >= forgottenThrough && place.sequence <= sequence) return place;
     }
-    if (tellExpired(work, *token)) return std::nullopt;
+    if (tellExpired(work, *token, binding)) return std::nullopt;
     return Place{0, sequence};
 }
 
