@@ -37,6 +37,7 @@ ZNCardViewController::ZNCardViewController(const Collaborators& collaborators, Q
     // A card that flies passes over logo and number.
     _toolbar->lower();
     addObservers();
+    addSyncObservers();
     _stackView->onSetDelegate(this);
 }
 
@@ -79,12 +80,15 @@ void ZNCardViewController::reminderAdded(const ReminderPtr& reminder) {
 
 void ZNCardViewController::fetchData() {
     fetchDataFromTheDatabase();
+    if (_reminderIDToShowOnTop.empty()) syncWithiCloud();
     restartTimer();
 }
 
+// Starts no sync: if it was a pass that could not write, the next one cannot either.
 void ZNCardViewController::writeFailed() {
     _leaving.clear();
-    fetchData();
+    fetchDataFromTheDatabase();
+    restartTimer();
 }
 
 void ZNCardViewController::fetchDataFromTheDatabase() {
@@ -128,11 +132,13 @@ void ZNCardViewController::takeDeck(std::vector<ReminderPtr> fetched) {
     scheduleRefreshAtNextFireDate();
 }
 
-void ZNCardViewController::moveRequestedReminderToTopIfNecessary() {
+bool ZNCardViewController::moveRequestedReminderToTopIfNecessary() {
     const auto requested = std::exchange(_reminderIDToShowOnTop, {});
-    if (requested.empty()) return;
+    if (requested.empty()) return false;
     const auto found = positionOf(requested);
-    if (found != _reminders.end()) std::rotate(_reminders.begin(), found, found + 1);
+    if (found == _reminders.begin() || found == _reminders.end()) return false;
+    std::rotate(_reminders.begin(), found, found + 1);
+    return true;
 }
 
 void ZNCardViewController::restartTimer() {

@@ -1,8 +1,8 @@
 #pragma once
 
 // The main screen: holds the deck of reminders that are due now, feeds the stack, turns its gestures and buttons into
-// operations on the manager, and owns what stands around it: the count, the logo, the zero state, the picker of a
-// snooze and, in a wide window, the calendar beside the stack.
+// operations on the manager, and owns what stands around it: the count, the logo, how the sync goes, the zero state, the
+// picker of a snooze and, in a wide window, the calendar beside the stack.
 //
 // The deck is replaced whole by every fetch and edited in place by the actions. An action takes its card out of the
 // deck, animates, writes in the animation's completion and then registers the undo. Until that write shows in a fetch,
@@ -12,12 +12,14 @@
 
 #include <QPointer>
 #include <QUndoStack>
+#include <atomic>
 #include <map>
 #include <memory>
 #include <string>
 #include <vector>
 
 #include "cards/CardContext.h"
+#include "cards/SyncStatus.h"
 #include "cards/ZNSnoozeMenu.h"
 #include "cards/ZNSnoozePopoverViewController.h"
 #include "cards/ZNStackViewDelegate.h"
@@ -48,6 +50,7 @@ class ZNCardViewController final : public ZNView,
         QUndoStack& undoStack;
         const LocalizedStrings& strings;
         const DateLabels& labels;
+        SyncStatus& sync = NoSync::shared();
     };
     // How much of the toolbar's height the stack's bounds begin below the top; the deck's cards reach under the
     // toolbar's lower edge.
@@ -58,7 +61,7 @@ class ZNCardViewController final : public ZNView,
     explicit ZNCardViewController(const Collaborators& collaborators, QWidget* parent = nullptr);
     ~ZNCardViewController() override;
 
-    // The full refresh, which also puts the next regular one off by the whole interval.
+    // The full refresh, which also starts a sync and puts the next regular one off by the whole interval.
     void fetchData();
     // The store refused a change: every card whose write is under way comes back.
     void writeFailed();
@@ -116,11 +119,24 @@ class ZNCardViewController final : public ZNView,
     void fetchDataFromTheDatabase();
     void fetchLater();
     void takeDeck(std::vector<ReminderPtr> fetched);
-    void moveRequestedReminderToTopIfNecessary();
+    // True if the deck has changed.
+    bool moveRequestedReminderToTopIfNecessary();
     void updateUI();
     void restartTimer();
+
+    void addSyncObservers();
+    void syncWithiCloud();
+    void syncComplete();
+    void toggleLoading(bool isLoading);
+    void animateToolbarLoadingState(bool on);
+
     void scheduleRefreshAtNextFireDate();
     [[nodiscard]] QString windowTitle() const;
+
+    // What went wrong in the sync that runs or has just ended.
+    struct SyncFailures {
+        std::atomic<bool> didErrorOnSync = false, didTimeoutOnSync = false, syncWasUnreachable = false;
+    };
 
     using Write = std::function<void(const ReminderPtr&)>;
     void throwTopCard(bool completes, const Write& write);
@@ -142,6 +158,9 @@ class ZNCardViewController final : public ZNView,
     bool _skipLeft = false;
     bool _fetchRuns = false;
     bool _fetchIsWanted = false;
+    const std::shared_ptr<SyncFailures> _syncFailures = std::make_shared<SyncFailures>();
+    bool _failureWasShown = false;
+    NSTimer _loadingStateTimer;
     NSTimer _updateTimer;
     NSTimer _nextFireTimer;
     OptionalDate _nextFireDate;
