@@ -166,9 +166,8 @@ TEST_F(HttpTransportTest, APushStreamGoesOnWhereItBroke) {
         const std::string head = "HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\n\r\n";
         switch (++connections) {
             case 1:
-                return ScriptedHttpServer::answer("503 Unavailable", "");
             case 2:
-                return "";
+                return ScriptedHttpServer::answer("503 Unavailable", "");
             case 3:
                 return head + ": hello\n\nevent: opened\nid: 6\ndata: {\"gap\":false}\n\nevent: push\nid: 7\ndata: " +
                        cloud::encode(push) + "\n\n";
