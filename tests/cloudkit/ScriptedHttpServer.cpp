@@ -3,6 +3,7 @@
 #include <arpa/inet.h>
 #include <fmt/format.h>
 #include <openssl/x509.h>
+#include <signal.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -116,6 +117,11 @@ ScriptedHttpServer::~ScriptedHttpServer() {
 
 void ScriptedHttpServer::run() {
     std::vector<std::pair<int, std::thread>> connections;
+    // Clients may go while it writes; threads made here inherit this.
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     for (int number = 1; !_isStopping; ++number) {
         const int socket = accept(_listener, nullptr, nullptr);
         if (socket < 0) break;

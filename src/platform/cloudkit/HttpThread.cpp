@@ -1,5 +1,7 @@
 #include "platform/cloudkit/HttpThread.h"
 
+#include <signal.h>
+
 #include <algorithm>
 #include <utility>
 
@@ -128,7 +130,15 @@ void HttpThread::cancel(const HttpTransferPtr& transfer) {
     curl_multi_wakeup(_multi);
 }
 
+void blockPipeSignal() {
+    sigset_t signals;
+    sigemptyset(&signals);
+    sigaddset(&signals, SIGPIPE);
+    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
+}
+
 void HttpThread::run() {
+    blockPipeSignal();
     const auto isStopping = [this] {
         const std::scoped_lock lock(_mutex);
         return _isStopping;

@@ -38,6 +38,10 @@ struct HttpResponse {
 class HttpTransfer;
 using HttpTransferPtr = std::shared_ptr<HttpTransfer>;
 
+// For a thread on which transfers run: writing to a connection that the other side has closed is an error there, not
+// the end of the program.
+void blockPipeSignal();
+
 class HttpThread {
   public:
     using Ended = std::function<void(HttpResponse)>;

@@ -4,8 +4,10 @@
 #include <openssl/x509.h>
 
 #include <memory>
+#include <thread>
 
 #include "platform/cloudkit/CloudRequests.h"
+#include "platform/cloudkit/HttpThread.h"
 
 namespace zun {
 namespace {
@@ -89,7 +91,12 @@ std::variant<ServiceCertificate, CKError> fetchServiceCertificate(const std::str
     curl_easy_setopt(transfer.get(), CURLOPT_SSL_SESSIONID_CACHE, 0L);
     curl_easy_setopt(transfer.get(), CURLOPT_SSL_CTX_FUNCTION, &noteCertificate);
     curl_easy_setopt(transfer.get(), CURLOPT_SSL_CTX_DATA, &certificate);
-    const auto code = curl_easy_perform(transfer.get());
+    auto code = CURLE_OK;
+    // On a thread whose signals are its own.
+    std::thread([&] {
+        blockPipeSignal();
+        code = curl_easy_perform(transfer.get());
+    }).join();
     if (certificate.fingerprint.empty()) return errorOfTransfer(code == CURLE_OK ? CURLE_SSL_CONNECT_ERROR : code);
     return certificate;
 }
