@@ -102,6 +102,10 @@ void PushHub::remove(const std::shared_ptr<Stream>& stream) {
 }
 
 void PushHub::wake(const std::string& accountID) {
+    if (accountID.empty()) {
+        wakeAll();
+        return;
+    }
     std::vector<std::shared_ptr<Stream>> streams;
     {
         std::lock_guard lock(_mutex);

@@ -5,6 +5,7 @@
 
 #include <cstdlib>
 
+#include "server/storage/PostgresStorage.h"
 #include "server/storage/SqliteStorage.h"
 
 namespace zun::cloud {
@@ -35,7 +36,10 @@ int openServingLock(const Place& place) {
 
 }  // namespace
 
-std::unique_ptr<Storage> openStorage(const Place& place) { return std::make_unique<SqliteStorage>(folderOf(place)); }
+std::unique_ptr<Storage> openStorage(const Place& place) {
+    if (!place.database.empty()) return std::make_unique<PostgresStorage>(place.database);
+    return std::make_unique<SqliteStorage>(folderOf(place));
+}
 
 ServingRight::ServingRight(const Place& place) : _file(openServingLock(place)) {}
 

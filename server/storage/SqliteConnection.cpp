@@ -27,18 +27,6 @@ class Use {
 
 }  // namespace
 
-std::optional<std::string> endOfPrefix(std::string_view prefix) {
-    std::string end(prefix);
-    while (!end.empty()) {
-        if (static_cast<unsigned char>(end.back()) != 0xff) {
-            end.back() = static_cast<char>(static_cast<unsigned char>(end.back()) + 1);
-            return end;
-        }
-        end.pop_back();
-    }
-    return std::nullopt;
-}
-
 SqliteStatement::SqliteStatement(sqlite3* connection, const char* sql) {
     sqlite3_stmt* statement = nullptr;
     if (sqlite3_prepare_v3(connection, sql, -1, SQLITE_PREPARE_PERSISTENT, &statement, nullptr) != SQLITE_OK)
@@ -58,11 +46,6 @@ SqliteStatement& SqliteStatement::bind(int index, std::string_view bytes) {
 
 SqliteStatement& SqliteStatement::bind(int index, std::int64_t number) {
     check(sqlite3_bind_int64(_handle.get(), index, number));
-    return *this;
-}
-
-SqliteStatement& SqliteStatement::bindNull(int index) {
-    check(sqlite3_bind_null(_handle.get(), index));
     return *this;
 }
 
@@ -100,14 +83,14 @@ SqliteConnection::SqliteConnection(const std::filesystem::path& file, Mode mode)
                 " value BLOB NOT NULL, PRIMARY KEY (account, kind, name)) WITHOUT ROWID;");
     _get.emplace(connection, "SELECT value FROM rows WHERE account = ?1 AND kind = ?2 AND name = ?3");
     _scanFrom.emplace(connection, "SELECT name, value FROM rows WHERE account = ?1 AND kind = ?2 AND name >= ?3"
-                                  " AND (?4 IS NULL OR name < ?4) ORDER BY name LIMIT ?5");
+                                  " AND name < ?4 ORDER BY name LIMIT ?5");
     _scanAfter.emplace(connection, "SELECT name, value FROM rows WHERE account = ?1 AND kind = ?2 AND name > ?3"
-                                   " AND (?4 IS NULL OR name < ?4) ORDER BY name LIMIT ?5");
+                                   " AND name < ?4 ORDER BY name LIMIT ?5");
     _put.emplace(connection, "INSERT INTO rows (account, kind, name, value) VALUES (?1, ?2, ?3, ?4)"
                              " ON CONFLICT (account, kind, name) DO UPDATE SET value = excluded.value");
     _erase.emplace(connection, "DELETE FROM rows WHERE account = ?1 AND kind = ?2 AND name = ?3");
     _erasePrefix.emplace(connection, "DELETE FROM rows WHERE account = ?1 AND kind = ?2 AND name >= ?3"
-                                     " AND (?4 IS NULL OR name < ?4)");
+                                     " AND name < ?4");
 }
 
 void SqliteConnection::execute(const char* sql) {
@@ -133,8 +116,7 @@ void SqliteConnection::scan(std::string_view account, Table table, std::string_v
     const auto end = endOfPrefix(prefix);
     const Use use(statement);
     statement.bind(1, account).bind(2, static_cast<std::int64_t>(table)).bind(3, after < prefix ? prefix : after);
-    end ? statement.bind(4, *end) : statement.bindNull(4);
-    statement.bind(5, asLimit(limit));
+    statement.bind(4, end).bind(5, asLimit(limit));
     while (statement.step())
         if (!visitor(statement.bytes(0), statement.bytes(1))) return;
 }
@@ -149,9 +131,7 @@ void SqliteConnection::erase(std::string_view account, Table table, std::string_
 
 void SqliteConnection::erasePrefix(std::string_view account, Table table, std::string_view prefix) {
     const auto end = endOfPrefix(prefix);
-    _erasePrefix->bind(1, account).bind(2, static_cast<std::int64_t>(table)).bind(3, prefix);
-    end ? _erasePrefix->bind(4, *end) : _erasePrefix->bindNull(4);
-    _erasePrefix->run();
+    _erasePrefix->bind(1, account).bind(2, static_cast<std::int64_t>(table)).bind(3, prefix).bind(4, end).run();
 }
 
 }  // namespace zun::cloud

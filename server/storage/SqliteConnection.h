@@ -21,7 +21,6 @@ class SqliteStatement {
 
     SqliteStatement& bind(int index, std::string_view bytes);
     SqliteStatement& bind(int index, std::int64_t number);
-    SqliteStatement& bindNull(int index);
     // True while there is a row.
     bool step();
     void reset() noexcept { sqlite3_reset(_handle.get()); }
@@ -70,8 +69,5 @@ class SqliteConnection final : public Transaction {
     std::optional<SqliteStatement> _get, _scanFrom, _scanAfter, _put, _erase, _erasePrefix;
     std::set<std::string> _woken;
 };
-
-// The first name after all that begin with the prefix; nothing if there is no such name.
-[[nodiscard]] std::optional<std::string> endOfPrefix(std::string_view prefix);
 
 }  // namespace zun::cloud

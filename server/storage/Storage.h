@@ -64,6 +64,9 @@ class Transaction {
     virtual void wake(std::string_view account) = 0;
 };
 
+// The first name after all that begin with the prefix. Names are shorter than what stands for the end of all.
+[[nodiscard]] std::string endOfPrefix(std::string_view prefix);
+
 class Storage {
   public:
     enum class Ending { Commit, Rollback };
@@ -81,7 +84,7 @@ class Storage {
     virtual void write(Work work, Done done) = 0;
     virtual void read(Work work, Done done) = 0;
     // One listener; it runs on any thread, perhaps more often than there is news, and once more than expected: a call
-    // may be under way when it is replaced.
+    // may be under way when it is replaced. No account at all stands for any of them: wakes may have been missed.
     virtual void setWakeListener(WakeListener listener) = 0;
     // Every row of one moment, accounts in order. Blocks; throws StorageFailure.
     virtual void dump(const RowVisitor& visitor) = 0;

@@ -4,8 +4,8 @@
 #include <mutex>
 #include <utility>
 
-#include "platform/cloudkit/BlockGate.h"
 #include "platform/cloudprotocol/MessageCodec.h"
+#include "platform/foundation/BlockGate.h"
 
 namespace zun {
 namespace {

@@ -1,6 +1,8 @@
 #include "server/Storages.h"
 
+#include "server/PostgresCluster.h"
 #include "server/storage/MemoryStorage.h"
+#include "server/storage/PostgresStorage.h"
 #include "server/storage/SqliteStorage.h"
 #include "support/TemporaryFolder.h"
 
@@ -39,6 +41,14 @@ class SqlitePlace final : public StoragePlace {
     TemporaryFolder _folder;
 };
 
+class PostgresPlace final : public StoragePlace {
+  public:
+    std::unique_ptr<Storage> open() override { return std::make_unique<PostgresStorage>(_address, 4); }
+
+  private:
+    std::string _address = PostgresCluster::shared().makeDatabase();
+};
+
 template <class Place>
 StorageKind always(std::string name) {
     return {std::move(name), [] { return true; }, [] { return std::make_unique<Place>(); }};
@@ -46,6 +56,10 @@ StorageKind always(std::string name) {
 
 }  // namespace
 
-std::vector<StorageKind> allStorages() { return {always<MemoryPlace>("Memory"), always<SqlitePlace>("SQLite")}; }
+std::vector<StorageKind> allStorages() {
+    return {always<MemoryPlace>("Memory"),
+            always<SqlitePlace>("SQLite"),
+            {"PostgreSQL", PostgresCluster::isAvailable, [] { return std::make_unique<PostgresPlace>(); }}};
+}
 
 }  // namespace zun::cloud

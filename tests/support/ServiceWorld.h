@@ -56,8 +56,8 @@ inline const CKRecordZoneID remindersZone{"Reminders", std::string(CKCurrentUser
 class ServiceWorld {
   public:
     explicit ServiceWorld(std::unique_ptr<Storage> rows = std::make_unique<MemoryStorage>(),
-                          ServiceOptions serviceOptions = quickOptions())
-        : storage(std::move(rows)), options(std::move(serviceOptions)) {
+                          ServiceOptions serviceOptions = quickOptions(), std::uint64_t seed = 1)
+        : random(seed), storage(std::move(rows)), options(std::move(serviceOptions)) {
         restart();
     }
 
