@@ -1,6 +1,6 @@
 #include "platform/cloudkit/CKPushReceiver.h"
 
-#include "platform/cloudkit/BlockGate.h"
+#include "platform/foundation/BlockGate.h"
 
 namespace zun {
 namespace {

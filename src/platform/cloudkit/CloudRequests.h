@@ -8,9 +8,9 @@
 #include <functional>
 #include <memory>
 
-#include "platform/cloudkit/BlockGate.h"
 #include "platform/cloudkit/CloudSession.h"
 #include "platform/cloudkit/CloudTransport.h"
+#include "platform/foundation/BlockGate.h"
 #include "platform/foundation/Dispatch.h"
 
 namespace zun {

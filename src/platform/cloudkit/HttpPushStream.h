@@ -6,9 +6,9 @@
 
 #include <chrono>
 
-#include "platform/cloudkit/BlockGate.h"
 #include "platform/cloudkit/EventStreamParser.h"
 #include "platform/cloudkit/HttpTransport.h"
+#include "platform/foundation/BlockGate.h"
 
 namespace zun {
 
