@@ -14,7 +14,12 @@ bool ChangeTokens::Reading::isWanted() const {
 }
 
 void ChangeTokens::Reading::setToken(const OptionalToken& token) {
-    if (const auto tokens = _tokens.lock()) tokens->setToken(_generation, token);
+    auto needsFormer = NeedsFormer::Yes;
+    {
+        const std::lock_guard lock(_mutex);
+        if (_knowsZones && _missing.empty()) needsFormer = NeedsFormer::No;
+    }
+    if (const auto tokens = _tokens.lock()) tokens->setToken(_generation, token, needsFormer);
 }
 
 void ChangeTokens::Reading::expectZones(const std::vector<CKRecordZoneID>& zones) {
@@ -71,7 +76,7 @@ bool ChangeTokens::isCurrent(std::uint64_t generation) const {
     return generation == _generation;
 }
 
-void ChangeTokens::setToken(std::uint64_t generation, const OptionalToken& token) {
+void ChangeTokens::setToken(std::uint64_t generation, const OptionalToken& token, NeedsFormer needsFormer) {
     const std::lock_guard lock(_mutex);
     if (generation != _generation) return;
     if (!token) {
@@ -80,7 +85,7 @@ void ChangeTokens::setToken(std::uint64_t generation, const OptionalToken& token
         return storeFormer(std::nullopt);
     }
     // Empty bytes stand for no token at all.
-    if (!former()) storeFormer(stored().value_or(Bytes()));
+    if (needsFormer == NeedsFormer::Yes && !former()) storeFormer(stored().value_or(Bytes()));
     store(Bytes(token->begin(), token->end()));
 }
 

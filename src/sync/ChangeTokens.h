@@ -30,8 +30,9 @@ class ChangeTokens {
 
         // False, and nothing done from then on, once everything was forgotten: what is being read is no longer wanted.
         [[nodiscard]] bool isWanted() const;
-        void setToken(const OptionalToken& token);
+        // Before the last token, so that it is known whether that one stands for anything.
         void expectZones(const std::vector<CKRecordZoneID>& zones);
+        void setToken(const OptionalToken& token);
         void didReadZone(const CKRecordZoneID& zone);
 
       private:
@@ -54,7 +55,8 @@ class ChangeTokens {
     [[nodiscard]] std::uint64_t begin();
     void end(std::uint64_t generation, bool isComplete);
     [[nodiscard]] bool isCurrent(std::uint64_t generation) const;
-    void setToken(std::uint64_t generation, const OptionalToken& token);
+    enum class NeedsFormer { No, Yes };
+    void setToken(std::uint64_t generation, const OptionalToken& token, NeedsFormer needsFormer);
     [[nodiscard]] std::optional<Bytes> stored() const;
     void store(const std::optional<Bytes>& token);
     [[nodiscard]] std::optional<Bytes> former() const;

@@ -97,8 +97,8 @@ void ZNCloudKitManager::fetchChangesForDatabase(CloudDatabaseKind kind, const Op
             if (kind == CloudDatabaseKind::Private)
                 NSLog(fmt::format("Finished fetching Zone changes after {:f} seconds", elapsed()));
             if (type == ZNCloudKitErrorType::None) {
-                reading->setToken(token);
                 reading->expectZones(zones->changed);
+                reading->setToken(token);
                 if (kind == CloudDatabaseKind::Shared) removeRemindersInZones(zones->deleted);
                 if (!zones->changed.empty()) {
                     fetchZoneChanges(std::make_shared<const ZoneFetch>(
