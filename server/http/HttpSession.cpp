@@ -33,6 +33,8 @@ using TlsStream = beast::ssl_stream<SocketStream>;
 
 constexpr std::string_view versionHeader = "Zun-Protocol";
 constexpr double slowSeconds = 1;
+// For the other side to say goodbye, too.
+constexpr std::chrono::milliseconds farewell(300);
 // A receiver that is so far behind reads the rest when it comes back.
 constexpr std::size_t pushesWaiting = 1'000;
 constexpr std::size_t bufferKept = 64 << 10;
@@ -100,7 +102,7 @@ class Session final : public HttpConnection, public std::enable_shared_from_this
             while (!_isFinishing && co_await serveOne()) {
             }
             if constexpr (isTls) {
-                lowest().expires_after(_shared->options.requestTimeout);
+                lowest().expires_after(farewell);
                 co_await _stream.async_shutdown(asio::use_awaitable);
             }
         } catch (const std::exception&) {
