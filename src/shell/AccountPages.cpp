@@ -1,0 +1,77 @@
+#include "shell/AccountPages.h"
+
+#include <QVBoxLayout>
+
+namespace zun {
+namespace {
+
+std::string_view progressKey(AccountWork work) {
+    switch (work) {
+        case AccountWork::SigningIn:
+            return "Account_Signing_In";
+        case AccountWork::CreatingAccount:
+            return "Account_Creating";
+        case AccountWork::SigningOut:
+            return "Account_Signing_Out";
+        case AccountWork::ChangingPassword:
+            return "Account_Changing_Password";
+        case AccountWork::Exporting:
+            return "Account_Exporting";
+        case AccountWork::DeletingAccount:
+            return "Account_Deleting";
+        case AccountWork::SigningOutDevice:
+            return "Account_Signing_Out_Device";
+        case AccountWork::None:
+        case AccountWork::ReadingDevices:
+        case AccountWork::Syncing:
+            break;
+    }
+    return {};
+}
+
+}  // namespace
+
+QString AccountPage::text(std::string_view key, const QString& argument) const {
+    return QString::fromStdString(stringWithFormat(_with.strings.string(key), {argument.toStdString()}));
+}
+
+void AccountPage::addNoticeAndButtons(const std::vector<std::pair<const char*, QString>>& namesAndTexts) {
+    _notice = addNotice();
+    if (!namesAndTexts.empty()) _buttons = addButtons(namesAndTexts);
+    column().addStretch();
+}
+
+void AccountPage::refresh() {
+    const bool isBusy = model().isBusy();
+    if (isBusy && !_wasBusy) {
+        auto* focused = window()->focusWidget();
+        _lastFocus = focused && isAncestorOf(focused) ? focused : nullptr;
+    }
+    for (auto* control : content().findChildren<QWidget*>())
+        if (control->focusPolicy() != Qt::NoFocus) control->setEnabled(!isBusy);
+    if (isBusy) {
+        _notice->show(AccountNotice::Tone::Progress, text(progressKey(model().work())));
+    } else if (const auto& notice = model().notice()) {
+        const bool isGood = notice->tone == AccountModel::Notice::Tone::Good;
+        _notice->show(isGood ? AccountNotice::Tone::Good : AccountNotice::Tone::Bad,
+                      QString::fromStdString(notice->text));
+    } else {
+        _notice->show(AccountNotice::Tone::Good, {});
+    }
+    // Until the column is laid out anew, the notice has no place to scroll to.
+    if (_notice->isVisibleTo(this)) {
+        column().activate();
+        ensureWidgetVisible(_notice, 0, margin);
+    }
+    if (!isBusy && _wasBusy && _lastFocus && isVisible()) _lastFocus->setFocus(Qt::OtherFocusReason);
+    _wasBusy = isBusy;
+}
+
+// A password does not wait in a page that nobody sees.
+void AccountPage::hideEvent(QHideEvent* event) {
+    for (auto* field : content().findChildren<AccountField*>())
+        if (field->echoMode() == QLineEdit::Password) field->clear();
+    AccountColumn::hideEvent(event);
+}
+
+}  // namespace zun
