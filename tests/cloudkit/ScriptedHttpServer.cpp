@@ -125,7 +125,8 @@ void ScriptedHttpServer::run() {
     for (int number = 1; !_isStopping; ++number) {
         const int socket = accept(_listener, nullptr, nullptr);
         if (socket < 0) break;
-        connections.emplace_back(dup(socket), std::thread([this, socket, number] {
+        const int copy = dup(socket);
+        connections.emplace_back(copy, std::thread([this, socket, number] {
                                      Connection connection(socket, _context);
                                      if (!connection.greet()) return;
                                      while (auto seen = connection.read()) {
