@@ -55,12 +55,12 @@ std::string differences(const ReminderState& one, const ReminderState& other) {
     return lines;
 }
 
-// What ends with the program.
+// What ends with the program. Every other device keeps no cache from one run to the next.
 struct Device::Running {
     Running(Device& device, const std::filesystem::path& home)
         : database(home / "data", {device._world.dispatch, notifications, device.environment}),
           defaults(home / "configuration"),
-          cache(home / "cache"),
+          cache(device._seed % 2 == 0 ? home / "cache" : std::filesystem::path()),
           container({*device._network, device._session, device._world.dispatch, notifications, cache}),
           settings(defaults, nullptr, nullptr),
           pushes(device._world.dispatch),

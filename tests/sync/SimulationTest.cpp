@@ -7,7 +7,7 @@ namespace {
 
 // Short lives, many of them: most faults need few steps. The program "simulate" runs longer ones, and one again.
 TEST(Simulation, DevicesAgreeAndNothingIsLost) {
-    constexpr std::uint64_t seeds = 2'000;
+    constexpr std::uint64_t seeds = 1'500;
     std::map<std::string, std::uint64_t> counts;
     for (std::uint64_t seed = 1; seed <= seeds; ++seed) {
         const auto outcome = simulate(seed, {.devices = 2 + static_cast<int>(seed % 2), .steps = 12});
