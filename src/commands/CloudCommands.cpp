@@ -41,11 +41,18 @@ int enter(CommandContext& context, CloudAccess& cloud, const AccountOptions& opt
     if (!url)
         return context.fail("\"" + options.service + "\" is no address of a service. Try https://cloud.example.org.",
                             ExitStatus::wrongUsage);
-    const auto password = cloud.readPassword("Password: ");
+    const auto password = cloud.readPassword(options.readsPassword);
     if (!password || password->empty()) return context.fail("There was no password.");
     const auto error = await(cloud, [&](auto done) { start({*url, options.fingerprint}, *password, std::move(done)); });
-    if (error) return context.fail(sentenceAbout(*error));
-    return accountStatusCommand(context, cloud);
+    if (!error) return accountStatusCommand(context, cloud);
+    context.fail(sentenceAbout(*error));
+    if (!options.fingerprint.empty() || !url->starts_with("https://")) return ExitStatus::notPossible;
+    if (const auto fingerprint = cloud.untrustedFingerprint(*url))
+        context.fail(
+            "No authority that this computer trusts vouches for the service. If its host tells you the same "
+            "fingerprint, add: --trust " +
+            *fingerprint);
+    return ExitStatus::notPossible;
 }
 
 std::string_view nameOf(KeptReason reason) {
@@ -150,6 +157,7 @@ int accountStatusCommand(CommandContext& context, CloudAccess& cloud) {
 
 int cloudSwitchCommand(CommandContext& context, CloudAccess& cloud, bool isOn) {
     cloud.settings.setShouldUseCloudKit(isOn);
+    cloud.settings.save();
     context.print(isOn ? "Sync is on." : "Sync is off.");
     return ExitStatus::done;
 }

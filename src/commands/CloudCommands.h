@@ -21,13 +21,16 @@ struct CloudAccess {
     Dispatch& dispatch;
     // By the running application if there is one, else here.
     std::function<void(SyncJournal::Block)> sync;
-    // Absent if there is none to read.
-    std::function<std::optional<std::string>(const std::string& prompt)> readPassword;
+    // Absent if there is none to read. Asks the person at the terminal unless it is to come from standard input.
+    std::function<std::optional<std::string>(bool fromStandardInput)> readPassword;
+    // What the service shows of itself, where nobody vouches for it; absent if it cannot be seen.
+    std::function<std::optional<std::string>(const std::string& URL)> untrustedFingerprint;
 };
 using CloudCommand = std::function<int(CommandContext&, CloudAccess&)>;
 
 struct AccountOptions {
     std::string service, name, displayName, emailAddress, invitation, deviceName, fingerprint;
+    bool readsPassword = false;  // from standard input, whoever is there
 };
 
 int createAccountCommand(CommandContext& context, CloudAccess& cloud, const AccountOptions& options);

@@ -19,6 +19,8 @@
 
 namespace zun {
 
+struct CloudAccess;
+
 // Exit statuses, the same for all commands.
 namespace ExitStatus {
 inline constexpr int done = 0, notPossible = 1, wrongUsage = 2;
@@ -35,6 +37,8 @@ struct CommandContext {
     const QuickEntryReader& quickEntry;
     // Hands a URL to the running application. False if none is running.
     std::function<bool(const std::string& url)> openInApplication;
+    // Made when it is first asked for.
+    std::function<CloudAccess&()> cloud;
     bool json = false;
     // A person reads standard error, so a hint there disturbs no script.
     bool showsHints = false;

@@ -8,6 +8,8 @@
 #include <memory>
 #include <mutex>
 
+#include "commands/CloudCommands.h"
+
 namespace zun {
 namespace {
 
@@ -152,6 +154,56 @@ void addTransfer(CLI::App& app, CommandLine& line) {
     doctor->fallthrough();
 }
 
+void addAccount(CLI::App& app, CommandLine& line) {
+    auto* account = app.add_subcommand("account", "The account at a record service");
+    account->require_subcommand(1);
+    account->fallthrough();
+    const auto options = std::make_shared<AccountOptions>();
+    // Read from standard input in any case: the option says that there is no person to ask.
+    const auto addEntering = [&](CLI::App* command) {
+        command->add_option("--service", options->service, "The address of the service: https://cloud.example.org")
+            ->required()
+            ->type_name("URL");
+        command->add_option("--name", options->name, "The account's name")->required();
+        command->add_option("--device", options->deviceName, "What the list of devices calls this one");
+        command->add_option("--trust", options->fingerprint, "Accept the certificate with this SHA-256 fingerprint")
+            ->type_name("FINGERPRINT");
+        command->add_flag("--password-stdin", options->readsPassword, "Read the password from standard input");
+        return command;
+    };
+    auto* create = addEntering(account->add_subcommand("create", "Create an account, and sign in"));
+    create->add_option("--display-name", options->displayName, "What others see");
+    create->add_option("--email", options->emailAddress, "For invitations to shared reminders");
+    create->add_option("--invitation", options->invitation, "A code, where the service wants one");
+    onCommand(create, line,
+              [options](CommandContext& context) { return createAccountCommand(context, context.cloud(), *options); });
+    onCommand(addEntering(account->add_subcommand("login", "Sign in on this device")), line,
+              [options](CommandContext& context) { return loginCommand(context, context.cloud(), *options); });
+    onCommand(account->add_subcommand("logout", "Sign out on this device; the reminders stay"), line,
+              [](CommandContext& context) { return logoutCommand(context, context.cloud()); });
+    onCommand(account->add_subcommand("status", "Who is signed in, and how the sync stands"), line,
+              [](CommandContext& context) { return accountStatusCommand(context, context.cloud()); });
+}
+
+void addSync(CLI::App& app, CommandLine& line) {
+    auto* cloud = app.add_subcommand("cloud", "Switch the sync on or off");
+    cloud->require_subcommand(1);
+    cloud->fallthrough();
+    for (const bool isOn : {true, false})
+        onCommand(cloud->add_subcommand(isOn ? "on" : "off"), line,
+                  [isOn](CommandContext& context) { return cloudSwitchCommand(context, context.cloud(), isOn); });
+    onCommand(app.add_subcommand("sync", "Bring this device and the account into step; says what moved"), line,
+              [](CommandContext& context) { return syncCommand(context, context.cloud()); });
+
+    auto* conflicts = app.add_subcommand("conflicts", "What the sync replaced or deleted in the last 30 days");
+    conflicts->fallthrough();
+    const auto number = std::make_shared<std::int64_t>(0);
+    conflicts->add_option("--restore", *number, "Bring this version back")->type_name("NUMBER");
+    onCommand(conflicts, line, [number](CommandContext& context) {
+        return *number != 0 ? restoreConflictCommand(context, *number) : conflictsCommand(context);
+    });
+}
+
 }  // namespace
 
 std::optional<int> parseCommandLine(int argc, const char* const* argv, CommandLine& line) {
@@ -164,6 +216,8 @@ std::optional<int> parseCommandLine(int argc, const char* const* argv, CommandLi
     addActions(app, line);
     addAlerts(app, line);
     addTransfer(app, line);
+    addAccount(app, line);
+    addSync(app, line);
     try {
         app.parse(argc, argv);
     } catch (const CLI::ParseError& error) {

@@ -37,10 +37,11 @@ void AppDelegate::prepareMainInterface() {
 ZNTabViewController* AppDelegate::makeRoot(std::function<QSizeF()> windowSize) {
     const CardContext cards{_with.dispatch, _with.notifications, _with.settings,       _pictures,
                             _animations,    _cardTexts,          std::move(windowSize)};
-    return new ZNTabViewController({{cards, _with.manager, _with.environment, _undoStack, _with.strings, _with.labels},
-                                    _with.strings,
-                                    _keptReminders,
-                                    _with.screens});
+    return new ZNTabViewController(
+        {{cards, _with.manager, _with.environment, _undoStack, _with.strings, _with.labels, _with.sync},
+         _with.strings,
+         _keptReminders,
+         _with.screens});
 }
 
 void AppDelegate::prepareWindow() {

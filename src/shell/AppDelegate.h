@@ -27,6 +27,7 @@
 #include "shell/LauncherBadge.h"
 #include "shell/LinkIntake.h"
 #include "shell/SystemTray.h"
+#include "shell/ZNAccountWindowController.h"
 #include "shell/ZNKeyboardShortcutsWindowController.h"
 #include "shell/ZNMenuBarWindowController.h"
 #include "shell/ZNMenuViewController.h"
@@ -57,6 +58,8 @@ class AppDelegate final : public QObject, public NSUserNotificationCenterDelegat
         const ScreenMakers& screens;
         std::function<void()> refreshEnvironment;
         std::function<void()> terminate;
+        SyncStatus& sync = NoSync::shared();
+        AccountModel* accountModel = nullptr;  // null where there can be no account; outlives the delegate
     };
     enum class Shows { Window, Nothing };
 
@@ -94,6 +97,7 @@ class AppDelegate final : public QObject, public NSUserNotificationCenterDelegat
     [[nodiscard]] ZNMenuBarWindowController* menuBarWindow() const { return _menuBarWindow.get(); }
     [[nodiscard]] ZNStatusItemView* statusItemView() const { return _statusItemView.get(); }
     [[nodiscard]] ZNSettingsWindowController* settingsWindow() const { return _settings.get(); }
+    [[nodiscard]] ZNAccountWindowController* accountWindow() const { return _accountWindow.get(); }
     [[nodiscard]] ZNMenuViewController& menuBarController() { return _menuBarController; }
     // The root controller of the mode.
     [[nodiscard]] ZNTabViewController& root() const;
@@ -125,6 +129,7 @@ class AppDelegate final : public QObject, public NSUserNotificationCenterDelegat
     void closeActiveWindow();
     void showSettings();
     void showShortcuts();
+    void showAccount();
     void toggleFullScreen();
     void updateWindowTitle(const std::string& title);
     void updateBadgeIcon();
@@ -159,6 +164,7 @@ class AppDelegate final : public QObject, public NSUserNotificationCenterDelegat
     std::unique_ptr<ZNStatusItemView> _statusItemView;
     std::unique_ptr<ZNSettingsWindowController> _settings;  // while it is open
     std::unique_ptr<ZNKeyboardShortcutsWindowController> _shortcutsWindow;
+    std::unique_ptr<ZNAccountWindowController> _accountWindow;  // while it is open
     Activation _activation;  // of what is brought forward now
     std::optional<std::chrono::microseconds> _requestedReminderShown;
     std::shared_ptr<std::atomic<int>> _cleanupsUnderWay = std::make_shared<std::atomic<int>>(0);

@@ -5,9 +5,10 @@
 
 #include <memory>
 
+#include "account/AccountKeeper.h"
+#include "account/KeptCloudAccount.h"
 #include "apps/wiring/LoginCommand.h"
 #include "core/ClockWitness.h"
-#include "core/NoCloud.h"
 #include "core/ZNReminderManager.h"
 #include "dates/DateLabels.h"
 #include "platform/foundation/Home.h"
@@ -18,6 +19,7 @@
 #include "platform/usernotifications/StoredNotificationCenter.h"
 #include "settings/CloudAccount.h"
 #include "settings/ZNSettingsObject.h"
+#include "sync/PushRelay.h"
 #include "text/QuickEntry.h"
 #include "text/ZNReminderHelper.h"
 
@@ -29,6 +31,8 @@ struct Core {
     Core(const Home& home, std::shared_ptr<MainQueue> main)
         : dispatch(std::move(main)),
           defaults(home.configuration),
+          keeper({home.configuration, home.data}, nullptr, dispatch),
+          account(keeper),
           loginItem(AutostartLoginItem::Folders::find(), home.busName, loginCommand(home)),
           settings(defaults, &loginItem, &account),
           syncCache(defaults),
@@ -36,6 +40,7 @@ struct Core {
           labels(environment, strings),
           helper(environment, strings),
           quickEntry(environment, settings, strings),
+          cloud(dispatch),
           database(home.data, {dispatch, notifications, environment}),
           clock(home.state, environment),
           userNotifications(home.data, {dispatch, environment}),
@@ -46,16 +51,17 @@ struct Core {
     SystemDispatch dispatch;
     NSNotificationCenter notifications;
     ZNUserDefaults defaults;
+    AccountKeeper keeper;
+    KeptCloudAccount account;
     AutostartLoginItem loginItem;
-    NoCloudAccount account;
     ZNSettingsObject settings;
     StoredSyncCache syncCache;
     LocalizedStrings strings;
     DateLabels labels;
     ZNReminderHelper helper;
     QuickEntryReader quickEntry;
+    PushRelay cloud;  // connected by the program that syncs; in others every push fails and leaves its mark
     ZNDatabase database;
-    NoCloud cloud;
     ClockWitness clock;
     StoredNotificationCenter userNotifications;
     ZNReminderManager manager;

@@ -7,6 +7,7 @@
 
 #include "apps/wiring/Core.h"
 #include "apps/zun/AlertServiceStarter.h"
+#include "apps/zun/CloudOfApplication.h"
 #include "apps/zun/EndingSignals.h"
 #include "apps/zun/Preparations.h"
 #include "shell/AppDelegate.h"
@@ -104,6 +105,7 @@ int runApplication(int argc, char** argv, const std::function<void(AppDelegate&)
 
     const auto mainQueue = std::make_shared<QtMainQueue>();
     Core core(home, DispatchQueuePtr(mainQueue));
+    CloudOfApplication cloud(home, core);
     const auto& topics = preparations.topics();
     QApplication::setLayoutDirection(core.strings.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
     QApplication::setFont(appFont(13));
@@ -114,11 +116,12 @@ int runApplication(int argc, char** argv, const std::function<void(AppDelegate&)
     const ScreenMakers makers = screens.makers();
     AppDelegate delegate({home, core.environment, core.dispatch, core.notifications, core.settings, core.strings,
                           core.labels, topics, core.database, core.manager, core.userNotifications, core.account,
-                          core.syncCache, tray, makers, [&core] { core.environment.refresh(); },
-                          [] { QApplication::quit(); }});
+                          cloud.cloud().manager, tray, makers, [&core] { core.environment.refresh(); },
+                          [] { QApplication::quit(); }, cloud});
     connectService(service, delegate);
     QObject::connect(&delegate, &AppDelegate::firstPaintDone, &delegate, [&] {
         core.userNotifications.setDelegate(&delegate);
+        cloud.start();
         startAlertServiceIfNecessary(home.alertsBusName, arguments.home);
     });
 

@@ -1,6 +1,9 @@
 #pragma once
 
+#include <optional>
 #include <string>
+
+#include "sync/SyncJournal.h"
 
 namespace zun {
 
@@ -11,6 +14,8 @@ class ApplicationCaller {
 
     // False if no application of that name runs, or there is no bus. Starts none.
     [[nodiscard]] bool open(const std::string& url) const;
+    // What a pass of its came to; absent as above, or if it does not answer within some minutes.
+    [[nodiscard]] std::optional<SyncOutcome> sync() const;
 
   private:
     std::string _busName;

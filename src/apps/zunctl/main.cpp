@@ -8,6 +8,7 @@
 
 #include "apps/wiring/Core.h"
 #include "apps/zunctl/ApplicationCaller.h"
+#include "apps/zunctl/CloudForCommands.h"
 #include "commands/CommandLine.h"
 #include "commands/DoctorCommand.h"
 
@@ -31,6 +32,7 @@ int run(const zun::CommandLine& line) {
     }
     zun::Core core(home, std::make_shared<zun::LoopQueue>());
     core.settings.setDefaultsIfNecessary();
+    std::unique_ptr<zun::CloudForCommands> cloud;
 
     zun::CommandContext context{core.environment,
                                 core.database,
@@ -40,7 +42,11 @@ int run(const zun::CommandLine& line) {
                                 core.labels,
                                 core.helper,
                                 core.quickEntry,
-                                [&](const std::string& url) { return zun::ApplicationCaller(home.busName).open(url); }};
+                                [&](const std::string& url) { return zun::ApplicationCaller(home.busName).open(url); },
+                                [&]() -> zun::CloudAccess& {
+                                    if (!cloud) cloud = std::make_unique<zun::CloudForCommands>(home, core);
+                                    return cloud->access();
+                                }};
     context.json = line.json;
     context.showsHints = isatty(STDERR_FILENO) != 0;
     const int status = zun::runCommand(line, context, print);

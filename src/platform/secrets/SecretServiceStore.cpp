@@ -141,17 +141,15 @@ class Conversation {
     sdbus::ObjectPath _session;
 };
 
-// What `talk` gives, or the fallback where there is no service or it fails. A desktop without one is nothing to log.
+// What `talk` gives, or the fallback where there is no service or it fails. A session without one is nothing to log.
 template <class Result>
 Result converse(Result fallback, const std::function<Result(Conversation&)>& talk) {
+    std::optional<Conversation> conversation;
     try {
-        Conversation conversation;
-        return talk(conversation);
+        conversation.emplace();
+        return talk(*conversation);
     } catch (const sdbus::Error& error) {
-        const auto& what = error.getName();
-        if (what.find("ServiceUnknown") == std::string::npos && what.find("FileNotFound") == std::string::npos &&
-            what.find("NoServer") == std::string::npos)
-            NSLog("The keyring did not answer: " + what);
+        if (conversation) NSLog("The keyring did not answer: " + error.getName());
     }
     return fallback;
 }

@@ -1,0 +1,54 @@
+#pragma once
+
+// What a program that syncs has beside the core: the road to the service, the databases, the pass and the pushes. Made
+// after the core and gone before it.
+
+#include <memory>
+
+#include "account/AccountClient.h"
+#include "account/AccountTransport.h"
+#include "apps/wiring/Core.h"
+#include "platform/cloudkit/CKPushReceiver.h"
+#include "platform/cloudkit/CloudContainer.h"
+#include "platform/cloudkit/HttpTransport.h"
+#include "platform/cloudkit/RecordCache.h"
+#include "platform/reachability/Reachability.h"
+#include "sync/SyncJournal.h"
+#include "sync/ZNCloudKitManager.h"
+#include "sync/ZNCloudKitSubscriptionManager.h"
+#include "sync/ZNStateManager.h"
+
+namespace zun {
+
+struct Cloud {
+    Cloud(const Home& home, Core& core, std::unique_ptr<Reachability> watcher)
+        : makeTransport([&core](const ServiceAddress& address) {
+              return std::make_shared<HttpTransport>(address, core.dispatch, core.environment);
+          }),
+          transport(core.keeper, makeTransport),
+          client({core.keeper, transport, makeTransport}),
+          cache(home.state / "cloud"),
+          container({transport, core.keeper, core.dispatch, core.notifications, cache}),
+          reachability(std::move(watcher)),
+          stateManager(core.dispatch, *reachability),
+          subscriptions(core.dispatch, container),
+          manager({container, core.manager, core.settings, stateManager, subscriptions, core.cloud, core.notifications,
+                   core.environment, core.dispatch}),
+          journal({manager, core.keeper, core.defaults, core.notifications, core.environment}),
+          pushes(transport, core.keeper, core.dispatch,
+                 [this](const CKNotification& notification) { manager.didReceiveRemoteNotification(notification); }) {}
+
+    TransportFactory makeTransport;
+    AccountTransport transport;
+    AccountClient client;
+    RecordCache cache;
+    CloudContainer container;
+    std::unique_ptr<Reachability> reachability;
+    ZNStateManager stateManager;
+    ZNCloudKitSubscriptionManager subscriptions;
+    ZNCloudKitManager manager;
+    SyncJournal journal;
+    CKPushReceiver pushes;
+};
+
+}  // namespace zun

@@ -1,0 +1,60 @@
+#include "apps/zun/CloudOfApplication.h"
+
+#include <QFileInfo>
+
+namespace zun {
+namespace {
+
+std::string hostOf(const AccountKeeper& keeper) {
+    const auto account = keeper.state().account;
+    if (!account) return {};
+    auto host = account->serviceURL;
+    if (const auto scheme = host.find("://"); scheme != std::string::npos) host.erase(0, scheme + 3);
+    host.erase(std::min(host.find('/'), host.size()));
+    if (const auto port = host.rfind(':'); port != std::string::npos && host.find(']', port) == std::string::npos)
+        host.erase(port);
+    return host;
+}
+
+}  // namespace
+
+CloudOfApplication::CloudOfApplication(const Home& home, Core& core)
+    : _core(core),
+      _monitor(SystemNetworkMonitor::onSystemBus()),
+      _cloud(home, core, makeReachability()),
+      _service(_cloud.journal, QString::fromStdString(home.busName)) {
+    _session = core.keeper.observeSession([this] { followAccount(); });
+    watchAccountFile();
+}
+
+std::unique_ptr<Reachability> CloudOfApplication::makeReachability() {
+    auto reachability = HostReachability::reachabilityWithHostname(hostOf(_core.keeper), *_monitor, _core.dispatch);
+    _reachability = reachability.get();
+    return reachability;
+}
+
+void CloudOfApplication::start() {
+    _core.database.takeUnfinishedPushesForFailed();
+    _core.database.forgetKeptVersionsBefore(_core.environment.now() - std::chrono::days(30));
+    _cloud.pushes.start();
+}
+
+// Somebody signed in or out, here or with zunctl.
+void CloudOfApplication::followAccount() {
+    _reachability->setHostname(hostOf(_core.keeper));
+    _cloud.manager.syncChangesFromCloudKit();
+}
+
+void CloudOfApplication::watchAccountFile() {
+    const auto file = QString::fromStdString(_core.keeper.file().string());
+    _accountFile.addPaths({QFileInfo(file).path(), file});
+    const auto changed = [this, file] {
+        // The file is replaced whole, which ends the watch on it.
+        if (QFileInfo::exists(file) && !_accountFile.files().contains(file)) _accountFile.addPath(file);
+        _core.keeper.reload();
+    };
+    QObject::connect(&_accountFile, &QFileSystemWatcher::fileChanged, &_service, changed);
+    QObject::connect(&_accountFile, &QFileSystemWatcher::directoryChanged, &_service, changed);
+}
+
+}  // namespace zun

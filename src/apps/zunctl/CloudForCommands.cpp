@@ -1,0 +1,98 @@
+#include "apps/zunctl/CloudForCommands.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <termios.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <iostream>
+
+#include "apps/zunctl/ApplicationCaller.h"
+#include "platform/cloudkit/ServiceCertificate.h"
+#include "platform/foundation/DurableFile.h"
+
+namespace zun {
+namespace {
+
+// A command that is asked to sync tries; what is not there, the request itself will find out.
+class TriesAnyway final : public Reachability {
+  public:
+    void setReachableBlock(std::function<void()> block) override { _reachable = std::move(block); }
+    void setUnreachableBlock(std::function<void()>) override {}
+    void startNotifier() override {
+        if (_reachable) _reachable();
+    }
+    [[nodiscard]] NetworkStatus currentReachabilityStatus() const override { return NetworkStatus::ReachableViaWiFi; }
+
+  private:
+    std::function<void()> _reachable;
+};
+
+// Turns off the terminal's echo while it lives; a standard input that is no terminal has none.
+class WithoutEcho {
+  public:
+    WithoutEcho() : _isTerminal(::tcgetattr(STDIN_FILENO, &_former) == 0) {
+        if (!_isTerminal) return;
+        termios silent = _former;
+        silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
+        ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &silent);
+    }
+    ~WithoutEcho() {
+        if (_isTerminal) ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &_former);
+    }
+    WithoutEcho(const WithoutEcho&) = delete;
+    WithoutEcho& operator=(const WithoutEcho&) = delete;
+
+  private:
+    termios _former{};
+    bool _isTerminal;
+};
+
+std::optional<std::string> fingerprintOf(const std::string& url) {
+    const auto certificate = fetchServiceCertificate(url);
+    const auto* shown = std::get_if<ServiceCertificate>(&certificate);
+    return shown ? std::optional(shown->fingerprint) : std::nullopt;
+}
+
+}  // namespace
+
+CloudForCommands::CloudForCommands(const Home& home, Core& core)
+    : _home(home),
+      _core(core),
+      _cloud(home, core, std::make_unique<TriesAnyway>()),
+      _access{core.keeper,
+              _cloud.client,
+              core.settings,
+              core.dispatch,
+              [this](const SyncJournal::Block& completion) { sync(completion); },
+              readPassword,
+              fingerprintOf} {}
+
+void CloudForCommands::sync(const SyncJournal::Block& completion) {
+    if (const auto outcome = ApplicationCaller(_home.busName).sync()) return completion(*outcome);
+    // One at a time: what two commands push at once, each would find changed by the other.
+    std::error_code none;
+    std::filesystem::create_directories(_home.runtime, none);
+    const auto lock = std::make_shared<FileDescriptor>(
+        ::open((_home.runtime / "sync.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    if (lock->isOpen()) ::flock(lock->number(), LOCK_EX);
+    _core.keeper.waitForSecret();
+    _core.database.takeUnfinishedPushesForFailed();
+    _cloud.journal.syncNow([lock, completion](const SyncOutcome& outcome) { completion(outcome); });
+}
+
+std::optional<std::string> readPassword(bool fromStandardInput) {
+    const bool asks = !fromStandardInput && ::isatty(STDIN_FILENO) != 0;
+    std::optional<WithoutEcho> silence;
+    if (asks) {
+        std::fputs("Password: ", stderr);
+        silence.emplace();
+    }
+    std::string line;
+    const bool isThere = static_cast<bool>(std::getline(std::cin, line));
+    if (asks) std::fputs("\n", stderr);
+    return isThere ? std::optional(std::move(line)) : std::nullopt;
+}
+
+}  // namespace zun

@@ -1,0 +1,33 @@
+#pragma once
+
+// The cloud as zunctl has it: made only when a command asks for it, with the sync done by the running application
+// where there is one. Main thread.
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "apps/wiring/Cloud.h"
+#include "commands/CloudCommands.h"
+
+namespace zun {
+
+class CloudForCommands {
+  public:
+    CloudForCommands(const Home& home, Core& core);
+
+    [[nodiscard]] CloudAccess& access() { return _access; }
+
+  private:
+    void sync(const SyncJournal::Block& completion);
+
+    const Home& _home;
+    Core& _core;
+    Cloud _cloud;
+    CloudAccess _access;
+};
+
+// One line without its end; from the terminal without an echo. Absent at the end of the input.
+[[nodiscard]] std::optional<std::string> readPassword(bool fromStandardInput);
+
+}  // namespace zun
