@@ -26,6 +26,7 @@ inline constexpr std::string_view ZNListViewMenuActionNotification = "com.zunlab
 inline constexpr std::string_view ZNListViewShouldSearchNotification = "com.zunlabs.ZNListViewShouldSearchNotification";
 inline constexpr std::string_view ZNSaveCardMenuActionNotification = "com.zunlabs.ZNSaveCardMenuActionNotification";
 inline constexpr std::string_view ZNSettingsMenuActionNotification = "com.zunlabs.ZNSettingsMenuActionNotification";
+inline constexpr std::string_view ZNAccountMenuActionNotification = "com.zunlabs.ZNAccountMenuActionNotification";
 inline constexpr std::string_view ZNShowKeyboardShortcutsNotification =
     "com.zunlabs.ZNShowKeyboardShortcutsNotification";
 inline constexpr std::string_view ZNCloseWindowActionNotification = "com.zunlabs.ZNCloseWindowActionNotification";

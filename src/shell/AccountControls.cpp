@@ -6,6 +6,7 @@
 #include <QPainter>
 #include <QVBoxLayout>
 
+#include "toolkit/GroundScrollBar.h"
 #include "toolkit/Tokens.h"
 #include "toolkit/ZNFonts.h"
 
@@ -18,6 +19,7 @@ constexpr int labelSize = 12;
 constexpr int titleSize = 18;
 constexpr int noticePadding = 10;
 constexpr int fieldPadding = 7;
+constexpr int longestWord = 20;  // letters; the widest still fit into a row beside its button
 
 QColor color(QRgb value) {
     return QColor::fromRgba(value);
@@ -41,11 +43,27 @@ NoticeColors colorsOf(AccountNotice::Tone tone) {
 
 }  // namespace
 
+QString breakable(const QString& text) {
+    QString result;
+    int inWord = 0;
+    for (const QChar letter : text) {
+        inWord = letter.isSpace() ? 0 : inWord + 1;
+        if (inWord > longestWord && !letter.isLowSurrogate() && !letter.isMark()) {
+            result += QChar(0x200b);
+            inWord = 1;
+        }
+        result += letter;
+    }
+    return result;
+}
+
 QLabel* makeAccountLabel(const QString& text, int size, QRgb textColor, QWidget* parent) {
     auto* label = new QLabel(text, parent);
     label->setTextFormat(Qt::PlainText);
     label->setFont(appFont(size));
     label->setWordWrap(true);
+    // One long word must not make the page wider than the window.
+    label->setMinimumWidth(1);
     QPalette colors = label->palette();
     colors.setColor(QPalette::WindowText, color(textColor));
     label->setPalette(colors);
@@ -136,6 +154,7 @@ AccountColumn::AccountColumn(QWidget* parent) : QScrollArea(parent) {
     setWidget(inside);
     setWidgetResizable(true);
     setFrameShape(QFrame::NoFrame);
+    setVerticalScrollBar(new GroundScrollBar(GroundScrollBar::On::Panel, this));
     setHorizontalScrollBarPolicy(Qt::ScrollBarAlwaysOff);
     setFocusPolicy(Qt::NoFocus);
     for (auto* ground : {static_cast<QWidget*>(this), viewport(), inside})

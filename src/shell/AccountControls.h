@@ -74,6 +74,8 @@ class AccountColumn : public QScrollArea {
     QVBoxLayout* _column;
 };
 
+// The text with places to break in words that are longer than a line may be. For what other people have written.
+[[nodiscard]] QString breakable(const QString& text);
 [[nodiscard]] QLabel* makeAccountLabel(const QString& text, int size, QRgb color, QWidget* parent);
 
 }  // namespace zun

@@ -125,7 +125,9 @@ void AccountCertificatePage::refresh() {
     const auto& question = model().certificateQuestion();
     if (!question) return;
     const auto& certificate = question->certificate;
-    const auto show = [](QLabel* fact, const std::string& words) { fact->setText(QString::fromStdString(words)); };
+    const auto show = [](QLabel* fact, const std::string& words) {
+        fact->setText(breakable(QString::fromStdString(words)));
+    };
     _explanation->setText(text(question->hasChanged ? "Account_Certificate_Changed_Text" : "Account_Certificate_Text"));
     show(_service, question->serviceURL);
     // Half of it a line, so that it can be compared with a finger on it.

@@ -61,10 +61,10 @@ QWidget* AccountListPage::makeRow(std::size_t index) {
     across->setSpacing(8);
     auto* words = new QVBoxLayout;
     words->setSpacing(2);
-    auto* title = makeAccountLabel(row.title, 13, tokens::settingsText, view);
+    auto* title = makeAccountLabel(breakable(row.title), 13, tokens::settingsText, view);
     title->setFont(appFont(13, QFont::DemiBold));
     words->addWidget(title);
-    if (!row.notes.isEmpty()) words->addWidget(makeAccountLabel(row.notes, 13, tokens::settingsText, view));
+    if (!row.notes.isEmpty()) words->addWidget(makeAccountLabel(breakable(row.notes), 13, tokens::settingsText, view));
     words->addWidget(makeAccountLabel(row.details, 12, tokens::settingsTextSecondary, view));
     across->addLayout(words, 1);
     auto* button = new ZNPushButton(row.button, view);
@@ -102,6 +102,7 @@ void AccountListPage::showRows(std::vector<Row> rows) {
         for (std::size_t i = 0; i < shown; ++i) {
             _views.push_back(makeRow(i));
             _list->addWidget(_views.back());
+            _views.back()->show();
         }
     }
     for (std::size_t i = 0; i < shown; ++i) {

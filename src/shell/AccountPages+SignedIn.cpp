@@ -72,12 +72,11 @@ void AccountStatusPage::refresh() {
     const auto state = model().account();
     if (!state.account) return;
     const auto& account = *state.account;
-    const auto name = QString::fromStdString(account.name);
-    const auto displayName = QString::fromStdString(account.displayName);
-    _who->setText(displayName.isEmpty() || displayName == name
-                      ? name
-                      : QString::fromStdString(stringWithFormat(_with.strings.string("Account_Who_Format"),
-                                                                {account.displayName, account.name})));
+    const bool hasOneName = account.displayName.empty() || account.displayName == account.name;
+    const auto who =
+        hasOneName ? account.name
+                   : stringWithFormat(_with.strings.string("Account_Who_Format"), {account.displayName, account.name});
+    _who->setText(breakable(QString::fromStdString(who)));
     _service->setText(QString::fromStdString(account.serviceURL));
     _place->setText(
         text(state.secretPlace == SecretPlace::SecretService ? "Account_Place_Keyring" : "Account_Place_File"));

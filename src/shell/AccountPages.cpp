@@ -46,6 +46,8 @@ void AccountPage::refresh() {
     if (isBusy && !_wasBusy) {
         auto* focused = window()->focusWidget();
         _lastFocus = focused && isAncestorOf(focused) ? focused : nullptr;
+        // Else it would go to the next control that is not disabled, in another part of the window.
+        if (_lastFocus) setFocus(Qt::OtherFocusReason);
     }
     for (auto* control : content().findChildren<QWidget*>())
         if (control->focusPolicy() != Qt::NoFocus) control->setEnabled(!isBusy);
@@ -63,7 +65,7 @@ void AccountPage::refresh() {
         column().activate();
         ensureWidgetVisible(_notice, 0, margin);
     }
-    if (!isBusy && _wasBusy && _lastFocus && isVisible()) _lastFocus->setFocus(Qt::OtherFocusReason);
+    if (!isBusy && _wasBusy && _lastFocus && hasFocus()) _lastFocus->setFocus(Qt::OtherFocusReason);
     _wasBusy = isBusy;
 }
 

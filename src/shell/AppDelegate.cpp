@@ -64,6 +64,8 @@ void AppDelegate::addObservers() {
     on(ZNCloseWindowActionNotification, [this] { closeActiveWindow(); });
     on(ZNSettingsMenuActionNotification, [this] { showSettings(); });
     on(ZNShowKeyboardShortcutsNotification, [this] { showShortcuts(); });
+    on(ZNAccountMenuActionNotification, [this] { showAccount(); });
+    _menuBarController.accountItem().setEnabled(_with.accountModel != nullptr);
     on(ZNQuitActionNotification, [this] { quit(); });
     on(ZNiCloudSyncFinished, [this] { cleanupReminders(); });
     on(ZNAppModeDidChangeNotification, [this] { appModeDidChange(); });
@@ -172,6 +174,8 @@ void AppDelegate::toggleFullScreen() {
 void AppDelegate::closeActiveWindow() {
     if (_settings && _settings->isActiveWindow()) {
         _settings->close();
+    } else if (_accountWindow && _accountWindow->isActiveWindow()) {
+        _accountWindow->close();
     } else if (_tabWindow) {
         _tabWindow->close();
     } else if (_menuBarWindow && _menuBarWindow->shown()) {
@@ -197,6 +201,19 @@ void AppDelegate::showShortcuts() {
     if (!_shortcutsWindow)
         _shortcutsWindow = std::make_unique<ZNKeyboardShortcutsWindowController>(_with.strings, _pictures);
     bringForward(*_shortcutsWindow, {});
+}
+
+// One at a time: what is typed into it stays.
+void AppDelegate::showAccount() {
+    if (!_with.accountModel) return;
+    if (!_accountWindow) {
+        _accountWindow = std::make_unique<ZNAccountWindowController>(ZNAccountWindowController::Collaborators{
+            *_with.accountModel, _with.settings, _with.strings, _with.labels, _with.dispatch, _pictures, {}});
+        connect(_accountWindow.get(), &FixedWindow::willClose, this, [this] {
+            if (_accountWindow) _accountWindow.release()->deleteLater();
+        });
+    }
+    bringForward(*_accountWindow, {});
 }
 
 void AppDelegate::updateWindowTitle(const std::string& title) {

@@ -1,15 +1,20 @@
 #include "shell/ZNAccountWindowController.h"
 
 #include <QFileDialog>
+#include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QKeyEvent>
+#include <QScreen>
 #include <QScrollBar>
 #include <QStandardPaths>
+#include <algorithm>
 
 #include "toolkit/Tokens.h"
 
 namespace zun {
 namespace {
+
+constexpr int titleRoom = 48;
 
 QString chooseFileOfDesktop(QWidget* parent, const QString& title, const QString& proposal) {
     return QFileDialog::getSaveFileName(parent, title, proposal);
@@ -21,6 +26,8 @@ ZNAccountWindowController::ZNAccountWindowController(Collaborators collaborators
     : FixedWindow(QString::fromStdString(collaborators.strings.string("Account_Window_Title")), windowSize,
                   tokens::settingsGround),
       _with(std::move(collaborators)) {
+    if (const auto* screen = QGuiApplication::primaryScreen())
+        setFixedHeight(std::min(windowSize.height(), screen->availableSize().height() - titleRoom));
     prepareToolbar();
     preparePages();
     auto* column = new QVBoxLayout(this);
@@ -44,6 +51,7 @@ ZNAccountWindowController::ZNAccountWindowController(Collaborators collaborators
     if (_with.model.needsSecret()) _signInPage->prefill(*_with.model.account().account);
     _with.model.readSyncReport();
     showAccountTab();
+    if (auto* first = accountPage()->firstControl()) first->setFocus(Qt::OtherFocusReason);
 }
 
 QString ZNAccountWindowController::text(std::string_view key) const {

@@ -27,7 +27,8 @@ class ZNAccountWindowController final : public FixedWindow {
         std::function<QString(QWidget* parent, const QString& title, const QString& proposal)> chooseFile;
     };
 
-    static constexpr QSize windowSize{470, 560};
+    // Less high where the screen is; then the pages scroll.
+    static constexpr QSize windowSize{470, 620};
     // How often the numbers are looked at again while the window is there.
     static constexpr std::chrono::seconds reportInterval{10};
 

@@ -56,6 +56,7 @@ void ZNMenuViewController::addUndoItems() {
 
 void ZNMenuViewController::addWindowItems() {
     _preferencesMenuItem = addItem("Menu_Settings_Title", {ctrl(Qt::Key_Comma)}, ZNSettingsMenuActionNotification);
+    _accountItem = addItem("Menu_Account_Title", {}, ZNAccountMenuActionNotification);
     _closeItem = addItem("Menu_Close_Window_Title", {ctrl(Qt::Key_W)}, ZNCloseWindowActionNotification);
     _quitMenuItem = addItem("Menu_Quit_Title", {ctrl(Qt::Key_Q)}, ZNQuitActionNotification);
     _zunItem = addItem("Menu_Show_Window_Title", {}, ZNOpenWindowActionNotification);
@@ -146,7 +147,7 @@ QMenuBar* ZNMenuViewController::makeMenuBar(QWidget* parent) {
         }
     };
     add("Menu_File_Title", {_addReminderMenuItem, _saveItem, nullptr, _closeItem, _quitMenuItem});
-    add("Menu_Edit_Title", {_undoItem, _redoItem, nullptr, _searchItem, nullptr, _preferencesMenuItem});
+    add("Menu_Edit_Title", {_undoItem, _redoItem, nullptr, _searchItem, nullptr, _accountItem, _preferencesMenuItem});
     add("Menu_Card_Title", {_editItem, nullptr, _completeItem, _snoozeItem, _skipItem});
     add("Menu_View_Title", {_showListItem, nullptr, _fullScreenItem});
     add("Menu_Window_Title", {_zunItem});

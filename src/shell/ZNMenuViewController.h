@@ -38,6 +38,7 @@ class ZNMenuViewController final : public QObject {
     void setFullScreen(bool isFullScreen);
 
     [[nodiscard]] QAction& preferencesMenuItem() { return *_preferencesMenuItem; }
+    [[nodiscard]] QAction& accountItem() { return *_accountItem; }
     [[nodiscard]] QAction& addReminderMenuItem() { return *_addReminderMenuItem; }
     [[nodiscard]] QAction& helpMenuItem() { return *_helpMenuItem; }
     [[nodiscard]] QAction& quitMenuItem() { return *_quitMenuItem; }
@@ -76,7 +77,7 @@ class ZNMenuViewController final : public QObject {
 
     Collaborators _with;
     std::vector<QAction*> _items;
-    QAction *_preferencesMenuItem, *_addReminderMenuItem, *_helpMenuItem, *_quitMenuItem;
+    QAction *_preferencesMenuItem, *_accountItem, *_addReminderMenuItem, *_helpMenuItem, *_quitMenuItem;
     QAction *_editItem, *_saveItem, *_completeItem, *_snoozeItem, *_skipItem, *_skipLeftItem;
     QAction *_showListItem, *_closeItem, *_zunItem, *_keyboardShortcutsItem;
     QAction *_searchItem, *_undoItem, *_redoItem, *_fullScreenItem, *_aboutItem, *_cancelItem;

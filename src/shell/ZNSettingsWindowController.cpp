@@ -104,6 +104,11 @@ ZNPopUpButton* ZNSettingsWindowController::makePopUpButton(const char* name, std
 void ZNSettingsWindowController::prepareViews() {
     using Self = ZNSettingsWindowController;
     _iCloudButton = makeCheckBox("iCloudButton", "Sync_With_iCloud_Label", &Self::oniCloudToggled);
+    _accountButton = new ZNPushButton("…", this);
+    _accountButton->setObjectName("accountButton");
+    _accountButton->setToolTip(text("Account_Open_Action"));
+    _accountButton->setAccessibleName(_accountButton->toolTip());
+    connect(_accountButton, &QAbstractButton::clicked, this, &Self::showAccount);
     _showInMenubarButton = makeCheckBox("showInMenubarButton", "Zun_Preferences_Dock_Label", &Self::onDockToggled);
     _autoStartButton = makeCheckBox("autoStartButton", "Zun_Preferences_Startup_Label", &Self::onLoginToggled);
     _deleteCompletedButton =
@@ -133,8 +138,8 @@ void ZNSettingsWindowController::prepareViews() {
                                    &Self::onChangeEveningSetting);
     setPopupButtonValues();
 
-    _generalControls = {_iCloudButton,          _showInMenubarButton, _autoStartButton,
-                        _deleteCompletedButton, _useReturnToSave,     _clearCacheButton};
+    _generalControls = {_iCloudButton,          _accountButton,   _showInMenubarButton, _autoStartButton,
+                        _deleteCompletedButton, _useReturnToSave, _clearCacheButton};
     _defaultsControls = {_snoozeSettingLabel, _snoozeSetting,       _snoozeInstructions, _morningSettingLabel,
                          _morningHour,        _eveningSettingLabel, _eveningHour};
 }
@@ -146,8 +151,13 @@ void ZNSettingsWindowController::setConstraints() {
     column->setSpacing(0);
     column->addWidget(_toolbar);
     column->addSpacing(12);
-    for (auto* control :
-         {_iCloudButton, _showInMenubarButton, _autoStartButton, _deleteCompletedButton, _useReturnToSave})
+    auto* cloud = new QHBoxLayout;
+    cloud->setSpacing(0);
+    cloud->addWidget(_iCloudButton);
+    cloud->addStretch();
+    cloud->addWidget(_accountButton);
+    column->addLayout(cloud);
+    for (auto* control : {_showInMenubarButton, _autoStartButton, _deleteCompletedButton, _useReturnToSave})
         column->addWidget(control);
     column->addWidget(_clearCacheButton, 1, Qt::AlignLeading | Qt::AlignBottom);
 
@@ -302,10 +312,18 @@ void ZNSettingsWindowController::onChangeEveningSetting() {
 // ---- alerts
 
 void ZNSettingsWindowController::requiresiCloudSignIn() {
-    showAlert("iCloud_Prompt_Title", "iCloud_Prompt_Message_Mac");
+    auto& alert = showAlert("iCloud_Prompt_Title", "iCloud_Prompt_Message_Mac");
+    auto* signIn = new ZNPushButton(text("Account_Sign_In_Alert_Action"));
+    signIn->setObjectName("signInAlertButton");
+    alert.addButton(signIn, QMessageBox::ActionRole);
+    connect(signIn, &QAbstractButton::clicked, this, &ZNSettingsWindowController::showAccount);
 }
 
-void ZNSettingsWindowController::showAlert(std::string_view messageKey, std::string_view informativeTextKey) {
+void ZNSettingsWindowController::showAccount() {
+    _with.notifications.postNotificationName(ZNAccountMenuActionNotification);
+}
+
+QMessageBox& ZNSettingsWindowController::showAlert(std::string_view messageKey, std::string_view informativeTextKey) {
     delete _alert;
     _alert = new QMessageBox(this);
     _alert->setAttribute(Qt::WA_DeleteOnClose);
@@ -317,6 +335,7 @@ void ZNSettingsWindowController::showAlert(std::string_view messageKey, std::str
     if (auto* message = _alert->findChild<QLabel*>("qt_msgbox_label")) message->setFont(appFont(13, QFont::DemiBold));
     _alert->addButton(new ZNPushButton(text("Okay_Action")), QMessageBox::AcceptRole);
     _alert->open();
+    return *_alert;
 }
 
 }  // namespace zun

@@ -75,8 +75,9 @@ class ZNSettingsWindowController final : public FixedWindow {
     void onChangeEveningSetting();
 
     void requiresiCloudSignIn();
+    void showAccount();
     // One at a time; the latest stays.
-    void showAlert(std::string_view messageKey, std::string_view informativeTextKey = {});
+    QMessageBox& showAlert(std::string_view messageKey, std::string_view informativeTextKey = {});
     void showTab(const std::vector<QWidget*>& shown, const std::vector<QWidget*>& hidden);
     [[nodiscard]] QString text(std::string_view key) const;
 
@@ -84,7 +85,7 @@ class ZNSettingsWindowController final : public FixedWindow {
     ZNView* _toolbar;
     ZNToolbarItem *_generalItem, *_defaultsItem;
     ZNCheckBox *_iCloudButton, *_showInMenubarButton, *_autoStartButton, *_deleteCompletedButton, *_useReturnToSave;
-    ZNPushButton* _clearCacheButton;
+    ZNPushButton *_accountButton, *_clearCacheButton;
     QLabel *_snoozeSettingLabel, *_snoozeInstructions, *_morningSettingLabel, *_eveningSettingLabel;
     ZNPopUpButton *_snoozeSetting, *_morningHour, *_eveningHour;
     std::vector<QWidget*> _generalControls, _defaultsControls;

@@ -149,8 +149,9 @@ TEST_F(SettingsWindow, TheModeChangesAfterItIsStoredAndTheWindowStays) {
 }
 
 TEST_F(SettingsWindow, TabsShowTheirControlsOnly) {
-    const std::vector<const char*> general = {"iCloudButton",          "showInMenubarButton", "autoStartButton",
-                                              "deleteCompletedButton", "useReturnToSave",     "clearCacheButton"};
+    const std::vector<const char*> general = {"iCloudButton",    "accountButton",         "showInMenubarButton",
+                                              "autoStartButton", "deleteCompletedButton", "useReturnToSave",
+                                              "clearCacheButton"};
     const std::vector<const char*> defaultsTab = {"snoozeSetting",       "snoozeSettingLabel", "snoozeInstructions",
                                                   "morningSettingLabel", "morningHour",        "eveningSettingLabel",
                                                   "eveningHour"};
@@ -256,7 +257,7 @@ TEST_F(SettingsWindow, WithoutAnAccountTheBoxStaysTickedAndAnAlertSaysSo) {
     EXPECT_THAT(alerts(), ElementsAre("Sign in to your cloud account"));
     const auto* alert = window->findChild<QMessageBox*>();
     EXPECT_TRUE(alert->informativeText().startsWith("Zun needs a cloud account"));
-    ASSERT_EQ(alert->buttons().size(), 1);
+    ASSERT_EQ(alert->buttons().size(), 2);
     EXPECT_TRUE(find<QCheckBox>("iCloudButton")->isChecked());
     EXPECT_TRUE(stored().shouldUseCloudKit);
     QTest::mouseClick(alert->buttons().front(), Qt::LeftButton);
@@ -283,6 +284,21 @@ TEST_F(SettingsWindow, WithoutAnAccountTheBoxStaysTickedAndAnAlertSaysSo) {
     account.answer(AccountStatus::Restricted);
     window.reset();
     dispatch.runUntilIdle();
+}
+
+TEST_F(SettingsWindow, LeadsToTheAccountFromTheSwitchAndFromTheAlert) {
+    int asked = 0;
+    const auto observation =
+        notifications.addObserver(ZNAccountMenuActionNotification, [&](const NSNotification&) { ++asked; });
+    open();
+    click("accountButton");
+    EXPECT_EQ(asked, 1);
+    click("iCloudButton");
+    account.answer(AccountStatus::NoAccount);
+    dispatch.runUntilIdle();
+    click("signInAlertButton");
+    EXPECT_EQ(asked, 2);
+    EXPECT_THAT(alerts(), IsEmpty());
 }
 
 TEST_F(SettingsWindow, ClearingTheCacheForgetsWhatSyncsLeftAndSaysSo) {
@@ -356,8 +372,9 @@ TEST_F(SettingsWindow, EverythingFitsAndIsNamedInEveryLanguage) {
 TEST_F(SettingsWindow, TheTabKeyWalksInReadingOrderAndKeysClose) {
     open();
     window->findChild<QWidget*>("znGeneralItemIdentifier")->setFocus(Qt::TabFocusReason);
-    for (const auto* name : {"iCloudButton", "showInMenubarButton", "autoStartButton", "deleteCompletedButton",
-                             "useReturnToSave", "clearCacheButton", "znGeneralItemIdentifier"}) {
+    for (const auto* name :
+         {"iCloudButton", "accountButton", "showInMenubarButton", "autoStartButton", "deleteCompletedButton",
+          "useReturnToSave", "clearCacheButton", "znGeneralItemIdentifier"}) {
         QTest::keyClick(window->focusWidget(), Qt::Key_Tab);
         EXPECT_EQ(window->focusWidget()->objectName(), name);
     }
