@@ -30,12 +30,12 @@ QString shortened(const QString& words) {
 
 // ---- rows
 
-void AccountListPage::prepareList() {
+void AccountListPage::prepareList(const char* moreButton) {
     _list = new QVBoxLayout;
     _list->setSpacing(0);
     column().addLayout(_list);
     _more = new ZNPushButton(text("Account_Show_More_Action"), &content());
-    _more->setObjectName("moreButton");
+    _more->setObjectName(moreButton);
     _more->hide();
     column().addWidget(_more, 0, Qt::AlignHCenter);
     addNoticeAndButtons({});
@@ -121,7 +121,7 @@ AccountDevicesPage::AccountDevicesPage(const AccountPageContext& context, QWidge
     addTitle(text("Account_Devices_Title"));
     _text = addText({});
     _text->setObjectName("devicesText");
-    prepareList();
+    prepareList("moreDevicesButton");
 }
 
 void AccountDevicesPage::refresh() {
@@ -157,7 +157,7 @@ AccountVersionsPage::AccountVersionsPage(const AccountPageContext& context, QWid
     addTitle(text("Account_Versions_Title"));
     _text = addText({});
     _text->setObjectName("versionsText");
-    prepareList();
+    prepareList("moreVersionsButton");
 }
 
 void AccountVersionsPage::refresh() {

@@ -144,7 +144,7 @@ class AccountListPage : public AccountPage {
         std::function<void()> action;
     };
     AccountListPage(const AccountPageContext& context, QWidget* parent) : AccountPage(context, parent) {}
-    void prepareList();
+    void prepareList(const char* moreButton);
     void showRows(std::vector<Row> rows);
     [[nodiscard]] QWidget* firstControl() const override;
 

@@ -28,7 +28,7 @@ class ZNAccountWindowController final : public FixedWindow {
     };
 
     // Less high where the screen is; then the pages scroll.
-    static constexpr QSize windowSize{470, 620};
+    static constexpr QSize windowSize{470, 640};
     // How often the numbers are looked at again while the window is there.
     static constexpr std::chrono::seconds reportInterval{10};
 

@@ -239,9 +239,9 @@ TEST_F(AccountWindow, ListsDevicesAndKeptVersions) {
     EXPECT_THAT(broughtBack, ElementsAre(60));
     EXPECT_EQ(rowButtons()[0]->text(), "Brought Back");
     EXPECT_FALSE(rowButtons()[0]->isEnabled());
-    QTest::keyClick(find("moreButton"), Qt::Key_Space);
+    QTest::keyClick(find("moreVersionsButton"), Qt::Key_Space);
     EXPECT_EQ(rowButtons().size(), 60u);
-    EXPECT_FALSE(find("moreButton")->isVisible());
+    EXPECT_FALSE(find("moreVersionsButton")->isVisible());
 }
 
 TEST_F(AccountWindow, TakesEverythingAlongWhereTheUserSays) {
