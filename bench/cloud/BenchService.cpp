@@ -103,28 +103,35 @@ Load measure(Service& service, int clients, const std::function<void(LoopbackCli
     for (int number = 0; number < clients; ++number)
         threads.emplace_back([&, number] {
             auto client = service.signUp();
-            for (std::uint64_t warm = 0; warm < 20; ++warm) once(*client, warm);
+            for (std::uint64_t warm = 0; warm < 20; ++warm)
+                once(*client, warm);
             ++ready;
-            while (!isOn) std::this_thread::yield();
+            while (!isOn)
+                std::this_thread::yield();
             for (std::uint64_t count = 20; Clock::now() < end; ++count) {
                 const auto start = Clock::now();
                 once(*client, count);
-                took[static_cast<std::size_t>(number)].push_back(std::chrono::duration<double, std::milli>(Clock::now() - start).count());
+                took[static_cast<std::size_t>(number)].push_back(
+                    std::chrono::duration<double, std::milli>(Clock::now() - start).count());
             }
         });
-    while (ready < clients) std::this_thread::sleep_for(1ms);
+    while (ready < clients)
+        std::this_thread::sleep_for(1ms);
     end = Clock::now() + measuredFor;
     isOn = true;
-    for (auto& thread : threads) thread.join();
+    for (auto& thread : threads)
+        thread.join();
     std::vector<double> all;
-    for (const auto& each : took) all.insert(all.end(), each.begin(), each.end());
+    for (const auto& each : took)
+        all.insert(all.end(), each.begin(), each.end());
     std::sort(all.begin(), all.end());
     return {static_cast<double>(all.size()) / std::chrono::duration<double>(measuredFor).count(),
             all.empty() ? 0 : all[all.size() * 99 / 100]};
 }
 
 void writeOne(LoopbackClient& client, std::uint64_t number) {
-    (void)client.post(ModifyRecords{DatabaseScope::Private, SavePolicy::AllKeys, {reminder("r" + std::to_string(number % 500), number)}, {}});
+    (void)client.post(ModifyRecords{
+        DatabaseScope::Private, SavePolicy::AllKeys, {reminder("r" + std::to_string(number % 500), number)}, {}});
 }
 
 void readOne(LoopbackClient& client, std::uint64_t number) {
@@ -144,10 +151,13 @@ void measureSync(Service& service, std::vector<Figure>& figures) {
     auto client = service.signUp();
     std::vector<ModifyRecords> batches(20);
     for (std::uint64_t number = 0; number < 10'000; ++number)
-        batches[number / 500].recordsToSave.push_back(reminder(fmt::format("8D1C7A52-0F1E-4D6B-{:012}", number), number));
+        batches[number / 500].recordsToSave.push_back(
+            reminder(fmt::format("8D1C7A52-0F1E-4D6B-{:012}", number), number));
     auto start = Clock::now();
-    for (const auto& batch : batches) (void)client->ask<ModifiedRecords>(batch);
-    figures.push_back({"10,000 records up, 500 a request", std::chrono::duration<double, std::milli>(Clock::now() - start).count(), "ms", 1'000, false});
+    for (const auto& batch : batches)
+        (void)client->ask<ModifiedRecords>(batch);
+    figures.push_back({"10,000 records up, 500 a request",
+                       std::chrono::duration<double, std::milli>(Clock::now() - start).count(), "ms", 1'000, false});
     start = Clock::now();
     std::optional<Token> token;
     for (bool isMore = true; isMore;) {
@@ -155,15 +165,19 @@ void measureSync(Service& service, std::vector<Figure>& figures) {
         token = zones.at(0).token;
         isMore = zones.at(0).moreComing;
     }
-    figures.push_back({"10,000 records down", std::chrono::duration<double, std::milli>(Clock::now() - start).count(), "ms", 1'000, false});
+    figures.push_back({"10,000 records down", std::chrono::duration<double, std::milli>(Clock::now() - start).count(),
+                       "ms", 1'000, false});
 }
 
 void measurePushes(Service& service, std::vector<Figure>& figures) {
     auto writer = service.signUp();
-    (void)writer->ask<SavedSubscription>(SaveSubscription{
-        DatabaseScope::Private, {{}, CKSubscriptionData::Kind::Query, "Reminder", 7, {}, true}});
+    (void)writer->ask<SavedSubscription>(
+        SaveSubscription{DatabaseScope::Private, {{}, CKSubscriptionData::Kind::Query, "Reminder", 7, {}, true}});
     LoopbackClient reader(service.front.port());
-    reader.token = reader.ask<SignedIn>(SignIn{fmt::format("bench{}.{}", ::getpid(), service.accounts.load()), "a password", "second"}).deviceToken;
+    reader.token = reader
+                       .ask<SignedIn>(SignIn{fmt::format("bench{}.{}", ::getpid(), service.accounts.load()),
+                                             "a password", "second"})
+                       .deviceToken;
     reader.openPushStream();
     std::vector<double> took;
     for (std::uint64_t number = 0; number < 300; ++number) {
@@ -193,10 +207,13 @@ int run(const std::string& file, const std::string& database) {
     }
     {
         Service service(database);
-        for (const auto& [clients, floor] : {std::pair(1, isPostgres ? 2'000 : 3'000), std::pair(8, isPostgres ? 6'000 : 8'000)}) {
+        for (const auto& [clients, floor] :
+             {std::pair(1, isPostgres ? 2'000 : 3'000), std::pair(8, isPostgres ? 6'000 : 8'000)}) {
             const auto load = measure(service, clients, writeOne);
-            figures.push_back({fmt::format("durable writes a second, {} clients", clients), load.perSecond, "1/s", static_cast<double>(floor), true});
-            figures.push_back({fmt::format("a durable write, {} clients, 99 %", clients), load.milliseconds99, "ms", 10, false});
+            figures.push_back({fmt::format("durable writes a second, {} clients", clients), load.perSecond, "1/s",
+                               static_cast<double>(floor), true});
+            figures.push_back(
+                {fmt::format("a durable write, {} clients, 99 %", clients), load.milliseconds99, "ms", 10, false});
         }
         figures.push_back({"reads a second, 8 clients", measure(service, 8, readOne).perSecond, "1/s", 20'000, true});
         measureSync(service, figures);
@@ -206,7 +223,8 @@ int run(const std::string& file, const std::string& database) {
         const bool isReached = figure.moreIsBetter ? figure.value >= figure.floor : figure.value <= figure.floor;
         fmt::print("{:<45} {:>10.1f} {:<4} {} {:>8} {}\n", figure.name, figure.value, figure.unit,
                    figure.moreIsBetter ? "at least" : "at most ", figure.floor, isReached ? "" : "MISSED");
-        list.push_back({{"name", figure.name}, {"value", figure.value}, {"unit", figure.unit}, {"floor", figure.floor}});
+        list.push_back(
+            {{"name", figure.name}, {"value", figure.value}, {"unit", figure.unit}, {"floor", figure.floor}});
     }
     std::ofstream(file) << list << "\n";
     return 0;

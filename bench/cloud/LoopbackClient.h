@@ -30,7 +30,8 @@ class LoopbackClient {
     // The body of the answer, whatever its status.
     [[nodiscard]] std::string post(std::string_view path, std::string_view body) {
         const auto head = fmt::format(
-            "POST /v1/{} HTTP/1.1\r\nHost: localhost\r\nZun-Protocol: 1\r\nAuthorization: Bearer {}\r\nContent-Length: {}\r\n\r\n{}",
+            "POST /v1/{} HTTP/1.1\r\nHost: localhost\r\nZun-Protocol: 1\r\nAuthorization: Bearer {}\r\nContent-Length: "
+            "{}\r\n\r\n{}",
             path, token, body.size(), body);
         boost::asio::write(_socket, boost::asio::buffer(head));
         const auto headLength = boost::asio::read_until(_socket, boost::asio::dynamic_buffer(_received), "\r\n\r\n");
@@ -58,8 +59,9 @@ class LoopbackClient {
 
     // For streams: sends a head and leaves the rest to come.
     void openPushStream() {
-        boost::asio::write(_socket, boost::asio::buffer(fmt::format(
-                                        "GET /v1/push HTTP/1.1\r\nHost: localhost\r\nAuthorization: Bearer {}\r\n\r\n", token)));
+        boost::asio::write(_socket,
+                           boost::asio::buffer(fmt::format(
+                               "GET /v1/push HTTP/1.1\r\nHost: localhost\r\nAuthorization: Bearer {}\r\n\r\n", token)));
         (void)readUntil("\n\n");
     }
     [[nodiscard]] std::string readUntil(std::string_view end) {

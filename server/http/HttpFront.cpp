@@ -21,9 +21,9 @@ namespace zun::cloud {
 namespace {
 
 namespace asio = boost::asio;
-using boost::system::error_code;
-using asio::local::stream_protocol;
 using asio::ip::tcp;
+using asio::local::stream_protocol;
+using boost::system::error_code;
 
 constexpr std::string_view localPrefix = "unix:";
 constexpr std::chrono::milliseconds waitAfterFailure(100);
@@ -51,7 +51,9 @@ std::string nameOf(const tcp::socket& socket) {
     error_code ignored;
     return socket.remote_endpoint(ignored).address().to_string(ignored);
 }
-std::string nameOf(const stream_protocol::socket&) { return "local"; }
+std::string nameOf(const stream_protocol::socket&) {
+    return "local";
+}
 
 }  // namespace
 
@@ -88,9 +90,13 @@ HttpFront::~HttpFront() {
     if (!_state->localPath.empty()) ::unlink(_state->localPath.c_str());
 }
 
-unsigned short HttpFront::port() const { return _state->port; }
+unsigned short HttpFront::port() const {
+    return _state->port;
+}
 
-unsigned short HttpFront::healthPort() const { return _state->healthPort; }
+unsigned short HttpFront::healthPort() const {
+    return _state->healthPort;
+}
 
 void HttpFront::State::readCertificate() {
     try {
@@ -132,7 +138,8 @@ unsigned short HttpFront::State::listen(const std::string& address, HttpRole rol
         const tcp::endpoint endpoint = *tcp::resolver(io).resolve(host, portText, tcp::resolver::passive).begin();
         const bool isPlain = role == HttpRole::Health || !tls;
         if (isPlain && !endpoint.address().is_loopback() && !(role == HttpRole::Service && shared->options.allowPlain))
-            throw std::runtime_error(address + " can be reached from other machines: give a certificate, or listen on this machine only");
+            throw std::runtime_error(
+                address + " can be reached from other machines: give a certificate, or listen on this machine only");
         auto acceptor = std::make_shared<tcp::acceptor>(strand);
         open(acceptor, endpoint);
         return acceptor->local_endpoint().port();
@@ -181,18 +188,21 @@ void HttpFront::start() {
 
 void HttpFront::stop() {
     if (_state->shared->isStopping.exchange(true)) return;
-    for (const auto& close : _state->closers) close();
+    for (const auto& close : _state->closers)
+        close();
     _state->shared->service.stop();
     const auto deadline = std::chrono::steady_clock::now() + _state->shared->options.stopTimeout;
     while (!_state->threads.empty() && std::chrono::steady_clock::now() < deadline) {
         const auto open = _state->shared->connections();
         if (open.empty()) break;
-        for (const auto& connection : open) connection->finish();
+        for (const auto& connection : open)
+            connection->finish();
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
     _state->guard.reset();
     _state->io.stop();
-    for (auto& thread : _state->threads) thread.join();
+    for (auto& thread : _state->threads)
+        thread.join();
     _state->threads.clear();
 }
 

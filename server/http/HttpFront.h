@@ -31,8 +31,8 @@ struct HttpOptions {
     std::size_t headerLimit = 16 << 10;
     std::size_t bodyLimit = 17 << 20;
     std::size_t connectionLimit = 10'000;
-    std::chrono::seconds requestTimeout{30};   // from its first byte to its last, and for the answer to be taken
-    std::chrono::seconds idleTimeout{120};     // between requests
+    std::chrono::seconds requestTimeout{30};  // from its first byte to its last, and for the answer to be taken
+    std::chrono::seconds idleTimeout{120};    // between requests
     std::chrono::seconds heartbeatInterval{25};
     std::chrono::seconds stopTimeout{20};  // for what was accepted
 };
@@ -42,8 +42,8 @@ class HttpFront {
     // One line, without its end, that holds no content of records, no token and no password.
     using Log = std::function<void(std::string_view line)>;
 
-    // The service outlives it. Throws std::runtime_error where the options cannot be: a certificate that cannot be read,
-    // an address in use, plain HTTP for everyone.
+    // The service outlives it. Throws std::runtime_error where the options cannot be: a certificate that cannot be
+    // read, an address in use, plain HTTP for everyone.
     HttpFront(CloudService& service, Storage& storage, HttpOptions options, Log log);
     ~HttpFront();
     HttpFront(const HttpFront&) = delete;

@@ -39,7 +39,9 @@ constexpr std::chrono::milliseconds farewell(300);
 constexpr std::size_t pushesWaiting = 1'000;
 constexpr std::size_t bufferKept = 64 << 10;
 
-std::string_view asView(beast::string_view text) { return {text.data(), text.size()}; }
+std::string_view asView(beast::string_view text) {
+    return {text.data(), text.size()};
+}
 
 // Pushes on their way from wherever they happen to the strand of their connection.
 struct PushQueue {
@@ -72,12 +74,16 @@ class Session final : public HttpConnection, public std::enable_shared_from_this
   public:
     template <class... Arguments>
     Session(std::shared_ptr<HttpShared> shared, std::string peer, HttpRole role, Arguments&&... arguments)
-        : _shared(std::move(shared)), _peer(std::move(peer)), _role(role), _stream(std::forward<Arguments>(arguments)...) {}
+        : _shared(std::move(shared)),
+          _peer(std::move(peer)),
+          _role(role),
+          _stream(std::forward<Arguments>(arguments)...) {}
     ~Session() override { _shared->remove(this); }
 
     void start() {
         _shared->add(this->shared_from_this());
-        asio::co_spawn(executor(), [self = this->shared_from_this()] { return self->run(); }, asio::detached);
+        asio::co_spawn(
+            executor(), [self = this->shared_from_this()] { return self->run(); }, asio::detached);
     }
 
     void finish() override {
@@ -151,7 +157,8 @@ class Session final : public HttpConnection, public std::enable_shared_from_this
             co_await sendError(makeError(CKErrorCode::LimitExceeded, "the request is too large"), false);
         } else if (error.category() == make_error_code(http::error::bad_method).category() &&
                    error != http::error::end_of_stream && error != http::error::partial_message) {
-            co_await sendError(makeError(CKErrorCode::InvalidArguments, "this is not HTTP as it is understood here"), false);
+            co_await sendError(makeError(CKErrorCode::InvalidArguments, "this is not HTTP as it is understood here"),
+                               false);
         }
     }
 
@@ -169,7 +176,8 @@ class Session final : public HttpConnection, public std::enable_shared_from_this
         } else if (request.method() != http::verb::post) {
             answer = makeError(CKErrorCode::InvalidArguments, "requests are posted");
         } else if (!version.empty() && version != std::to_string(protocolVersion)) {
-            answer = makeError(CKErrorCode::IncompatibleVersion, fmt::format("this service speaks version {}", protocolVersion));
+            answer = makeError(CKErrorCode::IncompatibleVersion,
+                               fmt::format("this service speaks version {}", protocolVersion));
         } else {
             auto decoded = decodeRequest(*path, request.body());
             if (auto* malformed = std::get_if<Malformed>(&decoded)) {
@@ -177,7 +185,8 @@ class Session final : public HttpConnection, public std::enable_shared_from_this
             } else {
                 auto& asked = std::get<Request>(decoded);
                 known = pathOf(asked);
-                answer = co_await ask(bearerOf(asView(request[http::field::authorization])), peerOf(request), std::move(asked));
+                answer = co_await ask(bearerOf(asView(request[http::field::authorization])), peerOf(request),
+                                      std::move(asked));
             }
         }
         const auto bytesIn = request.body().size();
@@ -196,7 +205,8 @@ class Session final : public HttpConnection, public std::enable_shared_from_this
         const auto forwarded = asView(request["X-Forwarded-For"]);
         const auto comma = forwarded.rfind(',');
         auto last = comma == std::string_view::npos ? forwarded : forwarded.substr(comma + 1);
-        while (last.starts_with(' ')) last.remove_prefix(1);
+        while (last.starts_with(' '))
+            last.remove_prefix(1);
         return last.empty() ? _peer : std::string(last.substr(0, 64));
     }
 
@@ -209,10 +219,13 @@ class Session final : public HttpConnection, public std::enable_shared_from_this
                 asio::post(strand, [waiting, given = std::move(given)]() mutable { (*waiting)(std::move(given)); });
             });
         };
-        co_return co_await asio::async_initiate<const asio::use_awaitable_t<>&, void(Answer)>(begin, asio::use_awaitable);
+        co_return co_await asio::async_initiate<const asio::use_awaitable_t<>&, void(Answer)>(begin,
+                                                                                              asio::use_awaitable);
     }
 
-    asio::awaitable<void> sendError(CKError error, bool goesOn) { (void)co_await send(Answer(std::move(error)), goesOn); }
+    asio::awaitable<void> sendError(CKError error, bool goesOn) {
+        (void)co_await send(Answer(std::move(error)), goesOn);
+    }
 
     asio::awaitable<std::pair<unsigned, std::size_t>> send(const Answer& answer, bool goesOn) {
         const auto* error = std::get_if<CKError>(&answer);
@@ -278,7 +291,8 @@ class Session final : public HttpConnection, public std::enable_shared_from_this
 
     asio::awaitable<Opened> open(std::string token, std::optional<std::uint64_t> lastNumber,
                                  std::shared_ptr<PushQueue> queue) {
-        PushStreamHandlers handlers{[queue](const Push& push) { queue->add(pushEvent(push)); }, [queue] { queue->close(); }};
+        PushStreamHandlers handlers{[queue](const Push& push) { queue->add(pushEvent(push)); },
+                                    [queue] { queue->close(); }};
         auto& service = _shared->service;
         auto strand = executor();
         auto begin = [&](auto handler) {
@@ -293,7 +307,8 @@ class Session final : public HttpConnection, public std::enable_shared_from_this
                 asio::post(strand, [waiting, opened = std::move(opened)]() mutable { (*waiting)(std::move(opened)); });
             });
         };
-        co_return co_await asio::async_initiate<const asio::use_awaitable_t<>&, void(Opened)>(begin, asio::use_awaitable);
+        co_return co_await asio::async_initiate<const asio::use_awaitable_t<>&, void(Opened)>(begin,
+                                                                                              asio::use_awaitable);
     }
 
     asio::awaitable<void> streamPushes(const HttpRequest& request) {
@@ -307,10 +322,11 @@ class Session final : public HttpConnection, public std::enable_shared_from_this
             co_return;
         }
         const auto& stream = std::get<std::shared_ptr<OpenedPushStream>>(opened);
-        queue->events.push_front(fmt::format("HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\nCache-Control: no-store\r\n"
-                                             "X-Accel-Buffering: no\r\n{}: {}\r\nConnection: close\r\n\r\n",
-                                             versionHeader, protocolVersion) +
-                                 openedEvent(stream->lastNumber, stream->hasGap));
+        queue->events.push_front(
+            fmt::format("HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\nCache-Control: no-store\r\n"
+                        "X-Accel-Buffering: no\r\n{}: {}\r\nConnection: close\r\n\r\n",
+                        versionHeader, protocolVersion) +
+            openedEvent(stream->lastNumber, stream->hasGap));
         lowest().expires_never();
         co_await (sendPushes(queue) || readUntilEnd());
     }
@@ -325,7 +341,8 @@ class Session final : public HttpConnection, public std::enable_shared_from_this
             }
             if (queue->events.size() > pushesWaiting || (queue->isClosed && queue->events.empty())) co_return;
             std::string text;
-            for (const auto& event : queue->events) text += event;
+            for (const auto& event : queue->events)
+                text += event;
             queue->events.clear();
             if (text.empty()) text = heartbeat;
             asio::steady_timer patience(executor(), _shared->options.requestTimeout);

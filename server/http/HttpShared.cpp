@@ -6,7 +6,8 @@ namespace zun::cloud {
 
 void Latencies::add(double seconds) {
     std::size_t bucket = 0;
-    while (bucket < bounds.size() && seconds > bounds[bucket]) ++bucket;
+    while (bucket < bounds.size() && seconds > bounds[bucket])
+        ++bucket;
     ++_counts[bucket];
     _microseconds += static_cast<std::uint64_t>(seconds * 1e6);
 }

@@ -31,7 +31,8 @@ void write(RowWriter& row, const DatabaseState& database) {
     for (const auto& subscription : database.subscriptions) {
         row.text(subscription.subscriptionID).number(static_cast<std::uint64_t>(subscription.kind));
         row.text(subscription.recordType).number(subscription.options).number(subscription.desiredKeys.size());
-        for (const auto& key : subscription.desiredKeys) row.text(key);
+        for (const auto& key : subscription.desiredKeys)
+            row.text(key);
         row.flag(subscription.shouldSendContentAvailable);
     }
 }
@@ -49,7 +50,8 @@ DatabaseState readDatabase(RowReader& row) {
         subscription.kind = static_cast<CKSubscriptionData::Kind>(row.number());
         subscription.recordType = row.string();
         subscription.options = row.number();
-        for (auto keys = row.number(); keys > 0; --keys) subscription.desiredKeys.push_back(row.string());
+        for (auto keys = row.number(); keys > 0; --keys)
+            subscription.desiredKeys.push_back(row.string());
         subscription.shouldSendContentAvailable = row.flag();
         database.subscriptions.push_back(std::move(subscription));
     }
@@ -59,9 +61,8 @@ DatabaseState readDatabase(RowReader& row) {
 }  // namespace
 
 ZoneState* DatabaseState::zone(std::string_view ownerID, std::string_view name) {
-    auto found = std::find_if(zones.begin(), zones.end(), [&](const ZoneState& zone) {
-        return zone.name == name && zone.ownerID == ownerID;
-    });
+    auto found = std::find_if(zones.begin(), zones.end(),
+                              [&](const ZoneState& zone) { return zone.name == name && zone.ownerID == ownerID; });
     return found == zones.end() ? nullptr : &*found;
 }
 
@@ -90,7 +91,8 @@ std::string encodeAccount(const AccountState& account) {
     row.number(format).text(account.id).text(account.name).text(account.displayName).text(account.emailAddress);
     row.text(account.passwordHash).date(account.created).flag(account.isDisabled);
     row.number(account.lastIncarnation).number(account.usedBytes).number(account.devices.size());
-    for (const auto& device : account.devices) write(row, device);
+    for (const auto& device : account.devices)
+        write(row, device);
     write(row, account.privateDatabase);
     write(row, account.sharedDatabase);
     return row.take();
@@ -106,7 +108,8 @@ AccountState decodeAccount(std::string_view bytes) {
     account.isDisabled = row.flag();
     account.lastIncarnation = row.number();
     account.usedBytes = row.number();
-    for (auto left = row.number(); left > 0; --left) account.devices.push_back(readDevice(row));
+    for (auto left = row.number(); left > 0; --left)
+        account.devices.push_back(readDevice(row));
     account.privateDatabase = readDatabase(row);
     account.sharedDatabase = readDatabase(row);
     return account;

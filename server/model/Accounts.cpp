@@ -12,7 +12,9 @@ namespace {
 
 constexpr std::size_t shortestPassword = 8, longestPassword = 1'024, longestText = 255, longestName = 64;
 
-std::string freshText(RequestWork& work, std::size_t bytes) { return asText(work.facts.random.bytes(bytes)); }
+std::string freshText(RequestWork& work, std::size_t bytes) {
+    return asText(work.facts.random.bytes(bytes));
+}
 
 void useInvitation(RequestWork& work, const std::string& code) {
     const auto row = hashSecret(code);
@@ -88,20 +90,26 @@ SignedIn addDevice(RequestWork& work, AccountState& account, const std::string& 
     const auto secret = freshText(work, 24);
     auto& device = account.devices.emplace_back();
     device = {freshText(work, 9), deviceName, hashSecret(secret), work.now, work.now};
-    return {account.id, account.name, account.displayName, account.emailAddress, device.id,
-            account.id + "." + device.id + "." + secret};
+    return {account.id,           account.name, account.displayName,
+            account.emailAddress, device.id,    account.id + "." + device.id + "." + secret};
 }
 
 Answer fetchAccount(RequestWork& work) {
     const auto& me = work.me();
-    return Account{me.id,        me.name, me.displayName, me.emailAddress, work.facts.epoch,
-                   me.usedBytes, work.facts.options.limits.bytesPerAccount};
+    return Account{me.id,
+                   me.name,
+                   me.displayName,
+                   me.emailAddress,
+                   work.facts.epoch,
+                   me.usedBytes,
+                   work.facts.options.limits.bytesPerAccount};
 }
 
 Answer fetchDevices(RequestWork& work) {
     Devices answer;
     for (const auto& device : work.me().devices)
-        answer.devices.push_back({device.id, device.name, device.signedIn, device.lastSeen, device.id == work.deviceID});
+        answer.devices.push_back(
+            {device.id, device.name, device.signedIn, device.lastSeen, device.id == work.deviceID});
     return answer;
 }
 
@@ -122,8 +130,8 @@ void deleteAccount(RequestWork& work, const std::string& id) {
     stopAllShares(work, id);
     auto& account = work.account(id);
     work.rows.erase({}, Table::AccountName, account.name);
-    for (auto table : {Table::Record, Table::Feed, Table::Grave, Table::Visible, Table::Push, Table::ExpiredToken,
-                       Table::Account})
+    for (auto table :
+         {Table::Record, Table::Feed, Table::Grave, Table::Visible, Table::Push, Table::ExpiredToken, Table::Account})
         work.rows.erasePrefix(id, table, {});
     work.rows.wake(id);
     work.forgetAccount(id);

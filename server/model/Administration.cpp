@@ -97,7 +97,8 @@ ServiceOptions withCost(PasswordCost cost) {
 
 }  // namespace
 
-Administration::Administration(Storage& storage, const Environment& environment, RandomSource& random, PasswordCost cost)
+Administration::Administration(Storage& storage, const Environment& environment, RandomSource& random,
+                               PasswordCost cost)
     : _storage(storage), _facts{withCost(cost), environment, random, {}, {}} {
     (void)serviceIdentity(storage, random);
 }
@@ -154,7 +155,8 @@ void Administration::setPassword(const std::string& name, const std::string& pas
     change(name, [&](RequestWork& work, AccountState& account) {
         account.passwordHash = hash;
         account.devices.clear();
-        for (auto table : {Table::Push, Table::ExpiredToken}) work.rows.erasePrefix(account.id, table, {});
+        for (auto table : {Table::Push, Table::ExpiredToken})
+            work.rows.erasePrefix(account.id, table, {});
     });
 }
 
@@ -174,7 +176,8 @@ ServiceStatistics Administration::statistics() {
             ++sum.accounts;
             sum.disabledAccounts += account.isDisabled ? 1 : 0;
             sum.devices += account.devices.size();
-            for (const auto& zone : account.privateDatabase.zones) sum.zones += zone.isDeleted ? 0 : 1;
+            for (const auto& zone : account.privateDatabase.zones)
+                sum.zones += zone.isDeleted ? 0 : 1;
             sum.recordBytes += account.usedBytes;
         } else if (table == Table::Record) {
             const auto stored = decodeStored(value);
@@ -191,7 +194,8 @@ std::vector<std::string> Administration::check() {
     _storage.dump([&](std::string_view account, Table table, std::string_view name, std::string_view value) {
         checker.look(account, table, name, value);
     });
-    for (auto& complaint : checker.finish()) complaints.push_back(std::move(complaint));
+    for (auto& complaint : checker.finish())
+        complaints.push_back(std::move(complaint));
     return complaints;
 }
 

@@ -12,7 +12,8 @@
 namespace zun::cloud {
 
 struct ServiceStatistics {
-    std::uint64_t accounts = 0, disabledAccounts = 0, devices = 0, zones = 0, records = 0, deletedRecords = 0, shares = 0;
+    std::uint64_t accounts = 0, disabledAccounts = 0, devices = 0, zones = 0, records = 0, deletedRecords = 0,
+                  shares = 0;
     std::uint64_t recordBytes = 0;
 };
 

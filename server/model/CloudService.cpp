@@ -69,7 +69,8 @@ struct CloudService::State : std::enable_shared_from_this<CloudService::State> {
 };
 
 // A work may be run again, so it leaves its mark only in the answer, which it overwrites.
-void CloudService::State::run(Access access, const std::string& deviceToken, Operation operation, Completion completion) {
+void CloudService::State::run(Access access, const std::string& deviceToken, Operation operation,
+                              Completion completion) {
     struct Outcome {
         Answer answer;
         bool needsWriting = false;
@@ -98,7 +99,8 @@ void CloudService::State::run(Access access, const std::string& deviceToken, Ope
     auto done = [self, deviceToken, operation, outcome, completion = std::move(completion)](auto failure) {
         if (failure) {
             ++self->refused;
-            completion(withRetry(CKErrorCode::ServiceUnavailable, "the storage is not available", retryWhenStorageFails));
+            completion(
+                withRetry(CKErrorCode::ServiceUnavailable, "the storage is not available", retryWhenStorageFails));
             return;
         }
         if (outcome->needsWriting) {
@@ -120,7 +122,8 @@ std::optional<std::string> CloudService::State::hash(const std::string& password
         checkPassword(password);
         const PasswordTurn turn(hashing, facts.options.limits.passwordsAtOnce);
         if (turn.isMine()) return hashPassword(password, facts.options.passwordCost);
-        completion(withRetry(CKErrorCode::RequestRateLimited, "too many passwords at once", retryWhenBusyWithPasswords));
+        completion(
+            withRetry(CKErrorCode::RequestRateLimited, "too many passwords at once", retryWhenBusyWithPasswords));
     } catch (const RequestRefused& refusal) {
         completion(refusal.error);
     }
@@ -137,7 +140,8 @@ void CloudService::State::createAccount(CreateAccount request, Completion comple
     run(Access::Write, {}, std::move(create), std::move(completion));
 }
 
-// The password is compared outside of any transaction. The second transaction makes sure that it is still the account's.
+// The password is compared outside of any transaction. The second transaction makes sure that it is still the
+// account's.
 void CloudService::State::withPassword(Operation findAccount, const std::string& deviceToken, std::string password,
                                        Operation then, Completion completion) {
     struct Known {
@@ -184,7 +188,8 @@ void CloudService::State::withPassword(Operation findAccount, const std::string&
     run(Access::Read, deviceToken, std::move(look), std::move(compare));
 }
 
-void CloudService::State::changePassword(const std::string& deviceToken, ChangePassword request, Completion completion) {
+void CloudService::State::changePassword(const std::string& deviceToken, ChangePassword request,
+                                         Completion completion) {
     auto hashed = hash(request.newPassword, completion);
     if (!hashed) return;
     auto change = [hashed = std::move(*hashed)](RequestWork& work) -> Answer {
@@ -198,29 +203,61 @@ void CloudService::State::changePassword(const std::string& deviceToken, ChangeP
 namespace {
 
 template <class Message>
-constexpr bool onlyReads =
-    std::is_same_v<Message, FetchAccount> || std::is_same_v<Message, FetchDevices> || std::is_same_v<Message, FetchZones> ||
-    std::is_same_v<Message, FetchRecords> || std::is_same_v<Message, QueryRecords> ||
-    std::is_same_v<Message, FetchDatabaseChanges> || std::is_same_v<Message, FetchZoneChanges> ||
-    std::is_same_v<Message, FetchSubscriptions> || std::is_same_v<Message, FetchShareMetadata>;
+constexpr bool onlyReads = std::is_same_v<Message, FetchAccount> || std::is_same_v<Message, FetchDevices> ||
+                           std::is_same_v<Message, FetchZones> || std::is_same_v<Message, FetchRecords> ||
+                           std::is_same_v<Message, QueryRecords> || std::is_same_v<Message, FetchDatabaseChanges> ||
+                           std::is_same_v<Message, FetchZoneChanges> || std::is_same_v<Message, FetchSubscriptions> ||
+                           std::is_same_v<Message, FetchShareMetadata>;
 
 // Requests that need no password, by their types.
-Answer perform(RequestWork& work, const SignOut&) { return removeDevice(work, work.deviceID); }
-Answer perform(RequestWork& work, const FetchAccount&) { return fetchAccount(work); }
-Answer perform(RequestWork& work, const FetchDevices&) { return fetchDevices(work); }
-Answer perform(RequestWork& work, const RevokeDevice& request) { return removeDevice(work, request.deviceID); }
-Answer perform(RequestWork& work, const FetchZones& request) { return fetchZones(work, request); }
-Answer perform(RequestWork& work, const ModifyZones& request) { return modifyZones(work, request); }
-Answer perform(RequestWork& work, const ModifyRecords& request) { return modifyRecords(work, request); }
-Answer perform(RequestWork& work, const FetchRecords& request) { return fetchRecords(work, request); }
-Answer perform(RequestWork& work, const QueryRecords& request) { return queryRecords(work, request); }
-Answer perform(RequestWork& work, const FetchDatabaseChanges& request) { return fetchDatabaseChanges(work, request); }
-Answer perform(RequestWork& work, const FetchZoneChanges& request) { return fetchZoneChanges(work, request); }
-Answer perform(RequestWork& work, const SaveSubscription& request) { return saveSubscription(work, request); }
-Answer perform(RequestWork& work, const FetchSubscriptions& request) { return fetchSubscriptions(work, request); }
-Answer perform(RequestWork& work, const DeleteSubscription& request) { return deleteSubscription(work, request); }
-Answer perform(RequestWork& work, const FetchShareMetadata& request) { return fetchShareMetadata(work, request); }
-Answer perform(RequestWork& work, const AcceptShares& request) { return acceptShares(work, request); }
+Answer perform(RequestWork& work, const SignOut&) {
+    return removeDevice(work, work.deviceID);
+}
+Answer perform(RequestWork& work, const FetchAccount&) {
+    return fetchAccount(work);
+}
+Answer perform(RequestWork& work, const FetchDevices&) {
+    return fetchDevices(work);
+}
+Answer perform(RequestWork& work, const RevokeDevice& request) {
+    return removeDevice(work, request.deviceID);
+}
+Answer perform(RequestWork& work, const FetchZones& request) {
+    return fetchZones(work, request);
+}
+Answer perform(RequestWork& work, const ModifyZones& request) {
+    return modifyZones(work, request);
+}
+Answer perform(RequestWork& work, const ModifyRecords& request) {
+    return modifyRecords(work, request);
+}
+Answer perform(RequestWork& work, const FetchRecords& request) {
+    return fetchRecords(work, request);
+}
+Answer perform(RequestWork& work, const QueryRecords& request) {
+    return queryRecords(work, request);
+}
+Answer perform(RequestWork& work, const FetchDatabaseChanges& request) {
+    return fetchDatabaseChanges(work, request);
+}
+Answer perform(RequestWork& work, const FetchZoneChanges& request) {
+    return fetchZoneChanges(work, request);
+}
+Answer perform(RequestWork& work, const SaveSubscription& request) {
+    return saveSubscription(work, request);
+}
+Answer perform(RequestWork& work, const FetchSubscriptions& request) {
+    return fetchSubscriptions(work, request);
+}
+Answer perform(RequestWork& work, const DeleteSubscription& request) {
+    return deleteSubscription(work, request);
+}
+Answer perform(RequestWork& work, const FetchShareMetadata& request) {
+    return fetchShareMetadata(work, request);
+}
+Answer perform(RequestWork& work, const AcceptShares& request) {
+    return acceptShares(work, request);
+}
 
 }  // namespace
 
@@ -248,21 +285,25 @@ void CloudService::State::dispatch(const std::string& deviceToken, Request reque
                          std::move(remove), std::move(completion));
         } else {
             auto shared = std::make_shared<const Message>(std::move(message));
-            run(onlyReads<Message> ? Access::Read : Access::Write, deviceToken,
+            run(
+                onlyReads<Message> ? Access::Read : Access::Write, deviceToken,
                 [shared](RequestWork& work) { return perform(work, *shared); }, std::move(completion));
         }
     };
     std::visit(visitor, request);
 }
 
-CloudService::CloudService(Storage& storage, const Environment& environment, RandomSource& random, ServiceOptions options)
+CloudService::CloudService(Storage& storage, const Environment& environment, RandomSource& random,
+                           ServiceOptions options)
     : _state(std::make_shared<State>(storage, environment, random, std::move(options))) {
     storage.setWakeListener([hub = std::weak_ptr(_state->hub)](const std::string& account) {
         if (auto open = hub.lock()) open->wake(account);
     });
 }
 
-CloudService::~CloudService() { _state->storage.setWakeListener(nullptr); }
+CloudService::~CloudService() {
+    _state->storage.setWakeListener(nullptr);
+}
 
 void CloudService::handle(const std::string& deviceToken, const std::string& peer, Request request,
                           Completion completion) {
@@ -302,7 +343,9 @@ void CloudService::openPushStream(const std::string& deviceToken, std::optional<
     _state->hub->open(deviceToken, lastNumber, std::move(handlers), std::move(opened));
 }
 
-void CloudService::checkPushStreams() { _state->hub->wakeAll(); }
+void CloudService::checkPushStreams() {
+    _state->hub->wakeAll();
+}
 
 void CloudService::stop() {
     _state->isStopping = true;
@@ -310,8 +353,8 @@ void CloudService::stop() {
 }
 
 ServiceCounters CloudService::counters() const {
-    return {_state->requests,     _state->refused,        _state->throttled, _state->recordsSaved,
-            _state->recordsDeleted, _state->pushes, _state->hub->count()};
+    return {_state->requests,       _state->refused, _state->throttled,   _state->recordsSaved,
+            _state->recordsDeleted, _state->pushes,  _state->hub->count()};
 }
 
 void CloudService::seedDefaultZone(const std::string& accountID, std::vector<CKRecord> records,

@@ -1,11 +1,11 @@
 #pragma once
 
-// The record service without sockets: accounts, zones, records, feeds, subscriptions, shares and pushes, with every rule
-// about them. It has no threads of its own: work runs on the caller's thread or on those of the storage.
+// The record service without sockets: accounts, zones, records, feeds, subscriptions, shares and pushes, with every
+// rule about them. It has no threads of its own: work runs on the caller's thread or on those of the storage.
 //
 // Any thread. handle() does not wait for the storage if the storage does not; a completion runs exactly once, perhaps
-// before handle() returns, and never under a lock. The service must outlive the completions of what it accepted. What is
-// refused has changed nothing. What is answered is durable.
+// before handle() returns, and never under a lock. The service must outlive the completions of what it accepted. What
+// is refused has changed nothing. What is answered is durable.
 
 #include <functional>
 #include <memory>

@@ -65,7 +65,9 @@ std::optional<Place> placeOf(RequestWork& work, const std::optional<Token>& toke
     return Place{0, sequence};
 }
 
-CKError expired() { return makeError(CKErrorCode::ChangeTokenExpired, "the change token has expired"); }
+CKError expired() {
+    return makeError(CKErrorCode::ChangeTokenExpired, "the change token has expired");
+}
 
 // One zone's page.
 class Page {
@@ -84,8 +86,7 @@ class Page {
                             feedRow(_view.incarnation, place), rowsAtOnce,
                             [&](std::string_view name, std::string_view value) {
                                 entries.emplace_back(numberAtEnd(name), decodeEntry(value));
-                                if (!entries.back().second.isDeleted)
-                                    names.push_back(entries.back().second.recordName);
+                                if (!entries.back().second.isDeleted) names.push_back(entries.back().second.recordName);
                                 return true;
                             });
             _records.prefetch(names);
@@ -147,7 +148,8 @@ Answer fetchDatabaseChanges(RequestWork& work, const FetchDatabaseChanges& reque
         answer.moreComing = true;
     }
     for (const auto* zone : zones) {
-        CKRecordZoneID zoneID{zone->name, zone->ownerID.empty() ? std::string(CKCurrentUserDefaultName) : zone->ownerID};
+        CKRecordZoneID zoneID{zone->name,
+                              zone->ownerID.empty() ? std::string(CKCurrentUserDefaultName) : zone->ownerID};
         (zone->isDeleted ? answer.deleted : answer.changed).push_back(std::move(zoneID));
     }
     answer.token = makeToken(work, binding, {reached, place->knownThrough});

@@ -11,7 +11,8 @@ namespace zun::cloud {
 // The password was checked or hashed before, since that takes long.
 [[nodiscard]] Answer createAccount(RequestWork& work, const CreateAccount& request, const std::string& passwordHash);
 // By the one who runs the service, whatever the registration.
-[[nodiscard]] AccountState& makeAccount(RequestWork& work, const CreateAccount& request, const std::string& passwordHash);
+[[nodiscard]] AccountState& makeAccount(RequestWork& work, const CreateAccount& request,
+                                        const std::string& passwordHash);
 [[nodiscard]] SignedIn addDevice(RequestWork& work, AccountState& account, const std::string& deviceName);
 [[nodiscard]] Answer fetchAccount(RequestWork& work);
 [[nodiscard]] Answer fetchDevices(RequestWork& work);

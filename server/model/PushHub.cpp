@@ -23,7 +23,8 @@ struct PushHub::Stream {
 // What the owner of a stream holds.
 class PushHub::Handle final : public PushStream {
   public:
-    Handle(std::weak_ptr<PushHub> hub, std::shared_ptr<Stream> stream) : _hub(std::move(hub)), _stream(std::move(stream)) {}
+    Handle(std::weak_ptr<PushHub> hub, std::shared_ptr<Stream> stream)
+        : _hub(std::move(hub)), _stream(std::move(stream)) {}
     ~Handle() override {
         {
             std::lock_guard lock(_stream->mutex);
@@ -110,27 +111,33 @@ void PushHub::wake(const std::string& accountID) {
     {
         std::lock_guard lock(_mutex);
         auto [first, last] = _streams.equal_range(accountID);
-        for (; first != last; ++first) streams.push_back(first->second);
+        for (; first != last; ++first)
+            streams.push_back(first->second);
     }
-    for (const auto& stream : streams) pump(stream);
+    for (const auto& stream : streams)
+        pump(stream);
 }
 
 void PushHub::wakeAll() {
     std::vector<std::shared_ptr<Stream>> streams;
     {
         std::lock_guard lock(_mutex);
-        for (const auto& [account, stream] : _streams) streams.push_back(stream);
+        for (const auto& [account, stream] : _streams)
+            streams.push_back(stream);
     }
-    for (const auto& stream : streams) pump(stream);
+    for (const auto& stream : streams)
+        pump(stream);
 }
 
 void PushHub::closeAll() {
     std::vector<std::shared_ptr<Stream>> streams;
     {
         std::lock_guard lock(_mutex);
-        for (const auto& [account, stream] : _streams) streams.push_back(stream);
+        for (const auto& [account, stream] : _streams)
+            streams.push_back(stream);
     }
-    for (const auto& stream : streams) close(stream);
+    for (const auto& stream : streams)
+        close(stream);
 }
 
 // One reads at a time; who comes meanwhile leaves a note.

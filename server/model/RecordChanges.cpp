@@ -14,22 +14,27 @@ constexpr std::size_t longestName = 255;
 std::size_t bytesOf(const CKRecordValue& value) {
     if (const auto* text = std::get_if<std::string>(&value.value)) return text->size();
     if (const auto* bytes = std::get_if<Bytes>(&value.value)) return bytes->size() * 4 / 3;
-    if (const auto* reference = std::get_if<CKReference>(&value.value)) return reference->recordID.recordName.size() + 64;
+    if (const auto* reference = std::get_if<CKReference>(&value.value))
+        return reference->recordID.recordName.size() + 64;
     std::size_t sum = 16;
     if (const auto* list = std::get_if<CKList>(&value.value))
-        for (const auto& item : *list) sum += bytesOf(item) + 8;
+        for (const auto& item : *list)
+            sum += bytesOf(item) + 8;
     return sum;
 }
 
 // About what it takes when it is stored.
 std::size_t bytesOf(const CKRecord& record) {
     std::size_t sum = 256 + record.recordType.size() + record.recordID.recordName.size();
-    for (const auto& [key, value] : record.fields) sum += key.size() + bytesOf(value) + 8;
+    for (const auto& [key, value] : record.fields)
+        sum += key.size() + bytesOf(value) + 8;
     if (record.shareDetails) sum += 256 * record.shareDetails->participants.size();
     return sum;
 }
 
-bool isGoodName(const std::string& name) { return !name.empty() && name.size() <= longestName; }
+bool isGoodName(const std::string& name) {
+    return !name.empty() && name.size() <= longestName;
+}
 
 // One zone's part of a request.
 class ZoneChange {
@@ -53,8 +58,10 @@ class ZoneChange {
   private:
     void check() {
         std::vector<std::string> names;
-        for (const auto* record : _saves) names.push_back(record->recordID.recordName);
-        for (const auto* recordID : _deletions) names.push_back(recordID->recordName);
+        for (const auto* record : _saves)
+            names.push_back(record->recordID.recordName);
+        for (const auto* recordID : _deletions)
+            names.push_back(recordID->recordName);
         _records.prefetch(names);
         for (const auto* record : _saves)
             if (auto error = whyNotSave(*record)) _errors.emplace(record->recordID, *error);
@@ -65,14 +72,15 @@ class ZoneChange {
     void refuseAll(ModifiedRecords& answer) {
         const auto batch = makeError(CKErrorCode::BatchRequestFailed, "another item of the zone has failed");
         answer.failed.insert(_errors.begin(), _errors.end());
-        for (const auto* record : _saves) answer.failed.try_emplace(record->recordID, batch);
-        for (const auto* recordID : _deletions) answer.failed.try_emplace(*recordID, batch);
+        for (const auto* record : _saves)
+            answer.failed.try_emplace(record->recordID, batch);
+        for (const auto* recordID : _deletions)
+            answer.failed.try_emplace(*recordID, batch);
     }
 
     OptionalError whyNotSave(const CKRecord& record) {
         const auto& name = record.recordID.recordName;
-        if (_view.isDefaultZone)
-            return makeError(CKErrorCode::PermissionFailure, "the default zone takes no changes");
+        if (_view.isDefaultZone) return makeError(CKErrorCode::PermissionFailure, "the default zone takes no changes");
         if (!isGoodName(name) || !isGoodName(record.recordType))
             return makeError(CKErrorCode::InvalidArguments, "names and types have 1 to 255 bytes");
         if (bytesOf(record) > _work.facts.options.limits.bytesPerRecord)
@@ -84,8 +92,7 @@ class ZoneChange {
         if (record.isShare() != record.shareDetails.has_value() || (stored && stored->recordType != record.recordType))
             return makeError(CKErrorCode::InvalidArguments, "a record keeps its type");
         if (_request.savePolicy != SavePolicy::IfServerRecordUnchanged) return std::nullopt;
-        if (!stored)
-            return record.recordChangeTag.empty() ? OptionalError() : noSuchRecord();
+        if (!stored) return record.recordChangeTag.empty() ? OptionalError() : noSuchRecord();
         if (stored->changeTag != record.recordChangeTag)
             return makeError(CKErrorCode::ServerRecordChanged, "the record has changed on the service");
         return std::nullopt;
@@ -95,15 +102,13 @@ class ZoneChange {
         const auto visible = findVisible(_work, _view, name);
         const auto* share = visible && !visible->isGone ? _records.findLive(visible->shareName) : nullptr;
         const auto details = share ? share->record().shareDetails : std::nullopt;
-        if (isShare || !details ||
-            permissionOf(*details, _work.accountID) != CKShareParticipantPermission::ReadWrite)
+        if (isShare || !details || permissionOf(*details, _work.accountID) != CKShareParticipantPermission::ReadWrite)
             return makeError(CKErrorCode::PermissionFailure, "this record is not yours to change");
         return std::nullopt;
     }
 
     OptionalError whyNotDelete(const CKRecordID& recordID) {
-        if (_view.isDefaultZone)
-            return makeError(CKErrorCode::PermissionFailure, "the default zone takes no changes");
+        if (_view.isDefaultZone) return makeError(CKErrorCode::PermissionFailure, "the default zone takes no changes");
         if (_view.isOwn()) return _records.find(recordID.recordName) ? OptionalError() : noSuchRecord();
         const auto visible = findVisible(_work, _view, recordID.recordName);
         if (!visible) return noSuchRecord();
@@ -117,7 +122,8 @@ class ZoneChange {
         // A share comes after its root record, wherever it stands in the request.
         for (const auto* record : _saves)
             if (record->isShare()) storeShare(_work, _records, prepareShare(_work, _records, merged(*record)));
-        for (const auto* record : _saves) answer.saved.push_back(savedRecord(record->recordID));
+        for (const auto* record : _saves)
+            answer.saved.push_back(savedRecord(record->recordID));
         for (const auto* recordID : _deletions) {
             deleteOne(recordID->recordName);
             answer.deleted.push_back(*recordID);
@@ -133,8 +139,7 @@ class ZoneChange {
         }
         auto former = stored->record();
         wanted.share = former.share;
-        if (_request.savePolicy == SavePolicy::ChangedKeys)
-            wanted.fields.merge(former.fields);
+        if (_request.savePolicy == SavePolicy::ChangedKeys) wanted.fields.merge(former.fields);
         return wanted;
     }
 
@@ -193,7 +198,8 @@ void checkRequest(RequestWork& work, const ModifyRecords& request) {
         isTwice = !seen.insert(record.recordID).second || isTwice;
         bytes += bytesOf(record);
     }
-    for (const auto& recordID : request.recordIDsToDelete) isTwice = !seen.insert(recordID).second || isTwice;
+    for (const auto& recordID : request.recordIDsToDelete)
+        isTwice = !seen.insert(recordID).second || isTwice;
     if (isTwice) refuse(CKErrorCode::InvalidArguments, "a record is named twice in one request");
     if (bytes > limits.bytesPerRequest) refuse(CKErrorCode::LimitExceeded, "the request is too large");
 }

@@ -39,7 +39,8 @@ Answer fetchRecords(RequestWork& work, const FetchRecords& request) {
         std::vector<std::string> names;
     };
     std::map<CKRecordZoneID, Zone> zones;
-    for (const auto& recordID : request.recordIDs) zones[recordID.zoneID].names.push_back(recordID.recordName);
+    for (const auto& recordID : request.recordIDs)
+        zones[recordID.zoneID].names.push_back(recordID.recordName);
     for (auto& [zoneID, zone] : zones) {
         zone.view = work.findZone(request.database, zoneID);
         if (!zone.view) continue;
@@ -96,7 +97,8 @@ Answer queryRecords(RequestWork& work, const QueryRecords& request) {
     bool isAtEnd = true;
     work.rows.scan(view->ownerID, Table::Record, prefix, after.empty() ? after : prefix + after, rowsPerQuery + 1,
                    [&](std::string_view name, std::string_view row) {
-                       isAtEnd = found.size() < limits.recordsPerPage && bytes < limits.bytesPerPage && seen < rowsPerQuery;
+                       isAtEnd =
+                           found.size() < limits.recordsPerPage && bytes < limits.bytesPerPage && seen < rowsPerQuery;
                        if (!isAtEnd) return false;
                        ++seen;
                        last = name.substr(prefix.size());

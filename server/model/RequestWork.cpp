@@ -14,20 +14,30 @@ constexpr auto lastSeenPrecision = std::chrono::minutes(10);
 constexpr std::size_t gravesPerChange = 8;
 
 bool isAsked(const CKSubscriptionData& subscription, const RequestWork::Change& change) {
-    const std::uint64_t option = change.reason == Push::Reason::Created ? 1 : change.reason == Push::Reason::Updated ? 2 : 4;
+    const std::uint64_t option = change.reason == Push::Reason::Created   ? 1
+                                 : change.reason == Push::Reason::Updated ? 2
+                                                                          : 4;
     return subscription.kind == CKSubscriptionData::Kind::Query && subscription.recordType == change.recordType &&
            (subscription.options & option) != 0;
 }
 
 }  // namespace
 
-CKError makeError(CKErrorCode code, std::string description) { return {code, std::move(description), {}}; }
+CKError makeError(CKErrorCode code, std::string description) {
+    return {code, std::move(description), {}};
+}
 
-void refuse(CKErrorCode code, std::string description) { throw RequestRefused{makeError(code, std::move(description))}; }
+void refuse(CKErrorCode code, std::string description) {
+    throw RequestRefused{makeError(code, std::move(description))};
+}
 
-CKError noSuchRecord() { return makeError(CKErrorCode::UnknownItem, "record not found"); }
+CKError noSuchRecord() {
+    return makeError(CKErrorCode::UnknownItem, "record not found");
+}
 
-CKError noSuchZone() { return makeError(CKErrorCode::ZoneNotFound, "zone not found"); }
+CKError noSuchZone() {
+    return makeError(CKErrorCode::ZoneNotFound, "zone not found");
+}
 
 std::string pushRow(std::string_view deviceID, std::uint64_t number) {
     return std::string(deviceID) + orderedNumber(number);
@@ -131,7 +141,8 @@ void RequestWork::forgetOldZones(AccountState& state) {
 }
 
 void RequestWork::finish() {
-    for (const auto& [where, changes] : _changes) pushChanges(account(where.first), where.second, changes);
+    for (const auto& [where, changes] : _changes)
+        pushChanges(account(where.first), where.second, changes);
     if (access == Access::Read) return;
     for (auto& [id, loaded] : _accounts) {
         forgetOldZones(loaded.state);
@@ -145,8 +156,9 @@ void RequestWork::pushChanges(AccountState& state, DatabaseScope scope, const Ch
     const bool canName = changes.list.size() == 1 && !changes.areMany;
     bool isAnythingAsked = false;
     for (const auto& subscription : state.database(scope).subscriptions) {
-        const bool isAskedFor = changes.areMany || std::any_of(changes.list.begin(), changes.list.end(),
-                                                               [&](const Change& each) { return isAsked(subscription, each); });
+        const bool isAskedFor =
+            changes.areMany || std::any_of(changes.list.begin(), changes.list.end(),
+                                           [&](const Change& each) { return isAsked(subscription, each); });
         Push news;
         news.subscriptionID = subscription.subscriptionID;
         if (subscription.kind == CKSubscriptionData::Kind::Database) {

@@ -15,7 +15,8 @@ namespace zun::cloud {
 class RowWriter {
   public:
     RowWriter& number(std::uint64_t value) {
-        for (; value >= 0x80; value >>= 7) _bytes.push_back(static_cast<char>(0x80 | (value & 0x7f)));
+        for (; value >= 0x80; value >>= 7)
+            _bytes.push_back(static_cast<char>(0x80 | (value & 0x7f)));
         _bytes.push_back(static_cast<char>(value));
         return *this;
     }
@@ -65,7 +66,8 @@ class RowReader {
 // Eight bytes, the highest first.
 [[nodiscard]] inline std::string orderedNumber(std::uint64_t value) {
     std::string bytes(8, '\0');
-    for (int place = 7; place >= 0; --place, value >>= 8) bytes[static_cast<std::size_t>(place)] = static_cast<char>(value);
+    for (int place = 7; place >= 0; --place, value >>= 8)
+        bytes[static_cast<std::size_t>(place)] = static_cast<char>(value);
     return bytes;
 }
 
@@ -73,7 +75,8 @@ class RowReader {
 [[nodiscard]] inline std::uint64_t numberAtEnd(std::string_view name) {
     if (name.size() < 8) throw StorageFailure("a row is damaged");
     std::uint64_t value = 0;
-    for (const char byte : name.substr(name.size() - 8)) value = value << 8 | static_cast<unsigned char>(byte);
+    for (const char byte : name.substr(name.size() - 8))
+        value = value << 8 | static_cast<unsigned char>(byte);
     return value;
 }
 

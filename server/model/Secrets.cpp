@@ -37,7 +37,9 @@ std::string sealOf(std::string_view content, std::string_view binding, std::stri
 
 }  // namespace
 
-SystemRandomSource::SystemRandomSource() { startLibrary(); }
+SystemRandomSource::SystemRandomSource() {
+    startLibrary();
+}
 
 std::string SystemRandomSource::bytes(std::size_t count) {
     std::string random(count, '\0');
@@ -71,8 +73,8 @@ std::optional<std::string> fromText(std::string_view text) {
     std::string bytes(text.size(), '\0');
     std::size_t length = 0;
     const char* end = nullptr;
-    if (sodium_base642bin(reinterpret_cast<unsigned char*>(bytes.data()), bytes.size(), text.data(), text.size(), nullptr,
-                          &length, &end, sodium_base64_VARIANT_URLSAFE_NO_PADDING) != 0 ||
+    if (sodium_base642bin(reinterpret_cast<unsigned char*>(bytes.data()), bytes.size(), text.data(), text.size(),
+                          nullptr, &length, &end, sodium_base64_VARIANT_URLSAFE_NO_PADDING) != 0 ||
         end != text.data() + text.size())
         return std::nullopt;
     bytes.resize(length);

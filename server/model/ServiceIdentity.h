@@ -1,7 +1,7 @@
 #pragma once
 
-// What makes a service this one: its epoch, which changes when it is restored from a backup, and the secret with which it
-// seals tokens. Both stand in the storage, so that all processes over it agree.
+// What makes a service this one: its epoch, which changes when it is restored from a backup, and the secret with which
+// it seals tokens. Both stand in the storage, so that all processes over it agree.
 
 #include <string>
 

@@ -64,7 +64,9 @@ void endZone(RequestWork& work, AccountState& viewer, ZoneState& zone) {
 
 }  // namespace
 
-std::string_view secretOfURL(std::string_view URL) { return URL.substr(URL.rfind('/') + 1); }
+std::string_view secretOfURL(std::string_view URL) {
+    return URL.substr(URL.rfind('/') + 1);
+}
 
 void showRecord(RequestWork& work, const std::string& viewerID, ZoneRecords& zone, const std::string& name,
                 const StoredRecord& stored, Push::Reason reason) {
@@ -77,10 +79,12 @@ void showRecord(RequestWork& work, const std::string& viewerID, ZoneRecords& zon
     const auto former = work.rows.get(viewerID, Table::Visible, row);
     VisibleRecord visible;
     visible.shareName = stored.shareName;
-    visible.sequence = work.appendToFeed(viewerID, DatabaseScope::Shared, view->incarnation,
-                                         former ? decodeVisible(*former).sequence : 0, {name, false, stored.recordType});
+    visible.sequence =
+        work.appendToFeed(viewerID, DatabaseScope::Shared, view->incarnation,
+                          former ? decodeVisible(*former).sequence : 0, {name, false, stored.recordType});
     work.rows.put(viewerID, Table::Visible, row, encodeVisible(visible));
-    work.noteChange(viewerID, DatabaseScope::Shared, {{name, {zone.zoneName(), zone.ownerID()}}, stored.recordType, reason});
+    work.noteChange(viewerID, DatabaseScope::Shared,
+                    {{name, {zone.zoneName(), zone.ownerID()}}, stored.recordType, reason});
 }
 
 void hideRecord(RequestWork& work, const std::string& viewerID, ZoneRecords& zone, const std::string& name,
@@ -221,19 +225,22 @@ void stopSharesOfZone(RequestWork& work, const std::string& ownerID, std::uint64
     const auto prefix = zonePrefix(incarnation);
     work.rows.scan(ownerID, Table::Record, prefix, {}, SIZE_MAX, [&](std::string_view name, std::string_view row) {
         const auto stored = decodeStored(row);
-        if (!stored.isDeleted && stored.recordType == CKRecordTypeShare) shares.emplace_back(name.substr(prefix.size()));
+        if (!stored.isDeleted && stored.recordType == CKRecordTypeShare)
+            shares.emplace_back(name.substr(prefix.size()));
         return true;
     });
     if (shares.empty()) return;
     ZoneRecords zone(work, ownerID, incarnation);
-    for (const auto& share : shares) stopShare(work, zone, share);
+    for (const auto& share : shares)
+        stopShare(work, zone, share);
 }
 
 void stopAllShares(RequestWork& work, const std::string& ownerID) {
     std::vector<std::uint64_t> incarnations;
     for (const auto& zone : work.account(ownerID).privateDatabase.zones)
         if (!zone.isDeleted) incarnations.push_back(zone.incarnation);
-    for (auto incarnation : incarnations) stopSharesOfZone(work, ownerID, incarnation);
+    for (auto incarnation : incarnations)
+        stopSharesOfZone(work, ownerID, incarnation);
 }
 
 void leaveAllShares(RequestWork& work, const std::string& participantID) {
@@ -250,7 +257,8 @@ void leaveAllShares(RequestWork& work, const std::string& participantID) {
                            return true;
                        });
         ZoneRecords records(work, view.ownerID, source->incarnation);
-        for (const auto& share : shares) leaveShare(work, participantID, records, share);
+        for (const auto& share : shares)
+            leaveShare(work, participantID, records, share);
     }
 }
 

@@ -18,7 +18,8 @@ void showRecord(RequestWork& work, const std::string& viewerID, ZoneRecords& zon
 void hideRecord(RequestWork& work, const std::string& viewerID, ZoneRecords& zone, const std::string& name,
                 const std::string& recordType);
 // What the asker sees under this name; nothing, or gone, if it does not.
-[[nodiscard]] std::optional<VisibleRecord> findVisible(RequestWork& work, const ZoneView& view, const std::string& name);
+[[nodiscard]] std::optional<VisibleRecord> findVisible(RequestWork& work, const ZoneView& view,
+                                                       const std::string& name);
 
 // As the owner names things, and as the asker does.
 [[nodiscard]] CKRecord asStored(const RequestWork& work, const ZoneView& view, CKRecord record);

@@ -84,7 +84,8 @@ std::optional<ShareMetadata> metadataOf(RequestWork& work, const std::string& UR
 OptionalError accept(RequestWork& work, Found& found) {
     auto& me = work.me();
     auto& details = *found.share.shareDetails;
-    if (found.zone.ownerID() == me.id) return makeError(CKErrorCode::InvalidArguments, "owner tried to accept the share");
+    if (found.zone.ownerID() == me.id)
+        return makeError(CKErrorCode::InvalidArguments, "owner tried to accept the share");
     auto* entry = entryOf(details, me);
     if (!entry) {
         if (details.publicPermission == Permission::None) return noSuchRecord();
@@ -118,7 +119,8 @@ Answer fetchShareMetadata(RequestWork& work, const FetchShareMetadata& request) 
     for (const auto& URL : request.URLs) {
         auto& item = answer.items.emplace_back();
         item.URL = URL;
-        if (auto found = findShare(work, URL)) item.metadata = metadataOf(work, URL, *found, request.shouldFetchRootRecord);
+        if (auto found = findShare(work, URL))
+            item.metadata = metadataOf(work, URL, *found, request.shouldFetchRootRecord);
         if (!item.metadata) item.error = noSuchRecord();
     }
     return answer;

@@ -12,7 +12,8 @@ void renameOwner(CKRecordValue& value, std::string_view from, std::string_view t
     if (auto* reference = std::get_if<CKReference>(&value.value)) {
         cloud::renameOwner(reference->recordID.zoneID, from, to);
     } else if (auto* list = std::get_if<CKList>(&value.value)) {
-        for (auto& item : *list) renameOwner(item, from, to);
+        for (auto& item : *list)
+            renameOwner(item, from, to);
     }
 }
 
@@ -44,12 +45,13 @@ std::string encodeStored(const StoredRecord& stored) {
 StoredRecord decodeStored(std::string_view bytes) {
     RowReader row(bytes);
     if (row.number() != format) throw StorageFailure("a record was written by a newer version");
-    StoredRecord stored{row.flag(), row.number(), row.string(), row.string(),
-                        row.date(), row.string(), row.string()};
+    StoredRecord stored{row.flag(), row.number(), row.string(), row.string(), row.date(), row.string(), row.string()};
     return stored;
 }
 
-std::string zonePrefix(std::uint64_t incarnation) { return orderedNumber(incarnation); }
+std::string zonePrefix(std::uint64_t incarnation) {
+    return orderedNumber(incarnation);
+}
 
 std::string recordRow(std::uint64_t incarnation, std::string_view recordName) {
     return zonePrefix(incarnation).append(recordName);
@@ -87,7 +89,8 @@ void renameOwner(CKShareDetails& share, std::string_view from, std::string_view 
 
 void renameOwner(CKRecord& record, std::string_view from, std::string_view to) {
     renameOwner(record.recordID.zoneID, from, to);
-    for (auto& [key, value] : record.fields) renameOwner(value, from, to);
+    for (auto& [key, value] : record.fields)
+        renameOwner(value, from, to);
     if (record.share) renameOwner(record.share->recordID.zoneID, from, to);
     if (record.shareDetails) renameOwner(*record.shareDetails, from, to);
 }

@@ -1,7 +1,7 @@
 #pragma once
 
-// A record's row. What is asked most often stands before the record itself, which is then not decoded. A record that was
-// deleted keeps its row without a body, so that deleting it again is no error. Plain values.
+// A record's row. What is asked most often stands before the record itself, which is then not decoded. A record that
+// was deleted keeps its row without a body, so that deleting it again is no error. Plain values.
 
 #include <optional>
 #include <string>

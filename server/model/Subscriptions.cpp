@@ -14,7 +14,8 @@ constexpr std::size_t longestText = 255, mostKeys = 100;
 void check(const SaveSubscription& request) {
     const auto& wanted = request.subscription;
     bool isGood = wanted.subscriptionID.size() <= longestText && wanted.desiredKeys.size() <= mostKeys;
-    for (const auto& key : wanted.desiredKeys) isGood = isGood && key.size() <= longestText;
+    for (const auto& key : wanted.desiredKeys)
+        isGood = isGood && key.size() <= longestText;
     switch (wanted.kind) {
         case CKSubscriptionData::Kind::Query:
             isGood = isGood && request.database == DatabaseScope::Private && !wanted.recordType.empty() &&
@@ -57,7 +58,8 @@ Answer fetchSubscriptions(RequestWork& work, const FetchSubscriptions& request) 
 
 Answer deleteSubscription(RequestWork& work, const DeleteSubscription& request) {
     auto& subscriptions = work.me().database(request.database).subscriptions;
-    if (std::erase_if(subscriptions, [&](const auto& each) { return each.subscriptionID == request.subscriptionID; }) == 0)
+    if (std::erase_if(subscriptions, [&](const auto& each) { return each.subscriptionID == request.subscriptionID; }) ==
+        0)
         refuse(CKErrorCode::UnknownItem, "no such subscription");
     return Done{};
 }

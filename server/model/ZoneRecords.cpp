@@ -25,7 +25,8 @@ ZoneRecords::ZoneRecords(RequestWork& work, std::string ownerID, std::uint64_t i
 void ZoneRecords::prefetch(const std::vector<std::string>& names) {
     std::vector<std::string> rows;
     rows.reserve(names.size());
-    for (const auto& name : names) rows.push_back(recordRow(_incarnation, name));
+    for (const auto& name : names)
+        rows.push_back(recordRow(_incarnation, name));
     auto values = _work.rows.getMany(_ownerID, Table::Record, rows);
     for (std::size_t place = 0; place < names.size(); ++place) {
         auto& known = _known[names[place]];
@@ -87,8 +88,9 @@ void ZoneRecords::keep(const std::string& name, StoredRecord stored, Push::Reaso
     if (_zoneName == CKRecordZoneDefaultName) {
         stored.sequence = ++owner.privateDatabase.incarnation(_incarnation)->sequence;
     } else {
-        stored.sequence = _work.appendToFeed(_ownerID, DatabaseScope::Private, _incarnation, former ? former->sequence : 0,
-                                             {name, stored.isDeleted, stored.recordType});
+        stored.sequence =
+            _work.appendToFeed(_ownerID, DatabaseScope::Private, _incarnation, former ? former->sequence : 0,
+                               {name, stored.isDeleted, stored.recordType});
     }
     owner.usedBytes = owner.usedBytes - std::min<std::uint64_t>(owner.usedBytes, formerBytes) + stored.body.size();
     _work.noteChange(_ownerID, DatabaseScope::Private,

@@ -55,7 +55,8 @@ std::string askPassword(const AccountOptions& options) {
         std::getline(std::cin, password);
         return password;
     }
-    if (::isatty(STDIN_FILENO) == 0) throw std::runtime_error("there is no terminal to ask for the password: use --password-stdin");
+    if (::isatty(STDIN_FILENO) == 0)
+        throw std::runtime_error("there is no terminal to ask for the password: use --password-stdin");
     const WithoutEcho quiet;
     std::string again;
     std::cerr << "Password: " << std::flush;
@@ -92,8 +93,8 @@ int listAccounts(const Place& place, bool asJSON) {
                                              {"usedBytes", account.usedBytes}}
                       << "\n";
         } else {
-            fmt::print("{:<24} {:<24} {} devices, {} KiB{}\n", account.name, account.displayName, account.devices.size(),
-                       account.usedBytes / 1'024, account.isDisabled ? ", disabled" : "");
+            fmt::print("{:<24} {:<24} {} devices, {} KiB{}\n", account.name, account.displayName,
+                       account.devices.size(), account.usedBytes / 1'024, account.isDisabled ? ", disabled" : "");
         }
     }
     return 0;
@@ -139,7 +140,8 @@ int restore(const Place& place, const std::string& file, bool isSure) {
 int check(const Place& place) {
     Workshop workshop(place);
     const auto complaints = workshop.administration().check();
-    for (const auto& complaint : complaints) fmt::print("{}\n", complaint);
+    for (const auto& complaint : complaints)
+        fmt::print("{}\n", complaint);
     return complaints.empty() ? 0 : 1;
 }
 

@@ -14,7 +14,8 @@ namespace {
 std::filesystem::path folderOf(const Place& place) {
     if (!place.folder.empty()) return place.folder;
     if (const char* unit = std::getenv("STATE_DIRECTORY"); unit && *unit) return unit;
-    if (const char* data = std::getenv("XDG_DATA_HOME"); data && *data == '/') return std::filesystem::path(data) / "zun-cloud";
+    if (const char* data = std::getenv("XDG_DATA_HOME"); data && *data == '/')
+        return std::filesystem::path(data) / "zun-cloud";
     const char* home = std::getenv("HOME");
     if (!home || !*home) throw StorageFailure("say with --data where to keep the records");
     return std::filesystem::path(home) / ".local/share/zun-cloud";

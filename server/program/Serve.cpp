@@ -41,7 +41,8 @@ int serve(const ServeOptions& options) {
     SystemRandomSource random;
     CloudService service(*storage, environment, random, options.service);
     const auto log = [&environment](std::string_view line) {
-        writeLine(fmt::format("time={:%FT%TZ} {}", std::chrono::floor<std::chrono::milliseconds>(environment.now()), line));
+        writeLine(
+            fmt::format("time={:%FT%TZ} {}", std::chrono::floor<std::chrono::milliseconds>(environment.now()), line));
     };
     HttpFront front(service, *storage, options.http, log);
     front.start();

@@ -28,33 +28,42 @@ void addServe(CLI::App& program, ServeOptions& options, std::function<int()>& ru
     auto* command = addCommand(program, "serve", "Serve until stopped", options.place);
     auto& http = options.http;
     auto& limits = options.service.limits;
-    command->add_option("--listen", http.listen, "HOST:PORT or unix:PATH; 127.0.0.1:8480 without it")->type_name("ADDRESS");
-    auto* certificate = command->add_option("--tls-cert", http.certificateFile, "Certificate with its chain, PEM")->type_name("FILE");
+    command->add_option("--listen", http.listen, "HOST:PORT or unix:PATH; 127.0.0.1:8480 without it")
+        ->type_name("ADDRESS");
+    auto* certificate =
+        command->add_option("--tls-cert", http.certificateFile, "Certificate with its chain, PEM")->type_name("FILE");
     auto* key = command->add_option("--tls-key", http.keyFile, "Its private key, PEM")->type_name("FILE");
     certificate->needs(key);
     key->needs(certificate);
     command->add_option("--registration", options.service.registration, "Who may make accounts: open, invite or closed")
         ->transform(CLI::CheckedTransformer(registrations).description(""))
         ->type_name("WHO");
-    command->add_option("--health-listen", http.healthListen, "Address of /healthz and /metrics; 127.0.0.1:8481 without it, '' for none")
+    command
+        ->add_option("--health-listen", http.healthListen,
+                     "Address of /healthz and /metrics; 127.0.0.1:8481 without it, '' for none")
         ->type_name("ADDRESS");
-    command->add_option("--share-url", options.service.shareURLBase, "What the addresses of shares begin with")->type_name("URL");
+    command->add_option("--share-url", options.service.shareURLBase, "What the addresses of shares begin with")
+        ->type_name("URL");
     command->add_flag("--allow-plain", http.allowPlain, "Serve other machines without TLS");
     command->add_flag("--behind-proxy", http.isBehindProxy, "Take addresses of clients from X-Forwarded-For");
-    command->add_option_function<std::uint64_t>(
-                "--quota-mib", [&limits](std::uint64_t size) { limits.bytesPerAccount = size << 20; }, "Room of an account; 1024 without it")
+    command
+        ->add_option_function<std::uint64_t>(
+            "--quota-mib", [&limits](std::uint64_t size) { limits.bytesPerAccount = size << 20; },
+            "Room of an account; 1024 without it")
         ->type_name("N");
-    command->add_option_function<double>(
-                "--requests-per-second",
-                [&limits](double rate) {
-                    limits.requestsPerSecond = rate;
-                    limits.requestsAtOnce = 4 * rate;
-                },
-                "Of a device; 100 without it, 0 for no limit")
+    command
+        ->add_option_function<double>(
+            "--requests-per-second",
+            [&limits](double rate) {
+                limits.requestsPerSecond = rate;
+                limits.requestsAtOnce = 4 * rate;
+            },
+            "Of a device; 100 without it, 0 for no limit")
         ->type_name("N");
-    command->add_option_function<int>(
-                "--keep-deletions-days", [&limits](int days) { limits.keepDeletions = std::chrono::hours(24 * days); },
-                "How long a device may stay away; 30 without it")
+    command
+        ->add_option_function<int>(
+            "--keep-deletions-days", [&limits](int days) { limits.keepDeletions = std::chrono::hours(24 * days); },
+            "How long a device may stay away; 30 without it")
         ->check(CLI::Range(1, 3'650).description(""))
         ->type_name("N");
     command->add_option("--threads", http.threads, "0 for as many as there are cores, and two")->type_name("N");
@@ -62,7 +71,8 @@ void addServe(CLI::App& program, ServeOptions& options, std::function<int()>& ru
     command->callback([&options, &run] { run = [&options] { return serve(options); }; });
 }
 
-void addAccountCommands(CLI::App& program, Place& place, AccountOptions& options, bool& asJSON, std::function<int()>& run) {
+void addAccountCommands(CLI::App& program, Place& place, AccountOptions& options, bool& asJSON,
+                        std::function<int()>& run) {
     auto* account = program.add_subcommand("account", "Accounts");
     account->require_subcommand(1);
     const auto named = [&](const char* name, const char* description) {
@@ -94,7 +104,9 @@ struct FileOptions {
 
 void addCareCommands(CLI::App& program, Place& place, FileOptions& options, bool& asJSON, std::function<int()>& run) {
     auto* inviting = addCommand(program, "invite", "Print a code with which one account can be made", place);
-    inviting->add_option("--days", options.days, "How long it is good; 7 without it")->check(CLI::Range(1, 365).description(""))->type_name("N");
+    inviting->add_option("--days", options.days, "How long it is good; 7 without it")
+        ->check(CLI::Range(1, 365).description(""))
+        ->type_name("N");
     inviting->callback([&] { run = [&] { return invite(place, options.days); }; });
     auto* saving = addCommand(program, "backup", "Write everything into one file, also while serving", place);
     saving->add_option("file", options.file, "The file")->required()->type_name("");

@@ -20,8 +20,8 @@ class MemoryStorage::View final : public Transaction {
         return get(account, table, name);
     }
 
-    void scan(std::string_view account, Table table, std::string_view prefix, std::string_view after,
-              std::size_t limit, const Visitor& visitor) override {
+    void scan(std::string_view account, Table table, std::string_view prefix, std::string_view after, std::size_t limit,
+              const Visitor& visitor) override {
         auto row = after < prefix ? _rows.lower_bound(std::make_tuple(account, table, prefix))
                                   : _rows.upper_bound(std::make_tuple(account, table, after));
         for (; limit > 0 && row != _rows.end(); ++row, --limit) {
@@ -94,7 +94,8 @@ void MemoryStorage::write(Work work, Done done) {
     }
     done(failure);
     if (!listener) return;
-    for (const auto& account : woken) (*listener)(account);
+    for (const auto& account : woken)
+        (*listener)(account);
 }
 
 void MemoryStorage::read(Work work, Done done) {
@@ -120,7 +121,8 @@ void MemoryStorage::setWakeListener(WakeListener listener) {
 
 void MemoryStorage::dump(const RowVisitor& visitor) {
     std::lock_guard lock(_mutex);
-    for (const auto& [key, value] : _rows) visitor(std::get<0>(key), std::get<1>(key), std::get<2>(key), value);
+    for (const auto& [key, value] : _rows)
+        visitor(std::get<0>(key), std::get<1>(key), std::get<2>(key), value);
 }
 
 void MemoryStorage::load(const std::function<void(const RowVisitor& add)>& rows) {

@@ -16,15 +16,19 @@ constexpr int bytesType = 17;  // the number of bytea
 template <std::size_t size>
 std::string big(std::uint64_t number) {
     std::string bytes(size, '\0');
-    for (std::size_t place = size; place-- > 0; number >>= 8) bytes[place] = static_cast<char>(number);
+    for (std::size_t place = size; place-- > 0; number >>= 8)
+        bytes[place] = static_cast<char>(number);
     return bytes;
 }
 
-std::string kindOf(Table table) { return big<2>(static_cast<std::uint64_t>(table)); }
+std::string kindOf(Table table) {
+    return big<2>(static_cast<std::uint64_t>(table));
+}
 
 std::string arrayOf(const std::vector<std::string>& names) {
     std::string array = big<4>(1) + big<4>(0) + big<4>(bytesType) + big<4>(names.size()) + big<4>(1);
-    for (const auto& name : names) array += big<4>(name.size()) + name;
+    for (const auto& name : names)
+        array += big<4>(name.size()) + name;
     return array;
 }
 
@@ -36,13 +40,15 @@ std::string_view bytesAt(const PGresult* result, int row, int column) {
 
 PostgresConnection::PostgresConnection(const std::string& address) : _handle(PQconnectdb(address.c_str())) {
     if (!isOpen()) throw StorageFailure(std::string("PostgreSQL: ") + PQerrorMessage(_handle.get()));
-    PQsetNoticeProcessor(_handle.get(), [](void*, const char*) {}, nullptr);
+    PQsetNoticeProcessor(
+        _handle.get(), [](void*, const char*) {}, nullptr);
     // Two writes that wait for each other are told so soon, and not after the server's second.
     execute("SET lock_timeout = '200ms'");
     // Several processes may come at the same time.
-    execute("BEGIN; SET LOCAL lock_timeout = 0; SELECT pg_advisory_xact_lock(7237123447126);"
-            "CREATE TABLE IF NOT EXISTS zun_rows (account bytea NOT NULL, kind smallint NOT NULL, name bytea NOT NULL,"
-            " value bytea NOT NULL, PRIMARY KEY (account, kind, name)); COMMIT");
+    execute(
+        "BEGIN; SET LOCAL lock_timeout = 0; SELECT pg_advisory_xact_lock(7237123447126);"
+        "CREATE TABLE IF NOT EXISTS zun_rows (account bytea NOT NULL, kind smallint NOT NULL, name bytea NOT NULL,"
+        " value bytea NOT NULL, PRIMARY KEY (account, kind, name)); COMMIT");
     prepare();
     if (PQenterPipelineMode(_handle.get()) != 1) throw StorageFailure("PostgreSQL: no pipeline");
 }
@@ -57,17 +63,21 @@ void PostgresConnection::prepare() {
         {"getForUpdate", "SELECT value FROM zun_rows WHERE account = $1 AND kind = $2 AND name = $3 FOR UPDATE"},
         {"lock", "SELECT pg_advisory_xact_lock(hashtextextended(encode($1 || int2send($2) || $3, 'hex'), 0))"},
         {"getMany", "SELECT name, value FROM zun_rows WHERE account = $1 AND kind = $2 AND name = ANY($3)"},
-        {"scanFrom", "SELECT name, value FROM zun_rows WHERE account = $1 AND kind = $2 AND name >= $3 AND name < $4"
-                     " ORDER BY name LIMIT $5"},
-        {"scanAfter", "SELECT name, value FROM zun_rows WHERE account = $1 AND kind = $2 AND name > $3 AND name < $4"
-                      " ORDER BY name LIMIT $5"},
-        {"put", "INSERT INTO zun_rows (account, kind, name, value) VALUES ($1, $2, $3, $4)"
-                " ON CONFLICT (account, kind, name) DO UPDATE SET value = excluded.value"},
+        {"scanFrom",
+         "SELECT name, value FROM zun_rows WHERE account = $1 AND kind = $2 AND name >= $3 AND name < $4"
+         " ORDER BY name LIMIT $5"},
+        {"scanAfter",
+         "SELECT name, value FROM zun_rows WHERE account = $1 AND kind = $2 AND name > $3 AND name < $4"
+         " ORDER BY name LIMIT $5"},
+        {"put",
+         "INSERT INTO zun_rows (account, kind, name, value) VALUES ($1, $2, $3, $4)"
+         " ON CONFLICT (account, kind, name) DO UPDATE SET value = excluded.value"},
         {"erase", "DELETE FROM zun_rows WHERE account = $1 AND kind = $2 AND name = $3"},
         {"erasePrefix", "DELETE FROM zun_rows WHERE account = $1 AND kind = $2 AND name >= $3 AND name < $4"},
         {"eraseAll", "DELETE FROM zun_rows"},
-        {"next", "SELECT account, kind, name, value FROM zun_rows WHERE (account, kind, name) > ($1, $2, $3)"
-                 " ORDER BY account, kind, name LIMIT $4"},
+        {"next",
+         "SELECT account, kind, name, value FROM zun_rows WHERE (account, kind, name) > ($1, $2, $3)"
+         " ORDER BY account, kind, name LIMIT $4"},
         {"notify", "SELECT pg_notify('zun_wake', convert_from($1, 'UTF8'))"},
     }};
     for (const auto& [name, sql] : statements) {
@@ -83,7 +93,8 @@ void PostgresConnection::execute(const char* sql) {
 
 void PostgresConnection::fail(const PGresult* result) {
     const char* state = result ? PQresultErrorField(result, PG_DIAG_SQLSTATE) : nullptr;
-    const std::string text = std::string("PostgreSQL: ") + (result ? PQresultErrorMessage(result) : PQerrorMessage(_handle.get()));
+    const std::string text =
+        std::string("PostgreSQL: ") + (result ? PQresultErrorMessage(result) : PQerrorMessage(_handle.get()));
     // Serialization failure, deadlock, a lock that did not come.
     for (const std::string_view conflict : {"40001", "40P01", "55P03"})
         if (state && state == conflict) throw PostgresConflict(text);
@@ -135,9 +146,13 @@ PostgresConnection::Result PostgresConnection::collect() {
     return last;
 }
 
-void PostgresConnection::begin(Mode mode) { say(mode == Mode::Read ? "read" : "write"); }
+void PostgresConnection::begin(Mode mode) {
+    say(mode == Mode::Read ? "read" : "write");
+}
 
-void PostgresConnection::commit() { (void)ask("commit"); }
+void PostgresConnection::commit() {
+    (void)ask("commit");
+}
 
 void PostgresConnection::rollback() noexcept {
     _woken.clear();
@@ -150,7 +165,9 @@ void PostgresConnection::rollback() noexcept {
     }
 }
 
-void PostgresConnection::notify(std::string_view payload) { (void)ask("notify", {payload}); }
+void PostgresConnection::notify(std::string_view payload) {
+    (void)ask("notify", {payload});
+}
 
 void PostgresConnection::eraseAll() {
     say("eraseAll");
@@ -163,7 +180,8 @@ std::optional<std::string> PostgresConnection::get(std::string_view account, Tab
     return std::string(bytesAt(result.get(), 0, 0));
 }
 
-std::optional<std::string> PostgresConnection::getForUpdate(std::string_view account, Table table, std::string_view name) {
+std::optional<std::string> PostgresConnection::getForUpdate(std::string_view account, Table table,
+                                                            std::string_view name) {
     const auto kind = kindOf(table);
     auto result = ask("getForUpdate", {account, kind, name});
     if (PQntuples(result.get()) == 0) {

@@ -1,7 +1,7 @@
 #pragma once
 
-// One connection to a PostgreSQL database, and the rows through it. What brings no answer is sent with the next question
-// or at the end, so that a transaction takes few trips to the server and back. Used by one thread at a time.
+// One connection to a PostgreSQL database, and the rows through it. What brings no answer is sent with the next
+// question or at the end, so that a transaction takes few trips to the server and back. Used by one thread at a time.
 
 #include <libpq-fe.h>
 

@@ -46,13 +46,18 @@ PostgresStorage::~PostgresStorage() {
     _news.notify_all();
     const std::uint64_t one = 1;
     (void)!::write(_ending, &one, sizeof one);
-    for (auto& thread : _threads) thread.join();
+    for (auto& thread : _threads)
+        thread.join();
     ::close(_ending);
 }
 
-void PostgresStorage::write(Work work, Done done) { enqueue({true, std::move(work), std::move(done)}); }
+void PostgresStorage::write(Work work, Done done) {
+    enqueue({true, std::move(work), std::move(done)});
+}
 
-void PostgresStorage::read(Work work, Done done) { enqueue({false, std::move(work), std::move(done)}); }
+void PostgresStorage::read(Work work, Done done) {
+    enqueue({false, std::move(work), std::move(done)});
+}
 
 void PostgresStorage::enqueue(Job job) {
     {
@@ -75,7 +80,8 @@ void PostgresStorage::runWorker(std::unique_ptr<PostgresConnection> connection) 
         auto failure = run(connection, *job);
         auto woken = !failure && connection && job->isWrite ? connection->takeWoken() : std::set<std::string>();
         job->done(std::move(failure));
-        for (const auto& account : woken) tell(account);
+        for (const auto& account : woken)
+            tell(account);
         if (!woken.empty()) wakeOthers(*connection, woken);
     }
 }
@@ -120,7 +126,8 @@ void PostgresStorage::tryOnce(PostgresConnection& connection, const Job& job, bo
 // After the commit rather than in it: the server lets one transaction with notifications commit at a time.
 void PostgresStorage::wakeOthers(PostgresConnection& connection, const std::set<std::string>& accounts) {
     try {
-        for (const auto& account : accounts) connection.notify(_mark + account);
+        for (const auto& account : accounts)
+            connection.notify(_mark + account);
     } catch (const StorageFailure&) {
         connection.rollback();
     }

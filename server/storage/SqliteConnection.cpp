@@ -76,21 +76,27 @@ SqliteConnection::SqliteConnection(const std::filesystem::path& file, Mode mode)
     if (mode == Mode::Backup) return;
     sqlite3_busy_timeout(connection, busyMilliseconds);
     // Each commit is on the disk when it returns; the log is written back when the storage says so.
-    execute("PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL; PRAGMA wal_autocheckpoint=0; PRAGMA cache_size=-16000;"
-            "PRAGMA mmap_size=1073741824;");
+    execute(
+        "PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL; PRAGMA wal_autocheckpoint=0; PRAGMA cache_size=-16000;"
+        "PRAGMA mmap_size=1073741824;");
     if (mode == Mode::Writer)
-        execute("CREATE TABLE IF NOT EXISTS rows (account BLOB NOT NULL, kind INTEGER NOT NULL, name BLOB NOT NULL,"
-                " value BLOB NOT NULL, PRIMARY KEY (account, kind, name)) WITHOUT ROWID;");
+        execute(
+            "CREATE TABLE IF NOT EXISTS rows (account BLOB NOT NULL, kind INTEGER NOT NULL, name BLOB NOT NULL,"
+            " value BLOB NOT NULL, PRIMARY KEY (account, kind, name)) WITHOUT ROWID;");
     _get.emplace(connection, "SELECT value FROM rows WHERE account = ?1 AND kind = ?2 AND name = ?3");
-    _scanFrom.emplace(connection, "SELECT name, value FROM rows WHERE account = ?1 AND kind = ?2 AND name >= ?3"
-                                  " AND name < ?4 ORDER BY name LIMIT ?5");
-    _scanAfter.emplace(connection, "SELECT name, value FROM rows WHERE account = ?1 AND kind = ?2 AND name > ?3"
-                                   " AND name < ?4 ORDER BY name LIMIT ?5");
-    _put.emplace(connection, "INSERT INTO rows (account, kind, name, value) VALUES (?1, ?2, ?3, ?4)"
-                             " ON CONFLICT (account, kind, name) DO UPDATE SET value = excluded.value");
+    _scanFrom.emplace(connection,
+                      "SELECT name, value FROM rows WHERE account = ?1 AND kind = ?2 AND name >= ?3"
+                      " AND name < ?4 ORDER BY name LIMIT ?5");
+    _scanAfter.emplace(connection,
+                       "SELECT name, value FROM rows WHERE account = ?1 AND kind = ?2 AND name > ?3"
+                       " AND name < ?4 ORDER BY name LIMIT ?5");
+    _put.emplace(connection,
+                 "INSERT INTO rows (account, kind, name, value) VALUES (?1, ?2, ?3, ?4)"
+                 " ON CONFLICT (account, kind, name) DO UPDATE SET value = excluded.value");
     _erase.emplace(connection, "DELETE FROM rows WHERE account = ?1 AND kind = ?2 AND name = ?3");
-    _erasePrefix.emplace(connection, "DELETE FROM rows WHERE account = ?1 AND kind = ?2 AND name >= ?3"
-                                     " AND name < ?4");
+    _erasePrefix.emplace(connection,
+                         "DELETE FROM rows WHERE account = ?1 AND kind = ?2 AND name >= ?3"
+                         " AND name < ?4");
 }
 
 void SqliteConnection::execute(const char* sql) {
@@ -99,8 +105,7 @@ void SqliteConnection::execute(const char* sql) {
 
 void SqliteConnection::abandon() noexcept {
     _woken.clear();
-    if (sqlite3_get_autocommit(_handle.get()) == 0)
-        sqlite3_exec(_handle.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+    if (sqlite3_get_autocommit(_handle.get()) == 0) sqlite3_exec(_handle.get(), "ROLLBACK", nullptr, nullptr, nullptr);
 }
 
 std::optional<std::string> SqliteConnection::get(std::string_view account, Table table, std::string_view name) {

@@ -154,13 +154,15 @@ bool SqliteStorage::tryBatch(std::deque<Job>& batch) {
     try {
         const WriteRight right(_lockFile);
         _writer->execute("BEGIN IMMEDIATE");
-        for (auto& job : batch) runJob(job);
+        for (auto& job : batch)
+            runJob(job);
         _writer->execute("COMMIT");
         writeBack();
         return true;
     } catch (const StorageFailure& failure) {
         _writer->abandon();
-        for (auto& job : batch) job.failure = failure;
+        for (auto& job : batch)
+            job.failure = failure;
         return false;
     }
 }
@@ -195,7 +197,8 @@ void SqliteStorage::report(std::deque<Job>& batch) {
         job.done(std::move(job.failure));
     }
     if (!listener) return;
-    for (const auto& account : woken) (*listener)(account);
+    for (const auto& account : woken)
+        (*listener)(account);
 }
 
 void SqliteStorage::read(Work work, Done done) {
@@ -220,7 +223,8 @@ void SqliteStorage::setWakeListener(WakeListener listener) {
 void SqliteStorage::dump(const RowVisitor& visitor) {
     const Borrowed reader(*this);
     SqliteStatement all(reader->handle(), "SELECT account, kind, name, value FROM rows ORDER BY account, kind, name");
-    while (all.step()) visitor(all.bytes(0), static_cast<Table>(all.number(1)), all.bytes(2), all.bytes(3));
+    while (all.step())
+        visitor(all.bytes(0), static_cast<Table>(all.number(1)), all.bytes(2), all.bytes(3));
 }
 
 void SqliteStorage::load(const std::function<void(const RowVisitor& add)>& rows) {
@@ -242,7 +246,8 @@ std::vector<std::string> SqliteStorage::check() {
     const Borrowed reader(*this);
     SqliteStatement complaints(reader->handle(), "PRAGMA integrity_check");
     std::vector<std::string> found;
-    while (complaints.step()) found.emplace_back(complaints.bytes(0));
+    while (complaints.step())
+        found.emplace_back(complaints.bytes(0));
     if (found.size() == 1 && found.front() == "ok") found.clear();
     return found;
 }

@@ -24,7 +24,8 @@ std::vector<std::optional<std::string>> Transaction::getMany(std::string_view ac
                                                              const std::vector<std::string>& names) {
     std::vector<std::optional<std::string>> values;
     values.reserve(names.size());
-    for (const auto& name : names) values.push_back(get(account, table, name));
+    for (const auto& name : names)
+        values.push_back(get(account, table, name));
     return values;
 }
 

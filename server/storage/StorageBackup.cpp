@@ -55,8 +55,10 @@ std::uint64_t restoreFrom(const std::filesystem::path& file, Storage& storage) {
     checkBackup(connection);
     std::uint64_t rows = 0;
     storage.load([&](const Storage::RowVisitor& add) {
-        SqliteStatement all(connection.handle(), "SELECT account, kind, name, value FROM rows ORDER BY account, kind, name");
-        for (; all.step(); ++rows) add(all.bytes(0), static_cast<Table>(all.number(1)), all.bytes(2), all.bytes(3));
+        SqliteStatement all(connection.handle(),
+                            "SELECT account, kind, name, value FROM rows ORDER BY account, kind, name");
+        for (; all.step(); ++rows)
+            add(all.bytes(0), static_cast<Table>(all.number(1)), all.bytes(2), all.bytes(3));
     });
     return rows;
 }

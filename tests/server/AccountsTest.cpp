@@ -81,8 +81,9 @@ TEST(Accounts, ListAndRevokeTheirDevices) {
     EXPECT_EQ(second.codeOf(FetchAccount{}), 9);
     EXPECT_EQ(first.codeOf(SignOut{}), 0);
     EXPECT_EQ(first.codeOf(FetchAccount{}), 9);
-    for (const std::string& token : {std::string("x"), std::string(".."), stranger.accountID + "." + stranger.deviceID + ".x",
-                                     stranger.token + "x", first.accountID + stranger.token.substr(17)})
+    for (const std::string& token :
+         {std::string("x"), std::string(".."), stranger.accountID + "." + stranger.deviceID + ".x",
+          stranger.token + "x", first.accountID + stranger.token.substr(17)})
         EXPECT_EQ(codeOf(world.ask(token, FetchAccount{})), 9) << token;
 }
 
@@ -113,16 +114,19 @@ TEST(Accounts, LearnNothingOfOthers) {
     share.shareDetails = CKShareDetails{root.recordID, {}, CKShareParticipantPermission::None, {}};
     const auto URL = anna.save({root, share}).saved.at(1).shareDetails->URL;
     const auto cursorOrToken = anna.changes().token;
-    const CKRecordZoneID real{"Reminders", anna.accountID}, none{"Nothing", anna.accountID}, nobody{"Reminders", "uNobody"};
+    const CKRecordZoneID real{"Reminders", anna.accountID}, none{"Nothing", anna.accountID},
+        nobody{"Reminders", "uNobody"};
     for (auto scope : {DatabaseScope::Private, DatabaseScope::Shared}) {
         const auto ask = [&](const CKRecordZoneID& zone, const std::string& name) {
             auto record = makeRecord(name, "x", zone);
             std::vector<int> codes;
             const auto add = [&](const Answer& answer) {
                 if (const auto* modified = std::get_if<ModifiedRecords>(&answer)) {
-                    for (const auto& [recordID, error] : modified->failed) codes.push_back(static_cast<int>(error.code));
+                    for (const auto& [recordID, error] : modified->failed)
+                        codes.push_back(static_cast<int>(error.code));
                 } else if (const auto* fetched = std::get_if<FetchedRecords>(&answer)) {
-                    for (const auto& [recordID, error] : fetched->failed) codes.push_back(static_cast<int>(error.code));
+                    for (const auto& [recordID, error] : fetched->failed)
+                        codes.push_back(static_cast<int>(error.code));
                 } else if (const auto* changes = std::get_if<ZoneChanges>(&answer)) {
                     codes.push_back(static_cast<int>(changes->zones.at(0).error.value_or(CKError{}).code));
                 } else {
@@ -161,7 +165,8 @@ TEST(Accounts, AreThrottledBothAsDevicesAndAsStrangers) {
     options.limits.strangersAtOnce = 4;
     ServiceWorld world(std::make_unique<MemoryStorage>(), options);
     const TestDevice anna(world, "anna"), bert(world, "bert");
-    for (int time = 0; time < 3; ++time) EXPECT_EQ(anna.codeOf(FetchAccount{}), 0);
+    for (int time = 0; time < 3; ++time)
+        EXPECT_EQ(anna.codeOf(FetchAccount{}), 0);
     const auto refused = anna.ask<CKError>(FetchAccount{});
     EXPECT_EQ(refused.code, CKErrorCode::RequestRateLimited);
     EXPECT_DOUBLE_EQ(refused.retryAfter(), 0.5);

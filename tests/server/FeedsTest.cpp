@@ -12,17 +12,21 @@ namespace {
 using testing::ElementsAre;
 using testing::IsEmpty;
 
-CKRecordID id(std::string name) { return {std::move(name), remindersZone}; }
+CKRecordID id(std::string name) {
+    return {std::move(name), remindersZone};
+}
 
 std::vector<std::string> names(const std::vector<CKRecord>& records) {
     std::vector<std::string> names;
-    for (const auto& record : records) names.push_back(record.recordID.recordName);
+    for (const auto& record : records)
+        names.push_back(record.recordID.recordName);
     return names;
 }
 
 std::vector<std::string> names(const std::vector<ZoneChanges::Deleted>& deleted) {
     std::vector<std::string> names;
-    for (const auto& each : deleted) names.push_back(each.recordID.recordName);
+    for (const auto& each : deleted)
+        names.push_back(each.recordID.recordName);
     return names;
 }
 
@@ -96,8 +100,10 @@ TEST(Feeds, PagedThroughWhileOthersWriteGiveTheWholeZone) {
             }
             ASSERT_FALSE(page.moreComing && page.changed.empty() && page.deleted.empty());
             if (page.fromBeginning) read.clear();
-            for (const auto& record : page.changed) read[record.recordID.recordName] = *record.get<std::string>("title");
-            for (const auto& gone : page.deleted) read.erase(gone.recordID.recordName);
+            for (const auto& record : page.changed)
+                read[record.recordID.recordName] = *record.get<std::string>("title");
+            for (const auto& gone : page.deleted)
+                read.erase(gone.recordID.recordName);
             token = page.token;
             if (round >= 50 && !page.moreComing) break;
         }
@@ -110,7 +116,8 @@ TEST(Feeds, SayOnceForADeviceThatATokenIsExpiredThenBeginAnew) {
     const TestDevice anna(world, "anna");
     const TestDevice second(world, "anna");
     const TestDevice berta(world, "berta");
-    for (const auto* device : {&anna, &berta}) device->makeZone();
+    for (const auto* device : {&anna, &berta})
+        device->makeZone();
     (void)anna.save({makeRecord("a", "1")});
     const auto old = anna.changes().token;
     const auto expired = [](const TestDevice& device, const Token& token) {
@@ -141,7 +148,8 @@ TEST(Feeds, ForgetDeletionsAfterTheirTimeAndStayReadableFromTheStart) {
     ServiceWorld world(std::make_unique<MemoryStorage>(), options);
     const TestDevice device(world, "anna");
     device.makeZone();
-    for (int number = 0; number < 6; ++number) (void)device.save({makeRecord("r" + std::to_string(number), "x")});
+    for (int number = 0; number < 6; ++number)
+        (void)device.save({makeRecord("r" + std::to_string(number), "x")});
     (void)device.remove({id("r5")});
     world.environment.advance(std::chrono::hours(24 * 31));
     (void)device.save({makeRecord("s", "x")});
@@ -157,7 +165,8 @@ TEST(Feeds, ForgetDeletionsAfterTheirTimeAndStayReadableFromTheStart) {
     for (int page = 0; isMore && page < 10; ++page) {
         const auto answer = device.changes(token);
         ASSERT_FALSE(answer.error) << "who began after a deletion need not know of it";
-        for (auto& name : names(answer.changed)) read.push_back(std::move(name));
+        for (auto& name : names(answer.changed))
+            read.push_back(std::move(name));
         token = answer.token;
         isMore = answer.moreComing;
     }

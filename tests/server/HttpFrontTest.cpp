@@ -58,7 +58,8 @@ class HeldStorage final : public Storage {
         isHolding = false;
         auto held = std::move(_held);
         lock.unlock();
-        for (auto& [work, done] : held) _storage.write(std::move(work), std::move(done));
+        for (auto& [work, done] : held)
+            _storage.write(std::move(work), std::move(done));
     }
 
   private:
@@ -115,11 +116,14 @@ class Client {
     std::string _received;
 };
 
-std::string posted(std::string_view path, const std::string& token, const std::string& body, const std::string& more = {}) {
+std::string posted(std::string_view path, const std::string& token, const std::string& body,
+                   const std::string& more = {}) {
     return "POST /v1/" + std::string(path) + " HTTP/1.1\r\nHost: x\r\nAuthorization: Bearer " + token + "\r\n" + more +
            "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
 }
-std::string posted(const std::string& token, const Request& request) { return posted(pathOf(request), token, encode(request)); }
+std::string posted(const std::string& token, const Request& request) {
+    return posted(pathOf(request), token, encode(request));
+}
 
 class Http : public testing::Test {
   protected:
@@ -207,7 +211,8 @@ TEST_F(Http, CarriesPushesAsEventsThatCanBeResumed) {
     EXPECT_THAT(client->until("\r\n\r\n"), HasSubstr("text/event-stream"));
     EXPECT_EQ(client->until("\n\n"), "event: opened\nid: 0\ndata: {\"gap\":false}\n\n");
     (void)writer.save({makeRecord("a", "1")});
-    EXPECT_THAT(client->until("\n\n"), testing::AllOf(StartsWith("event: push\nid: 1\n"), HasSubstr("\"recordName\":\"a\"")));
+    EXPECT_THAT(client->until("\n\n"),
+                testing::AllOf(StartsWith("event: push\nid: 1\n"), HasSubstr("\"recordName\":\"a\"")));
     EXPECT_EQ(client->until("\n\n"), ":\n\n") << "a sign of life";
     client.reset();
     (void)writer.save({makeRecord("b", "1")});
@@ -227,7 +232,8 @@ TEST_F(Http, FinishesWhatItAcceptedWhenItStops) {
     (void)stream->until("\n\n");
     auto& storage = static_cast<HeldStorage&>(*world.storage);
     storage.hold();
-    busy->say(posted(device.token, ModifyRecords{DatabaseScope::Private, SavePolicy::AllKeys, {makeRecord("r", "x")}, {}}));
+    busy->say(
+        posted(device.token, ModifyRecords{DatabaseScope::Private, SavePolicy::AllKeys, {makeRecord("r", "x")}, {}}));
     storage.waitForWrite();
     auto stopping = std::async(std::launch::async, [&] { front->stop(); });
     (void)idle->rest();
@@ -273,7 +279,8 @@ void writeCertificate(const std::string& certificateFile, const std::string& key
     X509_gmtime_adj(X509_getm_notAfter(certificate.get()), 3'600);
     X509_set_pubkey(certificate.get(), key.get());
     auto* name = X509_get_subject_name(certificate.get());
-    X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC, reinterpret_cast<const unsigned char*>("localhost"), -1, -1, 0);
+    X509_NAME_add_entry_by_txt(name, "CN", MBSTRING_ASC, reinterpret_cast<const unsigned char*>("localhost"), -1, -1,
+                               0);
     X509_set_issuer_name(certificate.get(), name);
     X509_sign(certificate.get(), key.get(), EVP_sha256());
     const std::unique_ptr<FILE, int (*)(FILE*)> certificateTo(std::fopen(certificateFile.c_str(), "w"), std::fclose);

@@ -50,24 +50,24 @@ TEST_F(ManyProcesses, AgreeOnAccountsTokensAndFeeds) {
 TEST_F(ManyProcesses, PassPushesOnToEachOther) {
     const TestDevice here(*first, "anna"), there(*second, "anna");
     here.makeZone();
-    (void)here.ask<SavedSubscription>(SaveSubscription{DatabaseScope::Private, {{}, CKSubscriptionData::Kind::Query, "Reminder", 7, {}, true}});
+    (void)here.ask<SavedSubscription>(
+        SaveSubscription{DatabaseScope::Private, {{}, CKSubscriptionData::Kind::Query, "Reminder", 7, {}, true}});
     std::mutex mutex;
     std::condition_variable news;
     std::vector<std::string> received;
     std::unique_ptr<PushStream> stream;
-    second->service->openPushStream(
-        there.token, std::nullopt,
-        {[&](const Push& push) {
-             std::lock_guard lock(mutex);
-             received.push_back(push.recordID->recordName);
-             news.notify_all();
-         },
-         [] {}},
-        [&](auto result) {
-            std::lock_guard lock(mutex);
-            stream = std::move(std::get<OpenedPushStream>(result).stream);
-            news.notify_all();
-        });
+    second->service->openPushStream(there.token, std::nullopt,
+                                    {[&](const Push& push) {
+                                         std::lock_guard lock(mutex);
+                                         received.push_back(push.recordID->recordName);
+                                         news.notify_all();
+                                     },
+                                     [] {}},
+                                    [&](auto result) {
+                                        std::lock_guard lock(mutex);
+                                        stream = std::move(std::get<OpenedPushStream>(result).stream);
+                                        news.notify_all();
+                                    });
     std::unique_lock lock(mutex);
     news.wait(lock, [&] { return stream != nullptr; });
     lock.unlock();
@@ -92,8 +92,11 @@ TEST_F(ManyProcesses, WriteToOneShareAtTheSameTime) {
     constexpr int times = 15;
     std::thread other([&] {
         for (int time = 0; time < times; ++time)
-            EXPECT_THAT(participant.save({makeRecord("r", "p", {"Reminders", owner.accountID})}, SavePolicy::AllKeys,
-                                         DatabaseScope::Shared).failed, IsEmpty());
+            EXPECT_THAT(participant
+                            .save({makeRecord("r", "p", {"Reminders", owner.accountID})}, SavePolicy::AllKeys,
+                                  DatabaseScope::Shared)
+                            .failed,
+                        IsEmpty());
     });
     for (int time = 0; time < times; ++time)
         EXPECT_THAT(owner.save({makeRecord("r", "o")}, SavePolicy::AllKeys).failed, IsEmpty());
@@ -103,13 +106,15 @@ TEST_F(ManyProcesses, WriteToOneShareAtTheSameTime) {
 // A server that crashes under load: whatever was answered as saved is there afterwards, and the feed has no hole.
 TEST_F(ManyProcesses, SurviveARestartOfTheDatabaseUnderLoad) {
     const TestDevice here(*first, "anna"), there(*second, "bert");
-    for (const auto* device : {&here, &there}) device->makeZone();
+    for (const auto* device : {&here, &there})
+        device->makeZone();
     std::atomic<bool> isOn{true};
     std::atomic<int> written{0};
     const auto write = [&](const TestDevice& device, std::set<std::string>& acknowledged) {
         for (int number = 0; isOn; ++number) {
             const auto name = "r" + std::to_string(number);
-            const auto answer = device.codeOf(ModifyRecords{DatabaseScope::Private, SavePolicy::AllKeys, {makeRecord(name, "x")}, {}});
+            const auto answer =
+                device.codeOf(ModifyRecords{DatabaseScope::Private, SavePolicy::AllKeys, {makeRecord(name, "x")}, {}});
             if (answer == 0) acknowledged.insert(name);
             EXPECT_TRUE(answer == 0 || answer == 6) << answer;
             ++written;
@@ -118,16 +123,19 @@ TEST_F(ManyProcesses, SurviveARestartOfTheDatabaseUnderLoad) {
     std::set<std::string> ofHere, ofThere;
     std::thread one([&] { write(here, ofHere); }), two([&] { write(there, ofThere); });
     for (int restarts = 1; restarts <= 2; ++restarts) {
-        while (written < restarts * 60) std::this_thread::yield();
+        while (written < restarts * 60)
+            std::this_thread::yield();
         PostgresCluster::shared().restart();
     }
-    while (written < 240) std::this_thread::yield();
+    while (written < 240)
+        std::this_thread::yield();
     isOn = false;
     one.join();
     two.join();
     for (const auto& [device, acknowledged] : {std::pair(&here, &ofHere), std::pair(&there, &ofThere)}) {
         std::set<std::string> found;
-        for (const auto& record : device->changes().changed) found.insert(record.recordID.recordName);
+        for (const auto& record : device->changes().changed)
+            found.insert(record.recordID.recordName);
         EXPECT_TRUE(std::includes(found.begin(), found.end(), acknowledged->begin(), acknowledged->end()));
     }
 }

@@ -28,7 +28,8 @@ const passwd* otherUser() {
 
 void run(const std::string& command) {
     const auto* user = otherUser();
-    const auto whole = (user ? "runuser -u " + std::string(user->pw_name) + " -- " : std::string()) + command + " >/dev/null 2>&1";
+    const auto whole =
+        (user ? "runuser -u " + std::string(user->pw_name) + " -- " : std::string()) + command + " >/dev/null 2>&1";
     if (std::system(whole.c_str()) == 0) return;
     std::fprintf(stderr, "failed: %s\n", whole.c_str());
     std::abort();
@@ -36,7 +37,9 @@ void run(const std::string& command) {
 
 }  // namespace
 
-bool PostgresCluster::isAvailable() { return !programs().empty(); }
+bool PostgresCluster::isAvailable() {
+    return !programs().empty();
+}
 
 PostgresCluster& PostgresCluster::shared() {
     static PostgresCluster cluster;
@@ -50,7 +53,8 @@ PostgresCluster::PostgresCluster() {
     _folder = name;
     if (const auto* user = otherUser())
         if (::chown(_folder.c_str(), user->pw_uid, user->pw_gid) != 0) std::abort();
-    run(programs() / "initdb" += " -D " + (_folder / "data").string() + " -A trust -U zun --no-sync --encoding UTF8 --locale C");
+    run(programs() / "initdb" +=
+        " -D " + (_folder / "data").string() + " -A trust -U zun --no-sync --encoding UTF8 --locale C");
     start();
 }
 
@@ -65,7 +69,8 @@ void PostgresCluster::control(const std::string& words) {
 }
 
 void PostgresCluster::start() {
-    control("-l " + (_folder / "log").string() + " -o \"-k " + _folder.string() + " -c listen_addresses='' -c fsync=off\" start");
+    control("-l " + (_folder / "log").string() + " -o \"-k " + _folder.string() +
+            " -c listen_addresses='' -c fsync=off\" start");
 }
 
 void PostgresCluster::restart() {
@@ -80,8 +85,8 @@ std::string PostgresCluster::addressOf(const std::string& database) const {
 std::string PostgresCluster::makeDatabase() {
     const auto name = "test" + std::to_string(++_databases);
     const std::unique_ptr<PGconn, void (*)(PGconn*)> connection(PQconnectdb(addressOf("postgres").c_str()), PQfinish);
-    const std::unique_ptr<PGresult, void (*)(PGresult*)> made(PQexec(connection.get(), ("CREATE DATABASE " + name).c_str()),
-                                                              PQclear);
+    const std::unique_ptr<PGresult, void (*)(PGresult*)> made(
+        PQexec(connection.get(), ("CREATE DATABASE " + name).c_str()), PQclear);
     if (PQresultStatus(made.get()) != PGRES_COMMAND_OK) std::abort();
     return addressOf(name);
 }

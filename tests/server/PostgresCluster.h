@@ -1,7 +1,7 @@
 #pragma once
 
-// A PostgreSQL of the tests' own in a temporary folder, on a local socket. PostgreSQL does not run as root; then it runs
-// as "postgres" or "nobody".
+// A PostgreSQL of the tests' own in a temporary folder, on a local socket. PostgreSQL does not run as root; then it
+// runs as "postgres" or "nobody".
 
 #include <filesystem>
 #include <memory>

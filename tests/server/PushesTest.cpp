@@ -12,16 +12,19 @@ using testing::HasSubstr;
 using testing::IsEmpty;
 using Kind = CKSubscriptionData::Kind;
 
-CKSubscriptionData reminders() { return {{}, Kind::Query, "Reminder", 7, {"modified_date"}, true}; }
-CKSubscriptionData database() { return {"shared-changes", Kind::Database, {}, 0, {}, true}; }
+CKSubscriptionData reminders() {
+    return {{}, Kind::Query, "Reminder", 7, {"modified_date"}, true};
+}
+CKSubscriptionData database() {
+    return {"shared-changes", Kind::Database, {}, 0, {}, true};
+}
 
 // An open stream and what came through it, one line a push.
 class Receiver {
   public:
     Receiver(ServiceWorld& world, const TestDevice& device, std::optional<std::uint64_t> last = std::nullopt) {
         world.service->openPushStream(
-            device.token, last,
-            {[this](const Push& push) { receive(push); }, [this] { lines.emplace_back("closed"); }},
+            device.token, last, {[this](const Push& push) { receive(push); }, [this] { lines.emplace_back("closed"); }},
             [this](auto result) {
                 if (auto* stream = std::get_if<OpenedPushStream>(&result)) {
                     opened = std::move(*stream);
@@ -40,7 +43,8 @@ class Receiver {
         EXPECT_TRUE(lastNumber == 0 || push.number == lastNumber + 1) << "numbers rise by one";
         lastNumber = push.number;
         auto line = std::to_string(static_cast<int>(push.kind)) + " " + push.subscriptionID;
-        if (push.recordID) line += " " + push.recordID->recordName + " " + std::to_string(static_cast<int>(push.reason));
+        if (push.recordID)
+            line += " " + push.recordID->recordName + " " + std::to_string(static_cast<int>(push.reason));
         lines.push_back(line);
     }
 };
@@ -48,7 +52,8 @@ class Receiver {
 TEST(Subscriptions, AreKeptOnceEach) {
     ServiceWorld world;
     const TestDevice device(world, "anna"), other(world, "bert");
-    const auto saved = device.ask<SavedSubscription>(SaveSubscription{DatabaseScope::Private, reminders()}).subscription;
+    const auto saved =
+        device.ask<SavedSubscription>(SaveSubscription{DatabaseScope::Private, reminders()}).subscription;
     EXPECT_FALSE(saved.subscriptionID.empty());
     const auto again = device.ask<CKError>(SaveSubscription{DatabaseScope::Private, reminders()});
     EXPECT_EQ(again.code, CKErrorCode::ServerRejectedRequest);
@@ -71,7 +76,8 @@ TEST(Pushes, NameTheRecordThatAnotherDeviceChanged) {
     ServiceWorld world;
     const TestDevice writer(world, "anna"), reader(world, "anna"), stranger(world, "bert");
     writer.makeZone();
-    const auto id = writer.ask<SavedSubscription>(SaveSubscription{DatabaseScope::Private, reminders()}).subscription.subscriptionID;
+    const auto id = writer.ask<SavedSubscription>(SaveSubscription{DatabaseScope::Private, reminders()})
+                        .subscription.subscriptionID;
     (void)stranger.ask<SavedSubscription>(SaveSubscription{DatabaseScope::Private, reminders()});
     Receiver own(world, writer), there(world, reader), elsewhere(world, stranger);
     (void)writer.save({makeRecord("a", "1")});
@@ -105,7 +111,8 @@ TEST(Pushes, GoOnAfterABreakAndSayWhatIsLost) {
         EXPECT_THAT(fresh.lines, IsEmpty());
         EXPECT_EQ(fresh.opened.lastNumber, 1U);
     }
-    for (int time = 0; time < 4; ++time) change();
+    for (int time = 0; time < 4; ++time)
+        change();
     world.restart();
     Receiver resumed(world, reader, 1);
     EXPECT_FALSE(resumed.opened.hasGap);
@@ -154,7 +161,8 @@ TEST(Pushes, OfTheSharedDatabaseBearTheirSubscription) {
     (void)anna.save({makeRecord("r", "Bread")}, SavePolicy::AllKeys);
     EXPECT_THAT(accepting.lines, ElementsAre("4 shared-changes"));
     EXPECT_THAT(annas.lines, IsEmpty());
-    (void)bert.save({makeRecord("r", "Cheese", {"Reminders", anna.accountID})}, SavePolicy::AllKeys, DatabaseScope::Shared);
+    (void)bert.save({makeRecord("r", "Cheese", {"Reminders", anna.accountID})}, SavePolicy::AllKeys,
+                    DatabaseScope::Shared);
     EXPECT_THAT(annas.lines, ElementsAre(HasSubstr(" r 2")));
 }
 

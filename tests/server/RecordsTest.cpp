@@ -12,11 +12,14 @@ using testing::IsEmpty;
 using testing::Pair;
 using testing::UnorderedElementsAre;
 
-CKRecordID id(std::string name) { return {std::move(name), remindersZone}; }
+CKRecordID id(std::string name) {
+    return {std::move(name), remindersZone};
+}
 
 std::map<std::string, int> codes(const ModifiedRecords& answer) {
     std::map<std::string, int> codes;
-    for (const auto& [recordID, error] : answer.failed) codes[recordID.recordName] = static_cast<int>(error.code);
+    for (const auto& [recordID, error] : answer.failed)
+        codes[recordID.recordName] = static_cast<int>(error.code);
     return codes;
 }
 
@@ -40,8 +43,8 @@ TEST(Records, ComeBackAsTheyWereSaved) {
     EXPECT_EQ(fetched.records[0], record);
     ASSERT_EQ(fetched.failed.size(), 2U);
     EXPECT_EQ(fetched.failed.at(id("nothing")).code, CKErrorCode::UnknownItem);
-    const auto outline = device.ask<FetchedRecords>(
-        FetchRecords{DatabaseScope::Private, {record.recordID}, std::vector<std::string>{}});
+    const auto outline =
+        device.ask<FetchedRecords>(FetchRecords{DatabaseScope::Private, {record.recordID}, std::vector<std::string>{}});
     EXPECT_TRUE(outline.records.at(0).fields.empty());
     EXPECT_EQ(outline.records[0].recordChangeTag, record.recordChangeTag);
 }
@@ -106,8 +109,9 @@ TEST(Records, OfOneZoneSucceedOrFailTogether) {
     ASSERT_EQ(answer.saved.size(), 1U);
     EXPECT_EQ(answer.saved[0].recordID.recordName, "o");
     EXPECT_THAT(device.changes().changed, testing::SizeIs(1));
-    EXPECT_EQ(device.codeOf(ModifyRecords{DatabaseScope::Private, SavePolicy::AllKeys, {makeRecord("a", "A")}, {id("a")}}),
-              12)
+    EXPECT_EQ(
+        device.codeOf(ModifyRecords{DatabaseScope::Private, SavePolicy::AllKeys, {makeRecord("a", "A")}, {id("a")}}),
+        12)
         << "the same record twice";
 }
 
@@ -148,7 +152,8 @@ TEST(Records, AreFoundByTypePageByPage) {
     const TestDevice device(world, "anna");
     device.makeZone();
     std::vector<CKRecord> records;
-    for (int number = 0; number < 7; ++number) records.push_back(makeRecord("r" + std::to_string(number), "x"));
+    for (int number = 0; number < 7; ++number)
+        records.push_back(makeRecord("r" + std::to_string(number), "x"));
     records.push_back(makeRecord("r3b", "x"));
     records.back().recordType = "Other";
     (void)device.save(std::move(records));
@@ -158,13 +163,15 @@ TEST(Records, AreFoundByTypePageByPage) {
     int pages = 0;
     do {
         const auto page = device.ask<QueriedRecords>(query);
-        for (const auto& record : page.records) names.push_back(record.recordID.recordName);
+        for (const auto& record : page.records)
+            names.push_back(record.recordID.recordName);
         query.cursor = page.cursor;
         ++pages;
     } while (!query.cursor.empty());
     EXPECT_THAT(names, ElementsAre("r0", "r1", "r2", "r3", "r4", "r6"));
     EXPECT_LE(pages, 3);
-    query.cursor = device.ask<QueriedRecords>(QueryRecords{DatabaseScope::Private, remindersZone, "Reminder", {}}).cursor;
+    query.cursor =
+        device.ask<QueriedRecords>(QueryRecords{DatabaseScope::Private, remindersZone, "Reminder", {}}).cursor;
     query.recordType = "Other";
     EXPECT_EQ(device.codeOf(query), 12) << "a cursor belongs to its query";
 }
@@ -178,13 +185,15 @@ TEST(Records, HaveLimits) {
     const TestDevice device(world, "anna");
     device.makeZone();
     std::vector<CKRecord> many;
-    for (int number = 0; number < 4; ++number) many.push_back(makeRecord(std::to_string(number), "x"));
+    for (int number = 0; number < 4; ++number)
+        many.push_back(makeRecord(std::to_string(number), "x"));
     EXPECT_EQ(device.codeOf(ModifyRecords{DatabaseScope::Private, SavePolicy::AllKeys, many, {}}), 27);
     EXPECT_THAT(codes(device.save({makeRecord("big", std::string(2'000, 'x')), makeRecord("small", "x")})),
                 UnorderedElementsAre(Pair("big", 27), Pair("small", 22)));
     const std::string text(1'500, 'x');
     (void)device.save({makeRecord("1", text), makeRecord("2", text)});
-    const ModifyRecords third{DatabaseScope::Private, SavePolicy::AllKeys, {makeRecord("3", text), makeRecord("4", text)}, {}};
+    const ModifyRecords third{
+        DatabaseScope::Private, SavePolicy::AllKeys, {makeRecord("3", text), makeRecord("4", text)}, {}};
     EXPECT_EQ(device.codeOf(third), 25);
     EXPECT_EQ(device.fetch({id("3")}).records.size(), 0U) << "nothing of it was kept";
     (void)device.remove({id("1"), id("2")});

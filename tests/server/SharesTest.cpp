@@ -18,8 +18,10 @@ constexpr auto shared = DatabaseScope::Shared;
 
 std::vector<std::string> names(const ZoneChanges::Zone& zone) {
     std::vector<std::string> names;
-    for (const auto& record : zone.changed) names.push_back(record.recordID.recordName);
-    for (const auto& deleted : zone.deleted) names.push_back("-" + deleted.recordID.recordName);
+    for (const auto& record : zone.changed)
+        names.push_back(record.recordID.recordName);
+    for (const auto& deleted : zone.deleted)
+        names.push_back("-" + deleted.recordID.recordName);
     return names;
 }
 
@@ -34,7 +36,8 @@ class Shares : public testing::Test {
         EXPECT_THAT(administration.check(), IsEmpty());
     }
     // Shares a record of Anna's and returns the share as it was saved.
-    SavedRecord share(const std::string& root, Permission forAll, std::vector<CKShareParticipant> participants = {}) const {
+    SavedRecord share(const std::string& root, Permission forAll,
+                      std::vector<CKShareParticipant> participants = {}) const {
         CKRecord record;
         record.recordType = CKRecordTypeShare;
         record.recordID = {"share of " + root, remindersZone};
@@ -80,7 +83,8 @@ TEST_F(Shares, ShowAParticipantWhatWasSharedAndNothingElse) {
     EXPECT_THAT(bert.ask<DatabaseChanges>(FetchDatabaseChanges{shared, {}}).changed, ElementsAre(annasZone()));
     const auto feed = bert.changes(std::nullopt, shared, annasZone());
     EXPECT_THAT(names(feed), UnorderedElementsAre("r", "share of r"));
-    for (const auto& record : feed.changed) EXPECT_EQ(record.recordID.zoneID, annasZone());
+    for (const auto& record : feed.changed)
+        EXPECT_EQ(record.recordID.zoneID, annasZone());
     const auto fetched = bert.fetch({seen("r"), seen("private"), seen("share of r")}, shared);
     EXPECT_EQ(fetched.records.size(), 2U);
     EXPECT_EQ(fetched.failed.at(seen("private")).code, CKErrorCode::UnknownItem);
@@ -93,7 +97,8 @@ TEST_F(Shares, ShowAParticipantWhatWasSharedAndNothingElse) {
 TEST_F(Shares, LetParticipantsWriteAsTheirPermissionSays) {
     const auto readers = share("r", Permission::ReadOnly).shareDetails->URL;
     const auto writers = share("q", Permission::ReadWrite).shareDetails->URL;
-    for (const auto& URL : {readers, writers}) (void)accept(bert, URL);
+    for (const auto& URL : {readers, writers})
+        (void)accept(bert, URL);
     const auto code = [](const ModifiedRecords& answer) {
         return answer.failed.empty() ? 0 : static_cast<int>(answer.failed.begin()->second.code);
     };
@@ -118,12 +123,14 @@ TEST_F(Shares, LetParticipantsWriteAsTheirPermissionSays) {
 
 TEST_F(Shares, EndByLeavingByStoppingAndByExclusion) {
     enum class Way { Leave, Stop, DeleteRoot, Exclude, CloseTheDoor, DeleteZone, DeleteAccount };
-    for (auto way : {Way::Leave, Way::Stop, Way::DeleteRoot, Way::Exclude, Way::CloseTheDoor, Way::DeleteZone, Way::DeleteAccount}) {
+    for (auto way : {Way::Leave, Way::Stop, Way::DeleteRoot, Way::Exclude, Way::CloseTheDoor, Way::DeleteZone,
+                     Way::DeleteAccount}) {
         SCOPED_TRACE(static_cast<int>(way));
         anna.makeZone();
         (void)anna.save({makeRecord("r", "Milk")}, SavePolicy::AllKeys);
-        const auto saved = way == Way::Exclude ? share("r", Permission::None, {invited("bert@example.org", Permission::ReadOnly)})
-                                               : share("r", Permission::ReadOnly);
+        const auto saved = way == Way::Exclude
+                               ? share("r", Permission::None, {invited("bert@example.org", Permission::ReadOnly)})
+                               : share("r", Permission::ReadOnly);
         const auto& URL = saved.shareDetails->URL;
         EXPECT_THAT(accept(bert, URL).failed, IsEmpty());
         const auto before = bert.ask<DatabaseChanges>(FetchDatabaseChanges{shared, {}}).token;
@@ -178,7 +185,8 @@ TEST_F(Shares, CannotBeAcceptedByTheirOwner) {
 }
 
 TEST_F(Shares, KeepTheirURLAndStatesWhenTheOwnerSavesThemAgain) {
-    const auto URL = share("r", Permission::None, {invited("bert@example.org", Permission::ReadOnly)}).shareDetails->URL;
+    const auto URL =
+        share("r", Permission::None, {invited("bert@example.org", Permission::ReadOnly)}).shareDetails->URL;
     (void)accept(bert, URL);
     auto again = anna.fetch({{"share of r", remindersZone}}).records.at(0);
     again.shareDetails->URL = "zun-cloud://share/mine";

@@ -5,8 +5,8 @@
 #include <atomic>
 #include <thread>
 
-#include "server/model/ServiceIdentity.h"
 #include "server/Storages.h"
+#include "server/model/ServiceIdentity.h"
 
 namespace zun::cloud {
 namespace {
@@ -109,7 +109,8 @@ TEST_P(StorageContract, ATransactionSeesItsOwnChangesAndEndsAsAWhole) {
 
 TEST_P(StorageContract, NamesComeInTheOrderOfTheirBytes) {
     const std::string last = "b\xff";
-    for (const auto& name : {std::string("b1"), std::string("a"), last, std::string("c"), std::string("b\xc3\xa4"), std::string("b")})
+    for (const auto& name :
+         {std::string("b1"), std::string("a"), last, std::string("c"), std::string("b\xc3\xa4"), std::string("b")})
         put("x", name, name);
     put("y", "b2", "another account's");
     EXPECT_THAT(names("x", "b"), ElementsAre("b", "b1", "b\xc3\xa4", last));
@@ -138,7 +139,8 @@ TEST_P(StorageContract, WritesOfOneAccountTakeTurns) {
                     return Ending::Commit;
                 });
         });
-    for (auto& thread : running) thread.join();
+    for (auto& thread : running)
+        thread.join();
     EXPECT_EQ(get("a", "count"), std::to_string(threads * times));
 }
 
@@ -195,8 +197,8 @@ TEST_P(StorageContract, ADumpLoadedElsewhereIsTheSame) {
     const auto dump = [](Storage& from) {
         std::vector<std::string> rows;
         from.dump([&](std::string_view account, Table table, std::string_view name, std::string_view value) {
-            rows.push_back(std::string(account) + "/" + std::to_string(static_cast<int>(table)) + "/" + std::string(name) +
-                           "/" + std::string(value));
+            rows.push_back(std::string(account) + "/" + std::to_string(static_cast<int>(table)) + "/" +
+                           std::string(name) + "/" + std::string(value));
         });
         return rows;
     };
@@ -211,9 +213,9 @@ TEST_P(StorageContract, ADumpLoadedElsewhereIsTheSame) {
     other->load([&](const Storage::RowVisitor& add) { storage->dump(add); });
     EXPECT_EQ(dump(*other), before);
     EXPECT_THROW(other->load([](const Storage::RowVisitor& add) {
-                     add("a", Table::Record, "half", "x");
-                     throw StorageFailure("the backup is damaged");
-                 }),
+        add("a", Table::Record, "half", "x");
+        throw StorageFailure("the backup is damaged");
+    }),
                  StorageFailure);
     EXPECT_EQ(dump(*other), before);
     EXPECT_THAT(storage->check(), IsEmpty());

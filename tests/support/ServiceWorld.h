@@ -25,7 +25,8 @@ class SeededRandomSource final : public RandomSource {
     [[nodiscard]] std::string bytes(std::size_t count) override {
         std::lock_guard lock(_mutex);
         std::string random(count, '\0');
-        for (auto& byte : random) byte = static_cast<char>(_engine());
+        for (auto& byte : random)
+            byte = static_cast<char>(_engine());
         return random;
     }
 
@@ -91,7 +92,8 @@ class ServiceWorld {
 class TestDevice {
   public:
     TestDevice(ServiceWorld& world, const std::string& account, const std::string& email = {}) : _world(&world) {
-        const auto created = world.ask({}, CreateAccount{account, account, email, "password of " + account, {}, "first"});
+        const auto created =
+            world.ask({}, CreateAccount{account, account, email, "password of " + account, {}, "first"});
         const auto* answer = std::get_if<SignedIn>(&created);
         const auto answered = answer ? *answer : get<SignedIn>(world.ask({}, signInRequest(account)));
         token = answered.deviceToken;
