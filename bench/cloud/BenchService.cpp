@@ -78,7 +78,8 @@ struct Service {
     std::unique_ptr<Storage> storage;
     CloudService service;
     HttpFront front;
-    std::atomic<int> accounts{0};
+    // Over all services of this run, which may be over one database.
+    inline static std::atomic<int> accounts{0};
 };
 
 struct Figure {
