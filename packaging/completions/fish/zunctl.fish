@@ -92,13 +92,20 @@ for line in \
         'export:Print every record as a line of JSON' \
         'import:Read records back' \
         'sweep:Remove doubles and what is old' \
-        'doctor:Check the store and repair it'
+        'doctor:Check the store and repair it' \
+        'account:The account at a record service' \
+        'cloud:Switch the sync on or off' \
+        'sync:Bring this device and the account into step' \
+        'conflicts:What the sync replaced or deleted'
     set -l parts (string split -m 1 : $line)
     complete -c zunctl -n __zunctl_needs_command -a $parts[1] -d $parts[2]
 end
 
 complete -c zunctl -n '__zunctl_is edit show copy occurrences complete uncomplete snooze unsnooze delete' \
     -k -a '(__zunctl_reminders)'
+complete -c zunctl -n '__zunctl_is account; and not __fish_seen_subcommand_from create login logout status' \
+    -a 'create login logout status'
+complete -c zunctl -n '__zunctl_is cloud; and not __fish_seen_subcommand_from on off' -a 'on off'
 complete -c zunctl -n '__zunctl_is open' -a zun.create://
 complete -c zunctl -n '__zunctl_is import' -F
 
@@ -136,3 +143,15 @@ complete -c zunctl -n '__zunctl_is occurrences' -l from -x -k -a '(__zunctl_date
 complete -c zunctl -n '__zunctl_is occurrences' -l to -x -k -a '(__zunctl_dates)' -d 'Before this moment'
 complete -c zunctl -n '__zunctl_is alerts' -l delivered -d 'Those that have come and still stand'
 complete -c zunctl -n '__zunctl_is snooze' -l until -x -k -a '(__zunctl_dates)' -d 'Until this moment'
+complete -c zunctl -n '__zunctl_is conflicts' -l restore -x -d 'Bring this version back'
+
+set -l entering '__zunctl_is account; and __fish_seen_subcommand_from create login'
+complete -c zunctl -n $entering -l service -x -d 'The address of the service'
+complete -c zunctl -n $entering -l name -x -d "The account's name"
+complete -c zunctl -n $entering -l device -x -d 'What the list of devices calls this one'
+complete -c zunctl -n $entering -l trust -x -d 'Accept the certificate with this fingerprint'
+complete -c zunctl -n $entering -l password-stdin -d 'Read the password from standard input'
+set -l creating '__zunctl_is account; and __fish_seen_subcommand_from create'
+complete -c zunctl -n $creating -l display-name -x -d 'What others see'
+complete -c zunctl -n $creating -l email -x -d 'For invitations to shared reminders'
+complete -c zunctl -n $creating -l invitation -x -d 'A code, where the service wants one'
