@@ -237,7 +237,9 @@ class ZNReminderManager {
     void pushSave(const ReminderPtr& reminder);
     void pushUpdate(const ReminderPtr& reminder, const WriteNotes& notes);
     void pushDelete(const ReminderPtr& reminder, const WriteNotes& notes);
-    void holdBackReordering(Reminders reminders);
+    void holdBackReordering(Reminders reminders, Block ended);
+    static void uploadReordering(const std::shared_ptr<Writes>& writes, ReminderCloudPushes& cloud,
+                                 Reordering& reordering, ShouldRetry shouldRetry);
     void replaceCopyWithSeries(const ReminderPtr& copy, const ReminderPtr& series, SeriesIs seriesIs);
     void moveDates(const ReminderPtr& reminder, OptionalDate dueDate, const ZNReminderObject& adjustedBy) const;
     void update(const ReminderPtr& reminder);
