@@ -3,10 +3,10 @@
 #include <fmt/format.h>
 #include <poll.h>
 #include <sys/eventfd.h>
+#include <sys/random.h>
 #include <unistd.h>
 
 #include <array>
-#include <random>
 #include <set>
 
 #include "server/storage/PostgresConnection.h"
@@ -23,8 +23,10 @@ constexpr unsigned longestWaitForOthers = 30;  // milliseconds
 constexpr int waitBeforeListeningAgain = 500;  // milliseconds
 
 std::string makeMark() {
-    std::random_device random;
-    return fmt::format("{:08x}{:08x}", random(), random());
+    std::uint64_t mark = 0;
+    if (::getrandom(&mark, sizeof mark, 0) != sizeof mark)
+        throw std::runtime_error("the system gives no random numbers");
+    return fmt::format("{:016x}", mark);
 }
 
 }  // namespace

@@ -1,8 +1,8 @@
 #pragma once
 
 // The main screen: holds the deck of reminders that are due now, feeds the stack, turns its gestures and buttons into
-// operations on the manager, and owns what stands around it: the count, the logo, how the sync goes, the zero state, the
-// picker of a snooze and, in a wide window, the calendar beside the stack.
+// operations on the manager, and owns what stands around it: the count, the logo, how the sync goes, the zero state,
+// the picker of a snooze and, in a wide window, the calendar beside the stack.
 //
 // The deck is replaced whole by every fetch and edited in place by the actions. An action takes its card out of the
 // deck, animates, writes in the animation's completion and then registers the undo. Until that write shows in a fetch,

@@ -165,7 +165,7 @@ class AppDelegate final : public QObject, public NSUserNotificationCenterDelegat
     std::unique_ptr<ZNSettingsWindowController> _settings;  // while it is open
     std::unique_ptr<ZNKeyboardShortcutsWindowController> _shortcutsWindow;
     std::unique_ptr<ZNAccountWindowController> _accountWindow;  // while it is open
-    Activation _activation;  // of what is brought forward now
+    Activation _activation;                                     // of what is brought forward now
     std::optional<std::chrono::microseconds> _requestedReminderShown;
     std::shared_ptr<std::atomic<int>> _cleanupsUnderWay = std::make_shared<std::atomic<int>>(0);
     NSTimer _minuteTimer;

@@ -21,7 +21,7 @@ using testing::IsEmpty;
 class ManyProcesses : public testing::Test {
   protected:
     void SetUp() override {
-        if (!PostgresCluster::isAvailable()) GTEST_SKIP() << "PostgreSQL is not installed";
+        ASSERT_TRUE(PostgresCluster::isAvailable()) << "PostgreSQL is not installed";
         address = PostgresCluster::shared().makeDatabase();
         first = std::make_unique<ServiceWorld>(std::make_unique<PostgresStorage>(address, 3), quickOptions(), 1);
         second = std::make_unique<ServiceWorld>(std::make_unique<PostgresStorage>(address, 3), quickOptions(), 2);

@@ -18,7 +18,7 @@ using Ending = Storage::Ending;
 class StorageContract : public testing::TestWithParam<StorageKind> {
   protected:
     void SetUp() override {
-        if (!GetParam().isAvailable()) GTEST_SKIP() << GetParam().name << " is not installed";
+        ASSERT_TRUE(GetParam().isAvailable()) << GetParam().name << " is not installed";
         _place = GetParam().makePlace();
         storage = _place->open();
     }

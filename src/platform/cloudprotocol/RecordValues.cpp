@@ -58,7 +58,9 @@ bool read(JSONReader& from, double& number, Text) {
     return (error == std::errc() && stop == end && std::isfinite(number)) || from.fail("no number");
 }
 
-void write(JSONWriter& to, const Bytes& bytes) { to.string(base64FromBytes(bytes)); }
+void write(JSONWriter& to, const Bytes& bytes) {
+    to.string(base64FromBytes(bytes));
+}
 
 bool read(JSONReader& from, Bytes& bytes, Text) {
     std::string_view text;
