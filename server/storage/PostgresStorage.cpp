@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <array>
+#include <random>
 #include <set>
 
 #include "server/storage/PostgresConnection.h"
