@@ -91,7 +91,8 @@ SignedIn addDevice(RequestWork& work, AccountState& account, const std::string& 
     auto& device = account.devices.emplace_back();
     device = {freshText(work, 9), deviceName, hashSecret(secret), work.now, work.now};
     return {account.id,           account.name, account.displayName,
-            account.emailAddress, device.id,    account.id + "." + device.id + "." + secret};
+            account.emailAddress, device.id,    account.id + "." + device.id + "." + secret,
+            work.facts.epoch};
 }
 
 Answer fetchAccount(RequestWork& work) {

@@ -209,6 +209,11 @@ constexpr bool onlyReads = std::is_same_v<Message, FetchAccount> || std::is_same
                            std::is_same_v<Message, FetchZoneChanges> || std::is_same_v<Message, FetchSubscriptions> ||
                            std::is_same_v<Message, FetchShareMetadata>;
 
+// Of who is signed in, and not of what is stored.
+template <class Message>
+constexpr bool isAboutAccount = std::is_same_v<Message, SignOut> || std::is_same_v<Message, FetchAccount> ||
+                                std::is_same_v<Message, FetchDevices> || std::is_same_v<Message, RevokeDevice>;
+
 // Requests that need no password, by their types.
 Answer perform(RequestWork& work, const SignOut&) {
     return removeDevice(work, work.deviceID);
@@ -287,7 +292,11 @@ void CloudService::State::dispatch(const std::string& deviceToken, Request reque
             auto shared = std::make_shared<const Message>(std::move(message));
             run(
                 onlyReads<Message> ? Access::Read : Access::Write, deviceToken,
-                [shared](RequestWork& work) { return perform(work, *shared); }, std::move(completion));
+                [shared](RequestWork& work) {
+                    if constexpr (!isAboutAccount<Message>) work.requireThisEpoch();
+                    return perform(work, *shared);
+                },
+                std::move(completion));
         }
     };
     std::visit(visitor, request);

@@ -49,11 +49,19 @@ void RequestWork::authenticate(std::string_view deviceToken) {
     if (second == std::string_view::npos) refuse(CKErrorCode::NotAuthenticated, "not signed in");
     accountID = deviceToken.substr(0, first);
     deviceID = deviceToken.substr(first + 1, second - first - 1);
+    const auto third = std::min(deviceToken.find('.', second + 1), deviceToken.size());
+    const auto secret = deviceToken.substr(second + 1, third - second - 1);
+    epochOfAsker = deviceToken.substr(std::min(third + 1, deviceToken.size()));
     auto* state = accountID.empty() ? nullptr : findAccount(accountID);
     auto* device = state ? state->device(deviceID) : nullptr;
-    if (!device || state->isDisabled || !equalSecrets(device->secretHash, hashSecret(deviceToken.substr(second + 1))))
+    if (!device || state->isDisabled || !equalSecrets(device->secretHash, hashSecret(secret)))
         refuse(CKErrorCode::NotAuthenticated, "not signed in");
     if (access == Access::Write && now - device->lastSeen > lastSeenPrecision) device->lastSeen = now;
+}
+
+void RequestWork::requireThisEpoch() const {
+    if (!epochOfAsker.empty() && epochOfAsker != facts.epoch)
+        refuse(CKErrorCode::ChangeTokenExpired, "the service was restored from a backup");
 }
 
 AccountState* RequestWork::findAccount(const std::string& id) {

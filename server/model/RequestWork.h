@@ -61,9 +61,12 @@ class RequestWork {
     const Access access;
     const NSDate now;
     std::string accountID, deviceID;  // who asks
+    std::string epochOfAsker;         // the state of the service that the asker knows; may be empty
 
-    // Code 9 for whatever is wrong with the token.
+    // Code 9 for whatever is wrong with the token: account, device and secret, perhaps an epoch, with points between.
     void authenticate(std::string_view deviceToken);
+    // Code 21 for an asker who builds on a state before the service was restored.
+    void requireThisEpoch() const;
     [[nodiscard]] AccountState& me() { return account(accountID); }
     // Of an account that must exist. The reference stays until the work ends; what is changed in it is stored then.
     [[nodiscard]] AccountState& account(const std::string& id);

@@ -67,7 +67,7 @@ void AccountClient::enter(const ServiceAddress& service, cloud::Request request,
                                   entered->displayName,
                                   entered->emailAddress,
                                   entered->deviceID,
-                                  {},
+                                  entered->serviceEpoch,
                                   service.certificateFingerprint,
                                   {}};
             if (keeper.signedIn(std::move(account), entered->deviceToken)) return completion(std::nullopt);
@@ -90,15 +90,6 @@ void AccountClient::signOut(Done completion) {
         if (error && error->code == CKErrorCode::NotAuthenticated) error.reset();
         completion(error);
     });
-}
-
-void AccountClient::refresh(Done completion) {
-    ask(cloud::FetchAccount{},
-        [&keeper = _with.keeper, completion = std::move(completion)](const cloud::Answer& answer) {
-            const auto* account = std::get_if<cloud::Account>(&answer);
-            if (account) keeper.setServiceEpoch(account->serviceEpoch);
-            completion(account ? std::nullopt : OptionalError(errorOf(answer).value_or(unexpected())));
-        });
 }
 
 void AccountClient::changePassword(const std::string& oldPassword, const std::string& newPassword, Done completion) {

@@ -36,8 +36,6 @@ class AccountClient {
     void signIn(ServiceAddress service, cloud::SignIn credentials, Done completion);
     // Signs out here even if the service cannot be told: then the error says so, and the device stays on its list.
     void signOut(Done completion);
-    // Who is signed in, as the service has it by now.
-    void refresh(Done completion);
     void changePassword(const std::string& oldPassword, const std::string& newPassword, Done completion);
     void fetchDevices(DevicesBlock completion);
     void revokeDevice(const std::string& deviceID, Done completion);

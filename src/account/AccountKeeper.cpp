@@ -3,6 +3,11 @@
 #include <utility>
 
 namespace zun {
+namespace {
+
+constexpr std::string_view epochWillChange = "epoch";
+
+}  // namespace
 
 AccountKeeper::AccountKeeper(const Folders& folders, std::unique_ptr<SecretStore> secrets, Dispatch& dispatch)
     : _file(folders.configuration),
@@ -23,6 +28,14 @@ std::optional<CloudSession> AccountKeeper::currentSession() const {
 
 Observation AccountKeeper::observeSession(std::function<void()> changed) {
     return _session.observeSession(std::move(changed));
+}
+
+Observation AccountKeeper::observeEpoch(
+    std::function<void(const std::string& accountID, const std::string& epoch)> willChange) {
+    return _epochs.addObserver(epochWillChange, [block = std::move(willChange)](const NSNotification& notification) {
+        const auto* account = std::any_cast<const StoredAccount*>(&notification.object);
+        if (account) block((*account)->accountID, (*account)->serviceEpoch);
+    });
 }
 
 bool AccountKeeper::signedIn(StoredAccount account, const std::string& deviceToken) {
@@ -56,19 +69,30 @@ void AccountKeeper::setServiceEpoch(const std::string& epoch) {
         account = _account;
     }
     static_cast<void>(_file.write(*account));  // without it the epoch is learned once more
+    followEpoch(*account);
 }
 
 void AccountKeeper::reload() {
     auto account = _file.read();
+    bool isSame = false;
     {
         const std::lock_guard lock(_mutex);
         if (account && _account && _account->secretKey == account->secretKey) {
-            _account = std::move(account);
-            return;
+            _account = account;
+            isSame = true;
         }
     }
+    if (isSame) return followEpoch(*account);
     become(account, std::nullopt);
     if (account) findSecret(*account);
+}
+
+void AccountKeeper::followEpoch(const StoredAccount& account) {
+    auto session = _session.currentSession();
+    if (!session || session->accountID != account.accountID || session->serviceEpoch == account.serviceEpoch) return;
+    _epochs.postNotificationName(epochWillChange, &account);
+    session->serviceEpoch = account.serviceEpoch;
+    _session.setSession(std::move(session));
 }
 
 void AccountKeeper::findSecret(const StoredAccount& account) {
@@ -82,7 +106,7 @@ void AccountKeeper::findSecret(const StoredAccount& account) {
 
 void AccountKeeper::become(std::optional<StoredAccount> account, const std::optional<Secret>& secret) {
     std::optional<CloudSession> session;
-    if (account && secret) session = CloudSession{account->accountID, secret->text};
+    if (account && secret) session = CloudSession{account->accountID, secret->text, account->serviceEpoch};
     {
         const std::lock_guard lock(_mutex);
         _account = std::move(account);

@@ -37,13 +37,16 @@ class AccountKeeper final : public CloudSessionSource {
     [[nodiscard]] State state() const;
     [[nodiscard]] std::optional<CloudSession> currentSession() const override;
     [[nodiscard]] Observation observeSession(std::function<void()> changed) override;
+    // The block runs with a new epoch of the service before anybody sends with it, on the thread that learned of it.
+    [[nodiscard]] Observation observeEpoch(
+        std::function<void(const std::string& accountID, const std::string& epoch)> willChange);
 
     // Keeps both, durably, and lets everybody know. False if they could not be kept; then nothing has changed. Blocks:
     // not on the main thread. The secret's key is
     // chosen here, from the device's identifier.
     [[nodiscard]] bool signedIn(StoredAccount account, const std::string& deviceToken);
     void signedOut();
-    // What the service says by now.
+    // What the service says by now. Another one is a change of the session.
     void setServiceEpoch(const std::string& epoch);
     // Another program may have signed in or out: reads the file again, and the secret if it is another account's.
     void reload();
@@ -52,6 +55,7 @@ class AccountKeeper final : public CloudSessionSource {
     [[nodiscard]] const std::filesystem::path& file() const { return _file.path(); }
 
   private:
+    void followEpoch(const StoredAccount& account);
     void findSecret(const StoredAccount& account);
     void become(std::optional<StoredAccount> account, const std::optional<Secret>& secret);
 
@@ -62,6 +66,7 @@ class AccountKeeper final : public CloudSessionSource {
     std::optional<StoredAccount> _account;
     std::optional<SecretPlace> _secretPlace;
     HeldCloudSession _session;
+    NSNotificationCenter _epochs;
     BlocksUnderWay _blocks;
 };
 

@@ -1,6 +1,19 @@
 #include "account/AccountTransport.h"
 
 namespace zun {
+namespace {
+
+void learnEpoch(const std::shared_ptr<CloudTransport>& transport, AccountKeeper& keeper) {
+    const auto session = keeper.currentSession();
+    if (!session) return;
+    transport->send(session->deviceToken, cloud::FetchAccount{}, [&keeper](const cloud::Answer& answer) {
+        const auto* account = std::get_if<cloud::Account>(&answer);
+        const auto now = keeper.currentSession();
+        if (account && now && now->accountID == account->accountID) keeper.setServiceEpoch(account->serviceEpoch);
+    });
+}
+
+}  // namespace
 
 std::shared_ptr<CloudTransport> AccountTransport::current() {
     const auto account = _keeper.state().account;
@@ -15,8 +28,15 @@ std::shared_ptr<CloudTransport> AccountTransport::current() {
 }
 
 void AccountTransport::send(const std::string& deviceToken, cloud::Request request, Completion completion) {
-    if (const auto transport = current())
-        return transport->send(deviceToken, std::move(request), std::move(completion));
+    if (const auto transport = current()) {
+        return transport->send(
+            deviceToken, std::move(request),
+            [transport, &keeper = _keeper, completion = std::move(completion)](cloud::Answer answer) {
+                const auto* error = std::get_if<CKError>(&answer);
+                if (error && error->code == CKErrorCode::ChangeTokenExpired) learnEpoch(transport, keeper);
+                completion(std::move(answer));
+            });
+    }
     completion(CKError{CKErrorCode::NotAuthenticated, "nobody is signed in", {}});
 }
 

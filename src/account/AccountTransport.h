@@ -1,7 +1,8 @@
 #pragma once
 
 // The road to the service that the account names, whichever that is at the moment: what the sync is given. Without an
-// account every request is answered with code 9. Any thread.
+// account every request is answered with code 9. Where the service refuses a request for what the device has seen of it
+// before, it is asked for its epoch, which the keeper then makes known. Any thread.
 
 #include <functional>
 #include <memory>
@@ -20,7 +21,7 @@ using TransportFactory = std::function<std::shared_ptr<CloudTransport>(const Ser
 class AccountTransport final : public CloudTransport {
   public:
     // The keeper outlives it.
-    AccountTransport(const AccountKeeper& keeper, TransportFactory makeTransport)
+    AccountTransport(AccountKeeper& keeper, TransportFactory makeTransport)
         : _keeper(keeper), _makeTransport(std::move(makeTransport)) {}
 
     void send(const std::string& deviceToken, cloud::Request request, Completion completion) override;
@@ -32,7 +33,7 @@ class AccountTransport final : public CloudTransport {
     // Kept until the account names another service.
     [[nodiscard]] std::shared_ptr<CloudTransport> current();
 
-    const AccountKeeper& _keeper;
+    AccountKeeper& _keeper;
     const TransportFactory _makeTransport;
     std::mutex _mutex;
     ServiceAddress _address;

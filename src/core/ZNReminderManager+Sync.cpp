@@ -24,7 +24,7 @@ void ZNReminderManager::decideReminders(std::vector<std::string> reminderIDs, Re
         });
 }
 
-void ZNReminderManager::forgetThatRemindersWereSent() {
+void ZNReminderManager::forgetThatRemindersWereSent(std::function<void()> withCompletion) {
     const auto wasSent = [](const ReminderAttributes& record) {
         return !record.sharedZoneID && (record.didPersistToiCloud || record.shouldDeleteRemote.value_or(false));
     };
@@ -33,14 +33,20 @@ void ZNReminderManager::forgetThatRemindersWereSent() {
         const auto record = reminder->attributes();
         if (wasSent(record)) reminderIDs.push_back(*record.reminderID);
     }
-    if (reminderIDs.empty()) return;
+    if (reminderIDs.empty()) {
+        if (withCompletion) withCompletion();
+        return;
+    }
     // The store takes writes in order. What the sync finds from now on meets the marks as they are then.
     _writes->database().backUpBeforeSweep({});
-    decideReminders(std::move(reminderIDs), [wasSent](std::size_t, std::optional<ReminderAttributes>& record) {
+    const auto forget = [wasSent](std::size_t, std::optional<ReminderAttributes>& record) {
         if (!record || !wasSent(*record)) return RecordVerdict::Leave;
         if (record->shouldDeleteRemote.value_or(false)) return RecordVerdict::Remove;
         record->didPersistToiCloud = false;
         return RecordVerdict::Mark;
+    };
+    decideReminders(std::move(reminderIDs), forget, [withCompletion = std::move(withCompletion)](const auto&) {
+        if (withCompletion) withCompletion();
     });
 }
 

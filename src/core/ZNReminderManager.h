@@ -84,7 +84,7 @@ class ZNReminderManager {
                          std::function<void(const std::vector<DecidedRecord>&)> withCompletion = {});
     // Another account, or one that was set back, does not have what the former had: after a dated backup, all records
     // of the user's own count as never sent, and what was still to be deleted goes.
-    void forgetThatRemindersWereSent();
+    void forgetThatRemindersWereSent(std::function<void()> withCompletion = {});
 
     // Ranks n, n - 1, ... 1. The upload waits until no other reordering has followed for reorderDelay, and takes only
     // the last.

@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <ranges>
 #include <utility>
 
 #include "sync/ZNCloudKitManager.h"
@@ -55,29 +57,45 @@ void ZNCloudKitManager::checkForUpdatedUbiquityIdentity() {
         defaults().onSetUseriCloudIdentityToken(current);
         identityDidChange(ShouldDelete::Yes);
     }
-    if (!current || current == defaults().onGetIdentityOfSentReminders()) return;
-    // Whatever is still here, this account has never seen it.
-    _with.reminders.forgetThatRemindersWereSent();
-    defaults().onSetIdentityOfSentReminders(current);
+    if (current) fitMarksTo(*current, _with.container.serviceEpoch());
+}
+
+void ZNCloudKitManager::serviceWillHaveEpoch(const std::string& accountID, const std::string& epoch) {
+    const std::lock_guard lock(_identityMutex);
+    fitMarksTo(Bytes(accountID.begin(), accountID.end()), epoch);
+}
+
+void ZNCloudKitManager::fitMarksTo(const Bytes& identity, const std::string& epoch) {
+    auto holder = identity;
+    holder.insert(holder.end(), epoch.begin(), epoch.end());
+    const auto former = defaults().onGetIdentityOfSentReminders();
+    if (holder == former || holder == _takenIdentity) return;
+    _takenIdentity = holder;
+    // A service that was set back to an earlier state knows nothing of what it was sent since.
+    const bool wasRestored = former && std::ranges::equal(identity, *former | std::views::take(identity.size()));
+    if (wasRestored) {
+        resetSyncCache();
+        forgetZone();
+    }
+    // Whatever is still here, this account at this service has never seen it.
+    _with.reminders.forgetThatRemindersWereSent(
+        guarded([this, holder] { defaults().onSetIdentityOfSentReminders(holder); }));
+}
+
+void ZNCloudKitManager::forgetZone() {
+    const std::lock_guard lock(_mutex);
+    _privateRecordZoneID.reset();
 }
 
 void ZNCloudKitManager::identityDidChange(ShouldDelete shouldDeleteData) {
-    {
-        // The zone is named by its owner, and the other account may not have it.
-        const std::lock_guard lock(_mutex);
-        _privateRecordZoneID.reset();
-    }
+    // The zone is named by its owner, and the other account may not have it.
+    forgetZone();
     if (!_with.settings.onGetCloudKitStatus()) return;
     // What is still on its way from the former account is not wanted any more.
     _privateTokens->forget();
     _sharedTokens->forget();
     if (shouldDeleteData == ShouldDelete::Yes) _with.reminders.clearCoreData();
     resetSyncCache();
-}
-
-void ZNCloudKitManager::serviceWasRestored() {
-    resetSyncCache();
-    _with.reminders.forgetThatRemindersWereSent();
 }
 
 }  // namespace zun

@@ -97,8 +97,8 @@ class ZNCloudKitManager final : public ReminderCloudPushes,
     void didReceiveRemoteNotification(const CKNotification& notification);
     void remoteRecordIDWasUpdated(const CKRecordID& recordID);
     void handleRemoteShareNotification();
-    // The service was set back to an earlier state: what was sent since is sent again.
-    void serviceWasRestored();
+    // Before anything is sent to a service that was set back to an earlier state: what it was sent since is sent again.
+    void serviceWillHaveEpoch(const std::string& accountID, const std::string& epoch);
 
     void saveReminderToCloudKit(const ReminderPtr& reminder, ShouldRetry shouldRetry, Block withSuccess,
                                 Block withError) override;
@@ -210,6 +210,8 @@ class ZNCloudKitManager final : public ReminderCloudPushes,
     void createSharedSubscriptionForReminders();
     void removeSharedSubscriptionForReminders();
     void checkForUpdatedUbiquityIdentity();
+    void forgetZone();
+    void fitMarksTo(const Bytes& identity, const std::string& epoch);
     void identityDidChange(ShouldDelete shouldDeleteData);
 
     const Collaborators _with;
@@ -228,6 +230,7 @@ class ZNCloudKitManager final : public ReminderCloudPushes,
     NSTimer _timeoutTimer;
     bool _isWatchdogAwaited = false;  // a pass has begun, and the main queue is yet to start its timer
     std::mutex _identityMutex;        // one look at the account at a time
+    Bytes _takenIdentity;             // to which the store's marks are being or have been fitted
     const LifeGuard _guard;
     StepQueue _syncQueue;
     std::vector<Observation> _observations;

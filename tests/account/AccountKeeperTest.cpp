@@ -59,9 +59,11 @@ TEST_F(AccountKeeperTest, StaysSignedInOverRestartsAndLeavesNothingBehind) {
     int changes = 0;
     const auto observation = keeper->observeSession([&] { ++changes; });
     ASSERT_TRUE(keeper->signedIn(account("ada", "device-1"), "token-1"));
-    EXPECT_EQ(keeper->currentSession(), (CloudSession{"id-of-ada", "token-1"}));
+    EXPECT_EQ(keeper->currentSession(), (CloudSession{"id-of-ada", "token-1", "epoch-1"}));
+    EXPECT_EQ(keeper->currentSession()->credential(), "token-1.epoch-1");
     keeper->setServiceEpoch("epoch-2");
-    EXPECT_EQ(changes, 1) << "an epoch is no other session";
+    keeper->setServiceEpoch("epoch-2");
+    EXPECT_EQ(changes, 2);
 
     auto again = open();
     EXPECT_FALSE(again->currentSession()) << "the keyring has not answered yet";

@@ -28,8 +28,10 @@ const passwd* otherUser() {
 
 void run(const std::string& command) {
     const auto* user = otherUser();
-    const auto whole =
-        (user ? "runuser -u " + std::string(user->pw_name) + " -- " : std::string()) + command + " >/dev/null 2>&1";
+    const auto whole = (user ? "setpriv --reuid=" + std::string(user->pw_name) +
+                                   " --regid=" + std::to_string(user->pw_gid) + " --clear-groups "
+                             : std::string()) +
+                       command + " >/dev/null 2>&1";
     if (std::system(whole.c_str()) == 0) return;
     std::fprintf(stderr, "failed: %s\n", whole.c_str());
     std::abort();

@@ -77,6 +77,7 @@ class FakeCloudContainer final : public CKContainer {
 
     AccountStatus status = AccountStatus::Available;
     std::optional<UbiquityIdentityToken> identity = Bytes{'a'};
+    std::string epoch;
     std::map<std::string, cloud::ShareMetadata> shares;  // by URL
     std::vector<std::string> lines;
     FakeCloudDatabase privateDatabase, sharedDatabase;
@@ -87,6 +88,7 @@ class FakeCloudContainer final : public CKContainer {
     CKDatabase& privateCloudDatabase() override { return privateDatabase; }
     CKDatabase& sharedCloudDatabase() override { return sharedDatabase; }
     std::optional<UbiquityIdentityToken> ubiquityIdentityToken() const override { return identity; }
+    std::string serviceEpoch() const override { return epoch; }
     void acceptShares(std::vector<cloud::ShareMetadata>, CKDatabase::ErrorHandler completion) override {
         completion(std::nullopt);
     }

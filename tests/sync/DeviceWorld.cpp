@@ -4,6 +4,8 @@
 #include <utility>
 
 #include "core/NotificationNames.h"
+#include "server/model/ServiceIdentity.h"
+#include "server/storage/StorageBackup.h"
 #include "sync/ReminderRecord.h"
 
 namespace zun {
@@ -221,6 +223,14 @@ void Device::signOut() {
     _session.setSession(std::nullopt);
 }
 
+void Device::learnEpoch() {
+    auto session = _session.currentSession();
+    const auto account = _world.ask<cloud::Account>(session->deviceToken, cloud::FetchAccount{});
+    cloud().serviceWillHaveEpoch(account.accountID, account.serviceEpoch);
+    session->serviceEpoch = account.serviceEpoch;
+    _session.setSession(session);
+}
+
 ReminderState Device::state() {
     ReminderState all;
     for (const auto& reminder : reminders().fetchAllReminders()) {
@@ -279,13 +289,24 @@ void CloudWorld::stopService() {
     service.reset();
 }
 
+void CloudWorld::backUpService() {
+    cloud::backUp(storage, _backup.path() / "service");
+}
+
+void CloudWorld::restoreService() {
+    stopService();
+    cloud::restoreFrom(_backup.path() / "service", storage);
+    cloud::renewServiceIdentity(storage, random);
+    startService();
+}
+
 CloudSession CloudWorld::session(const std::string& account, const std::string& deviceName) {
     const auto password = "the password of " + account;
     auto signedIn = ask<cloud::SignedIn>({}, cloud::SignIn{account, password, deviceName});
     if (signedIn.deviceToken.empty())
         signedIn = ask<cloud::SignedIn>(
             {}, cloud::CreateAccount{account, account, account + "@example.org", password, {}, deviceName});
-    return {signedIn.accountID, signedIn.deviceToken};
+    return {signedIn.accountID, signedIn.deviceToken, signedIn.serviceEpoch};
 }
 
 ReminderState CloudWorld::state(const std::string& account) {

@@ -72,6 +72,8 @@ class Device {
     void setOnline(bool isOnline);
     void signIn(const std::string& account = "anna");
     void signOut();
+    // What the account does when the service refuses a request for its epoch: learns the present one.
+    void learnEpoch();
     [[nodiscard]] bool isSignedIn() const { return _session.currentSession().has_value(); }
     // Ends the program properly, or by cutting the power, and starts it again.
     void restart();
@@ -112,6 +114,9 @@ class CloudWorld {
     // The service's process dies, what it answered stays.
     void stopService();
     void startService();
+    // All that it holds, and back to that.
+    void backUpService();
+    void restoreService();
     // What the service holds of an account.
     [[nodiscard]] ReminderState state(const std::string& account = "anna");
     // A device token of the account, which is made where it does not exist.
@@ -145,6 +150,7 @@ class CloudWorld {
   private:
     ScopedLogSink _sink{[](std::string_view) {}};
     const std::uint64_t _seed;
+    TemporaryFolder _backup;
     std::map<std::string, std::string> _observers;  // tokens with which the world looks, by account
 };
 

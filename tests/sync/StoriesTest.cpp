@@ -202,6 +202,31 @@ TEST(Stories, AChangeWhosePushWasCutOffGoesUpAfterTheRestart) {
     }
 }
 
+TEST(Stories, AServiceThatWasRestoredGetsAgainWhatItWasSentSince) {
+    TwoDevices world;
+    const auto milk = world.desk.create("milk");
+    const auto bread = world.desk.create("bread");
+    world.expectAgreement();
+    world.backUpService();
+    const auto eggs = world.desk.create("eggs");
+    world.lap.edit(milk, "oat milk");
+    world.lap.remove(bread);
+    world.expectAgreement();
+
+    world.restoreService();
+    world.desk.sync();
+    world.settle();
+    EXPECT_EQ(world.title(world.desk, eggs), "eggs") << "taken for deleted elsewhere";
+    for (auto& device : world.devices) {
+        device->learnEpoch();
+        world.settle();
+    }
+    world.expectAgreement();
+    EXPECT_EQ(world.title(world.lap, eggs), "eggs");
+    EXPECT_EQ(world.title(world.desk, milk), "oat milk");
+    EXPECT_EQ(world.title(world.desk, bread), "bread") << "who has restored it wants it";
+}
+
 TEST(Stories, ThousandsGoUpAndComeDownInFewRequests) {
     CloudWorld world;
     auto& desk = world.addDevice("desk");

@@ -168,10 +168,11 @@ TEST(Identity, OfAnotherAccountKnowsNothingThatWasSent) {
     EXPECT_TRUE(world.stored("r")->didPersistToiCloud);
 
     world.container.privateDatabase.records.clear();
-    world.cloud->serviceWasRestored();
-    world.settle();
+    world.container.epoch = "after a restore";
+    world.sync();
     world.sync();
     EXPECT_EQ(world.titleInCloud("r"), "as it was");
+    EXPECT_NE(world.stored("r"), std::nullopt);
 }
 
 TEST(Cache, IsClearedOnceInTheLifeOfAHome) {

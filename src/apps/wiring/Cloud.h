@@ -36,7 +36,10 @@ struct Cloud {
                    core.environment, core.dispatch}),
           journal({manager, core.keeper, core.defaults, core.notifications, core.environment}),
           pushes(transport, core.keeper, core.dispatch,
-                 [this](const CKNotification& notification) { manager.didReceiveRemoteNotification(notification); }) {}
+                 [this](const CKNotification& notification) { manager.didReceiveRemoteNotification(notification); }),
+          epochs(core.keeper.observeEpoch([this](const std::string& accountID, const std::string& epoch) {
+              manager.serviceWillHaveEpoch(accountID, epoch);
+          })) {}
 
     TransportFactory makeTransport;
     AccountTransport transport;
@@ -49,6 +52,7 @@ struct Cloud {
     ZNCloudKitManager manager;
     SyncJournal journal;
     CKPushReceiver pushes;
+    Observation epochs;
 };
 
 }  // namespace zun

@@ -28,6 +28,8 @@ class CKContainer {
     [[nodiscard]] virtual CKDatabase& sharedCloudDatabase() = 0;
     // Absent while nobody is signed in.
     [[nodiscard]] virtual std::optional<UbiquityIdentityToken> ubiquityIdentityToken() const = 0;
+    // Of the service, as last seen: another one after it was set back to an earlier state. Empty if it is not known.
+    [[nodiscard]] virtual std::string serviceEpoch() const { return {}; }
     virtual void acceptShares(std::vector<cloud::ShareMetadata> shareMetadatas,
                               CKDatabase::ErrorHandler completion) = 0;
     // The block for each URL, then the completion.

@@ -48,6 +48,11 @@ std::optional<UbiquityIdentityToken> CloudContainer::ubiquityIdentityToken() con
     return UbiquityIdentityToken(accountID->begin(), accountID->end());
 }
 
+std::string CloudContainer::serviceEpoch() const {
+    const auto session = _sessions.currentSession();
+    return session ? session->serviceEpoch : std::string();
+}
+
 void CloudContainer::acceptShares(std::vector<cloud::ShareMetadata> shareMetadatas,
                                   CKDatabase::ErrorHandler completion) {
     cloud::AcceptShares request;

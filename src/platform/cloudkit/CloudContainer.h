@@ -28,6 +28,7 @@ class CloudContainer final : public CKContainer {
     [[nodiscard]] CKDatabase& privateCloudDatabase() override { return _private; }
     [[nodiscard]] CKDatabase& sharedCloudDatabase() override { return _shared; }
     [[nodiscard]] std::optional<UbiquityIdentityToken> ubiquityIdentityToken() const override;
+    [[nodiscard]] std::string serviceEpoch() const override;
     void acceptShares(std::vector<cloud::ShareMetadata> shareMetadatas, CKDatabase::ErrorHandler completion) override;
     void fetchShareMetadata(std::vector<std::string> shareURLs, MetadataBlock perShareMetadataBlock,
                             CKDatabase::ErrorHandler completion) override;

@@ -13,7 +13,7 @@ void CloudRequests::run(QualityOfService quality, Block block) {
 void CloudRequests::send(const CloudSession& session, QualityOfService quality, cloud::Request request,
                          AnswerBlock block) {
     _gate.pass([&] {
-        _transport.send(session.deviceToken, std::move(request),
+        _transport.send(session.credential(), std::move(request),
                         [self = shared_from_this(), quality, block = std::move(block)](cloud::Answer answer) {
                             auto shared = std::make_shared<cloud::Answer>(std::move(answer));
                             self->run(quality, [block, shared] { block(*shared); });

@@ -15,6 +15,13 @@ namespace zun {
 struct CloudSession {
     std::string accountID;    // the account's own identifier, which no change of address or token alters
     std::string deviceToken;  // secret
+    // The state of the service that this device has taken in; empty before the first. With each request goes whose
+    // state it builds on, so that a service which was set back is never taken for the former.
+    std::string serviceEpoch = {};
+
+    [[nodiscard]] std::string credential() const {
+        return serviceEpoch.empty() ? deviceToken : deviceToken + "." + serviceEpoch;
+    }
     bool operator==(const CloudSession&) const = default;
 };
 

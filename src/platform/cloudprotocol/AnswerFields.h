@@ -23,9 +23,10 @@ struct Closed<Push::Reason> {
 template <>
 struct Described<SignedIn> {
     static constexpr std::tuple fields{
-        field("accountID", &SignedIn::accountID),     field("name", &SignedIn::name),
-        field("displayName", &SignedIn::displayName), field("emailAddress", &SignedIn::emailAddress),
-        field("deviceID", &SignedIn::deviceID),       field("deviceToken", &SignedIn::deviceToken)};
+        field("accountID", &SignedIn::accountID),      field("name", &SignedIn::name),
+        field("displayName", &SignedIn::displayName),  field("emailAddress", &SignedIn::emailAddress),
+        field("deviceID", &SignedIn::deviceID),        field("deviceToken", &SignedIn::deviceToken),
+        field("serviceEpoch", &SignedIn::serviceEpoch)};
 };
 template <>
 struct Described<Account> {

@@ -36,6 +36,7 @@ struct SignedIn {
     std::string accountID, name, displayName, emailAddress;
     std::string deviceID;
     std::string deviceToken;  // the secret of this device; goes into the header Authorization: Bearer
+    std::string serviceEpoch = {};
 };
 struct SignOut {};  // revokes the device that asks
 struct FetchAccount {};
