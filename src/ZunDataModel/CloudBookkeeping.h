@@ -24,6 +24,8 @@ struct KeptVersion {
     NSDate date;              // when it was replaced or deleted
     KeptReason reason = KeptReason::Replaced;
     ReminderAttributes record;
+
+    static constexpr std::chrono::days lifetime{30};  // it is forgotten after
 };
 
 // What goes with a write.

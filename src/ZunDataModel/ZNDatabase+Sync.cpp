@@ -63,7 +63,10 @@ void ZNDatabase::takeUnfinishedPushesForFailed() {
 }
 
 std::vector<KeptVersion> ZNDatabase::keptVersions() const {
-    return _implementation->read([](StoreConnection& connection) { return zun::keptVersions(connection); });
+    auto versions = _implementation->read([](StoreConnection& connection) { return zun::keptVersions(connection); });
+    const auto oldest = _implementation->environment().now() - KeptVersion::lifetime;
+    std::erase_if(versions, [oldest](const KeptVersion& each) { return each.date < oldest; });
+    return versions;
 }
 
 void ZNDatabase::forgetKeptVersionsBefore(NSDate date) {

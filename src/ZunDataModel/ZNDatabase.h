@@ -98,7 +98,7 @@ class ZNDatabase {
     void pushDidEnd(const std::string& pushID);
     // For the program that syncs, once, before its first push.
     void takeUnfinishedPushesForFailed();
-    // Newest first.
+    // Newest first, without those that have had their time.
     [[nodiscard]] std::vector<KeptVersion> keptVersions() const;
     void forgetKeptVersionsBefore(NSDate date);
 

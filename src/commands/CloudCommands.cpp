@@ -55,6 +55,10 @@ int enter(CommandContext& context, CloudAccess& cloud, const AccountOptions& opt
     return ExitStatus::notPossible;
 }
 
+const std::string& deviceName(const CloudAccess& cloud, const AccountOptions& options) {
+    return options.deviceName.empty() ? cloud.deviceName : options.deviceName;
+}
+
 std::string_view nameOf(KeptReason reason) {
     return reason == KeptReason::Replaced ? "replaced" : "deleted";
 }
@@ -101,14 +105,14 @@ int createAccountCommand(CommandContext& context, CloudAccess& cloud, const Acco
         const auto& shownName = options.displayName.empty() ? options.name : options.displayName;
         cloud.client.createAccount(
             std::move(service),
-            {options.name, shownName, options.emailAddress, password, options.invitation, options.deviceName},
+            {options.name, shownName, options.emailAddress, password, options.invitation, deviceName(cloud, options)},
             std::move(done));
     });
 }
 
 int loginCommand(CommandContext& context, CloudAccess& cloud, const AccountOptions& options) {
     return enter(context, cloud, options, [&](ServiceAddress service, const std::string& password, auto done) {
-        cloud.client.signIn(std::move(service), {options.name, password, options.deviceName}, std::move(done));
+        cloud.client.signIn(std::move(service), {options.name, password, deviceName(cloud, options)}, std::move(done));
     });
 }
 
@@ -126,9 +130,7 @@ int accountStatusCommand(CommandContext& context, CloudAccess& cloud) {
     const auto state = cloud.keeper.state();
     const bool isOn = cloud.settings.onGetCloudKitStatus();
     const auto last = cloud.settings.defaults().onGetLastSyncDate();
-    const auto waiting = context.manager.fetchAllRemindersNotSentToServer().size() +
-                         context.manager.fetchAllRemindersWithLocalChanges().size() +
-                         context.manager.fetchAllRemindersToDelete().size();
+    const auto waiting = context.manager.numberOfRemindersToSend();
     if (context.json) {
         json::object object{{"signedIn", state.account && state.secretPlace}, {"cloud", isOn}, {"waiting", waiting}};
         if (state.account) {

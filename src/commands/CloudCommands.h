@@ -19,6 +19,7 @@ struct CloudAccess {
     AccountClient& client;
     ZNSettingsObject& settings;
     Dispatch& dispatch;
+    std::string deviceName;  // of this computer, where the person gives none
     // By the running application if there is one, else here.
     std::function<void(SyncJournal::Block)> sync;
     // Absent if there is none to read. Asks the person at the terminal unless it is to come from standard input.

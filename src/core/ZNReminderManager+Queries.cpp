@@ -102,6 +102,10 @@ ZNReminderManager::Reminders ZNReminderManager::fetchAllRemindersWithLocalChange
     return fetch("hasLocalChanges = %@ AND (shouldDeleteRemote = %@ OR shouldDeleteRemote = nil)", {true, false});
 }
 
+std::size_t ZNReminderManager::numberOfRemindersToSend() const {
+    return count("didPersistToiCloud = %@ OR hasLocalChanges = %@ OR shouldDeleteRemote = %@", {false, true, true});
+}
+
 ZNReminderManager::Reminders ZNReminderManager::fetchAllFutureReminders() const {
     return fetch(futureFormat, {_with.environment.now(), false}, {byDueDate});
 }

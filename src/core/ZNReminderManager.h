@@ -158,6 +158,8 @@ class ZNReminderManager {
     [[nodiscard]] Reminders fetchAllSharedReminders() const;           // may be tombstones
     [[nodiscard]] Reminders fetchAllRemindersToDelete() const;         // only tombstones
     [[nodiscard]] Reminders fetchAllRemindersWithLocalChanges() const;
+    // What the next pass has to send or to delete there.
+    [[nodiscard]] std::size_t numberOfRemindersToSend() const;
     [[nodiscard]] Reminders fetchAllFutureReminders() const;
     [[nodiscard]] Reminders fetchAllRemindersWithNotificationsOnOrAfterDate(NSDate date,
                                                                             IncludeSuppressed includeSuppressed) const;
@@ -237,9 +239,7 @@ class ZNReminderManager {
     void pushSave(const ReminderPtr& reminder);
     void pushUpdate(const ReminderPtr& reminder, const WriteNotes& notes);
     void pushDelete(const ReminderPtr& reminder, const WriteNotes& notes);
-    void holdBackReordering(Reminders reminders, Block ended);
-    static void uploadReordering(const std::shared_ptr<Writes>& writes, ReminderCloudPushes& cloud,
-                                 Reordering& reordering, ShouldRetry shouldRetry);
+    void holdBackReordering(Reminders reminders);
     void replaceCopyWithSeries(const ReminderPtr& copy, const ReminderPtr& series, SeriesIs seriesIs);
     void moveDates(const ReminderPtr& reminder, OptionalDate dueDate, const ZNReminderObject& adjustedBy) const;
     void update(const ReminderPtr& reminder);

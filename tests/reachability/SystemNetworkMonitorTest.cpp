@@ -38,7 +38,7 @@ TEST(SystemNetworkMonitor, LearnsFromTheManagerThatANetworkIsMetered) {
     manager->finishRegistration();
     bus->enterEventLoopAsync();
 
-    SystemNetworkMonitor monitor(sdbus::createSessionBusConnection());
+    SystemNetworkMonitor monitor([] { return sdbus::createSessionBusConnection(); });
     EXPECT_FALSE(monitor.currentState().isMetered);
     std::promise<void> heard;
     std::atomic<bool> isHeard = false;

@@ -6,6 +6,7 @@
 #include <iostream>
 
 #include "apps/wiring/Core.h"
+#include "apps/zun/AccountOfApplication.h"
 #include "apps/zun/AlertServiceStarter.h"
 #include "apps/zun/CloudOfApplication.h"
 #include "apps/zun/EndingSignals.h"
@@ -110,6 +111,7 @@ int runApplication(int argc, char** argv, const std::function<void(AppDelegate&)
     QApplication::setLayoutDirection(core.strings.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
     QApplication::setFont(appFont(13));
     QApplication::setPalette(appPalette());
+    AccountModel account(accountOfApplication(core, cloud));
     DesktopTray tray(core.dispatch);
     Screens screens(
         {core.manager, core.environment, core.dispatch, core.strings, core.labels, core.quickEntry, home.state});
@@ -117,7 +119,7 @@ int runApplication(int argc, char** argv, const std::function<void(AppDelegate&)
     AppDelegate delegate({home, core.environment, core.dispatch, core.notifications, core.settings, core.strings,
                           core.labels, topics, core.database, core.manager, core.userNotifications, core.account,
                           cloud.cloud().manager, tray, makers, [&core] { core.environment.refresh(); },
-                          [] { QApplication::quit(); }, cloud});
+                          [] { QApplication::quit(); }, cloud, &account});
     connectService(service, delegate);
     QObject::connect(&delegate, &AppDelegate::firstPaintDone, &delegate, [&] {
         core.userNotifications.setDelegate(&delegate);

@@ -35,7 +35,11 @@ std::unique_ptr<Reachability> CloudOfApplication::makeReachability() {
 
 void CloudOfApplication::start() {
     _core.database.takeUnfinishedPushesForFailed();
-    _core.database.forgetKeptVersionsBefore(_core.environment.now() - std::chrono::days(30));
+    const auto forget = [&core = _core] {
+        core.database.forgetKeptVersionsBefore(core.environment.now() - KeptVersion::lifetime);
+    };
+    forget();
+    _daily = NSTimer(_core.dispatch.main(), std::chrono::days(1), true, forget);
     _cloud.pushes.start();
 }
 

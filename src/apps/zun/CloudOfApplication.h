@@ -40,6 +40,7 @@ class CloudOfApplication final : public SyncStatus {
     SyncService _service;
     QFileSystemWatcher _accountFile;
     Observation _session;
+    NSTimer _daily;
 };
 
 }  // namespace zun

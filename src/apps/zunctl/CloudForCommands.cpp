@@ -5,12 +5,14 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <climits>
 #include <cstdio>
 #include <iostream>
 
 #include "apps/zunctl/ApplicationCaller.h"
 #include "platform/cloudkit/ServiceCertificate.h"
 #include "platform/foundation/DurableFile.h"
+#include "platform/foundation/Log.h"
 
 namespace zun {
 namespace {
@@ -49,10 +51,15 @@ class WithoutEcho {
     bool _isTerminal;
 };
 
+std::string hostName() {
+    char name[HOST_NAME_MAX + 1] = {};
+    return ::gethostname(name, sizeof name - 1) == 0 ? name : "";
+}
+
 std::optional<std::string> fingerprintOf(const std::string& url) {
     const auto certificate = fetchServiceCertificate(url);
     const auto* shown = std::get_if<ServiceCertificate>(&certificate);
-    return shown ? std::optional(shown->fingerprint) : std::nullopt;
+    return shown && !shown->isVouchedFor ? std::optional(shown->fingerprint) : std::nullopt;
 }
 
 }  // namespace
@@ -61,13 +68,9 @@ CloudForCommands::CloudForCommands(const Home& home, Core& core)
     : _home(home),
       _core(core),
       _cloud(home, core, std::make_unique<TriesAnyway>()),
-      _access{core.keeper,
-              _cloud.client,
-              core.settings,
-              core.dispatch,
-              [this](const SyncJournal::Block& completion) { sync(completion); },
-              readPassword,
-              fingerprintOf} {}
+      _access{core.keeper,   _cloud.client, core.settings,
+              core.dispatch, hostName(),    [this](const SyncJournal::Block& completion) { sync(completion); },
+              readPassword,  fingerprintOf} {}
 
 void CloudForCommands::sync(const SyncJournal::Block& completion) {
     if (const auto outcome = ApplicationCaller(_home.busName).sync()) return completion(*outcome);
@@ -79,7 +82,9 @@ void CloudForCommands::sync(const SyncJournal::Block& completion) {
     if (lock->isOpen()) ::flock(lock->number(), LOCK_EX);
     _core.keeper.waitForSecret();
     _core.database.takeUnfinishedPushesForFailed();
-    _cloud.journal.syncNow([lock, completion](const SyncOutcome& outcome) { completion(outcome); });
+    // How long a pass took belongs into the application's journal, not between the lines of a terminal.
+    const auto silence = std::make_shared<ScopedLogSink>([](std::string_view) {});
+    _cloud.journal.syncNow([lock, silence, completion](const SyncOutcome& outcome) { completion(outcome); });
 }
 
 std::optional<std::string> readPassword(bool fromStandardInput) {

@@ -2,6 +2,7 @@
 
 #include <openssl/ssl.h>
 #include <openssl/x509.h>
+#include <openssl/x509v3.h>
 
 #include <memory>
 #include <thread>
@@ -42,7 +43,20 @@ ServiceCertificate described(X509* certificate) {
     };
     return {fingerprintOf(certificate), name(X509_get_subject_name(certificate)),
             name(X509_get_issuer_name(certificate)),
-            written([certificate](BIO* to) { ASN1_TIME_print(to, X509_get0_notAfter(certificate)); })};
+            written([certificate](BIO* to) { ASN1_TIME_print(to, X509_get0_notAfter(certificate)); }), false};
+}
+
+// Without the brackets of an address of the sixth version.
+std::string hostOf(const std::string& URL) {
+    const std::unique_ptr<CURLU, decltype(&curl_url_cleanup)> parts(curl_url(), &curl_url_cleanup);
+    char* text = nullptr;
+    if (curl_url_set(parts.get(), CURLUPART_URL, URL.c_str(), 0) != CURLUE_OK ||
+        curl_url_get(parts.get(), CURLUPART_HOST, &text, 0) != CURLUE_OK)
+        return {};
+    std::string host(text);
+    curl_free(text);
+    if (host.starts_with('[') && host.ends_with(']')) host = host.substr(1, host.size() - 2);
+    return host;
 }
 
 // In the place of the whole verification of the chain.
@@ -53,8 +67,18 @@ int isTheAcceptedOne(X509_STORE_CTX* chain, void* fingerprint) {
     return isAccepted ? 1 : 0;
 }
 
+struct Look {
+    std::string host;
+    ServiceCertificate certificate;
+};
+
 int onlyLook(X509_STORE_CTX* chain, void* result) {
-    *static_cast<ServiceCertificate*>(result) = described(X509_STORE_CTX_get0_cert(chain));
+    auto& look = *static_cast<Look*>(result);
+    auto* const shown = X509_STORE_CTX_get0_cert(chain);
+    look.certificate = described(shown);
+    const bool isForHost = X509_check_host(shown, look.host.c_str(), 0, 0, nullptr) == 1 ||
+                           X509_check_ip_asc(shown, look.host.c_str(), 0) == 1;
+    look.certificate.isVouchedFor = X509_verify_cert(chain) == 1 && isForHost;
     X509_STORE_CTX_set_error(chain, X509_V_OK);
     return 1;
 }
@@ -81,7 +105,7 @@ void acceptOnlyCertificate(CURL* transfer, const std::string& fingerprint) {
 
 std::variant<ServiceCertificate, CKError> fetchServiceCertificate(const std::string& URL) {
     const std::unique_ptr<CURL, decltype(&curl_easy_cleanup)> transfer(curl_easy_init(), &curl_easy_cleanup);
-    ServiceCertificate certificate;
+    Look look{hostOf(URL), {}};
     curl_easy_setopt(transfer.get(), CURLOPT_URL, URL.c_str());
     curl_easy_setopt(transfer.get(), CURLOPT_PROTOCOLS_STR, "https");
     curl_easy_setopt(transfer.get(), CURLOPT_CONNECT_ONLY, 1L);
@@ -90,15 +114,15 @@ std::variant<ServiceCertificate, CKError> fetchServiceCertificate(const std::str
     curl_easy_setopt(transfer.get(), CURLOPT_SSL_VERIFYHOST, 0L);
     curl_easy_setopt(transfer.get(), CURLOPT_SSL_SESSIONID_CACHE, 0L);
     curl_easy_setopt(transfer.get(), CURLOPT_SSL_CTX_FUNCTION, &noteCertificate);
-    curl_easy_setopt(transfer.get(), CURLOPT_SSL_CTX_DATA, &certificate);
+    curl_easy_setopt(transfer.get(), CURLOPT_SSL_CTX_DATA, &look);
     auto code = CURLE_OK;
     // On a thread whose signals are its own.
     std::thread([&] {
         blockPipeSignal();
         code = curl_easy_perform(transfer.get());
     }).join();
-    if (certificate.fingerprint.empty()) return errorOfTransfer(code == CURLE_OK ? CURLE_SSL_CONNECT_ERROR : code);
-    return certificate;
+    if (look.certificate.fingerprint.empty()) return errorOfTransfer(code == CURLE_OK ? CURLE_SSL_CONNECT_ERROR : code);
+    return look.certificate;
 }
 
 CKError errorOfTransfer(CURLcode code) {

@@ -17,7 +17,8 @@ struct ServiceCertificate {
     std::string fingerprint;  // SHA-256, upper-case hexadecimal pairs with colons between
     std::string subject;      // one line
     std::string issuer;
-    std::string notAfter;  // as the certificate's text form has it, in GMT
+    std::string notAfter;       // as the certificate's text form has it, in GMT
+    bool isVouchedFor = false;  // by an authority that this system trusts, and for the service's name
 };
 
 // Connects, looks at the certificate and closes; sends nothing. Any thread; blocks for up to ten seconds.

@@ -9,10 +9,12 @@
 #include <unistd.h>
 
 #include <charconv>
+#include <chrono>
 #include <fstream>
 #include <map>
 #include <sstream>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace zun {
@@ -20,6 +22,7 @@ namespace {
 
 constexpr const char* managerName = "org.freedesktop.NetworkManager";
 constexpr const char* managerPath = "/org/freedesktop/NetworkManager";
+constexpr auto longestAnswer = std::chrono::seconds(2);   // of the manager
 constexpr std::uint32_t isUp = 0x1, isRejecting = 0x200;  // flags of a route
 
 std::string textOf(const char* file) {
@@ -74,21 +77,10 @@ bool hasDefaultRoute(std::string_view routes, std::string_view routes6) {
     return hasLine(routes, isDefault) || hasLine(routes6, isDefault6);
 }
 
-SystemNetworkMonitor::SystemNetworkMonitor(std::unique_ptr<sdbus::IConnection> bus) : _bus(std::move(bus)) {
-    if (!_bus) return;
-    try {
-        followManager();
-    } catch (const sdbus::Error&) {
-        // No manager, or one that says nothing.
-    }
-}
+SystemNetworkMonitor::SystemNetworkMonitor(Connect connect) : _connect(std::move(connect)) {}
 
 std::unique_ptr<SystemNetworkMonitor> SystemNetworkMonitor::onSystemBus() {
-    try {
-        return std::make_unique<SystemNetworkMonitor>(sdbus::createSystemBusConnection());
-    } catch (const sdbus::Error&) {
-        return std::make_unique<SystemNetworkMonitor>(nullptr);
-    }
+    return std::make_unique<SystemNetworkMonitor>([] { return sdbus::createSystemBusConnection(); });
 }
 
 SystemNetworkMonitor::~SystemNetworkMonitor() {
@@ -99,48 +91,62 @@ NetworkState SystemNetworkMonitor::currentState() const {
     return {hasDefaultRoute(textOf("/proc/net/route"), textOf("/proc/net/ipv6_route")), _isMetered};
 }
 
+void SystemNetworkMonitor::take(std::uint32_t metered) {
+    if (_isMetered.exchange(isMetered(metered)) != isMetered(metered)) _changed();
+}
+
 void SystemNetworkMonitor::followManager() {
     using Properties = std::map<std::string, sdbus::Variant>;
-    _manager = sdbus::createProxy(*_bus, managerName, managerPath);
-    _manager->uponSignal("PropertiesChanged")
-        .onInterface("org.freedesktop.DBus.Properties")
-        .call([this](const std::string& interface, const Properties& changed, const std::vector<std::string>&) {
-            const auto metered = changed.find("Metered");
-            if (interface != managerName || metered == changed.end()) return;
-            _isMetered = isMetered(metered->second.get<std::uint32_t>());
-            if (_changed) _changed();
-        });
-    _manager->finishRegistration();
-    // Before the bus has a thread of its own, which then may not share its answers.
-    const sdbus::Variant metered = _manager->getProperty("Metered").onInterface(managerName);
-    _isMetered = isMetered(metered.get<std::uint32_t>());
+    try {
+        _bus = _connect();
+        if (!_bus) return;
+        _bus->setMethodCallTimeout(longestAnswer);
+        _manager = sdbus::createProxy(*_bus, managerName, managerPath);
+        _manager->uponSignal("PropertiesChanged")
+            .onInterface("org.freedesktop.DBus.Properties")
+            .call([this](const std::string& interface, const Properties& changed, const std::vector<std::string>&) {
+                const auto metered = changed.find("Metered");
+                if (interface == managerName && metered != changed.end()) take(metered->second.get<std::uint32_t>());
+            });
+        _manager->finishRegistration();
+        // Before the bus has a thread of its own, which then may not share its answers.
+        const sdbus::Variant metered = _manager->getProperty("Metered").onInterface(managerName);
+        take(metered.get<std::uint32_t>());
+    } catch (const sdbus::Error&) {
+        // No bus, no manager, or one that says nothing yet.
+    }
+    if (_bus) _bus->enterEventLoopAsync();
 }
 
 void SystemNetworkMonitor::start(std::function<void()> changed) {
     _changed = std::move(changed);
-    if (_bus) _bus->enterEventLoopAsync();
-    const int socket = ::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_ROUTE);
-    if (socket < 0) return;
+    int socket = ::socket(AF_NETLINK, SOCK_RAW | SOCK_CLOEXEC | SOCK_NONBLOCK, NETLINK_ROUTE);
     sockaddr_nl address{};
     address.nl_family = AF_NETLINK;
     address.nl_groups = RTMGRP_IPV4_ROUTE | RTMGRP_IPV6_ROUTE;
-    if (bind(socket, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0) {
-        close(socket);
-        return;
-    }
+    if (socket >= 0 && bind(socket, reinterpret_cast<sockaddr*>(&address), sizeof address) != 0)
+        close(std::exchange(socket, -1));
     _stop = eventfd(0, EFD_CLOEXEC);
-    _routes = std::thread([this, socket] { followRoutes(socket); });
+    _thread = std::thread([this, socket] { run(socket); });
 }
 
 void SystemNetworkMonitor::stop() {
-    if (_bus) _bus->leaveEventLoop();
-    if (!_routes.joinable()) return;
+    if (!_thread.joinable()) return;
     const std::uint64_t one = 1;
     (void)!write(_stop, &one, sizeof one);
-    _routes.join();
+    _thread.join();
     close(_stop);
 }
 
+void SystemNetworkMonitor::run(int routes) {
+    followManager();
+    followRoutes(routes);
+    if (_bus) _bus->leaveEventLoop();
+    _manager.reset();
+    _bus.reset();
+}
+
+// Without a socket, which poll() then passes over, until the end.
 void SystemNetworkMonitor::followRoutes(int socket) {
     pollfd waits[] = {{socket, POLLIN, 0}, {_stop, POLLIN, 0}};
     while (poll(waits, 2, -1) >= 0 || errno == EINTR) {
@@ -152,7 +158,7 @@ void SystemNetworkMonitor::followRoutes(int socket) {
             hasNews = true, errno = 0;
         if (hasNews) _changed();
     }
-    close(socket);
+    if (socket >= 0) close(socket);
 }
 
 }  // namespace zun

@@ -6,6 +6,7 @@
 // Any thread; see NetworkMonitor. Where the kernel or the bus does not answer, its part is left out.
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <string_view>
 #include <thread>
@@ -21,9 +22,10 @@ namespace zun {
 
 class SystemNetworkMonitor final : public NetworkMonitor {
   public:
-    // The bus on which NetworkManager is looked for; null for none.
-    explicit SystemNetworkMonitor(std::unique_ptr<sdbus::IConnection> bus);
-    // With the system's bus, if there is one.
+    // Connects to the bus on which NetworkManager is looked for; may throw or give null. Called on the monitor's thread
+    // once it is started, so that nobody waits for it.
+    using Connect = std::function<std::unique_ptr<sdbus::IConnection>()>;
+    explicit SystemNetworkMonitor(Connect connect);
     static std::unique_ptr<SystemNetworkMonitor> onSystemBus();
     ~SystemNetworkMonitor() override;
     SystemNetworkMonitor(const SystemNetworkMonitor&) = delete;
@@ -34,15 +36,19 @@ class SystemNetworkMonitor final : public NetworkMonitor {
     void stop() override;
 
   private:
+    void run(int routes);
     void followManager();
     void followRoutes(int socket);
+    void take(std::uint32_t metered);
 
-    std::unique_ptr<sdbus::IConnection> _bus;
-    std::unique_ptr<sdbus::IProxy> _manager;
+    const Connect _connect;
     std::function<void()> _changed;
     std::atomic<bool> _isMetered = false;
     int _stop = -1;  // an eventfd
-    std::thread _routes;
+    std::thread _thread;
+    // The thread's own.
+    std::unique_ptr<sdbus::IConnection> _bus;
+    std::unique_ptr<sdbus::IProxy> _manager;
 };
 
 // The texts are the kernel's tables /proc/net/route and /proc/net/ipv6_route.
