@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <future>
+
 #include "cloudkit/ScriptedHttpServer.h"
 #include "platform/cloudkit/EventStreamParser.h"
 #include "platform/cloudprotocol/MessageCodec.h"
@@ -142,6 +144,21 @@ TEST_F(HttpTransportTest, WhatComesBackBecomesTheErrorThatItMeans) {
     EXPECT_EQ(errorAt({"http://no-such-host.invalid", {}}).code, CKErrorCode::NetworkUnavailable);
 }
 
+// As a sign-in holds it: whichever thread lets go of it last.
+TEST_F(HttpTransportTest, MayBeHeldByNobodyButItsOwnAnswer) {
+    ScriptedHttpServer server([](const Seen&) { return ScriptedHttpServer::answer("200 OK", R"({"zones":[]})"); });
+    for (int i = 0; i < 50; ++i) {
+        std::promise<void> answered;
+        auto transport = std::make_shared<HttpTransport>(ServiceAddress{server.URL(), {}}, dispatch, environment);
+        auto& road = *transport;
+        road.send({}, cloud::FetchZones{}, [held = std::move(transport), &answered](const cloud::Answer& answer) {
+            EXPECT_TRUE(std::holds_alternative<cloud::Zones>(answer));
+            answered.set_value();
+        });
+        answered.get_future().wait();
+    }
+}
+
 TEST_F(HttpTransportTest, ASelfSignedCertificateIsTakenOnlyByItsFingerprint) {
     const auto script = [](const Seen&) { return ScriptedHttpServer::answer("200 OK", R"({"zones":[]})"); };
     ScriptedHttpServer server(script, ScriptedHttpServer::Security::SelfSigned);
@@ -152,6 +169,7 @@ TEST_F(HttpTransportTest, ASelfSignedCertificateIsTakenOnlyByItsFingerprint) {
     EXPECT_THAT(certificate.fingerprint, testing::MatchesRegex("([0-9A-F][0-9A-F]:){31}[0-9A-F][0-9A-F]"));
     EXPECT_EQ(certificate.subject, "CN = zun.example");
     EXPECT_THAT(certificate.notAfter, testing::HasSubstr("GMT"));
+    EXPECT_FALSE(certificate.isVouchedFor);
 
     EXPECT_EQ(errorAt({server.URL(), {}}).code, CKErrorCode::NetworkFailure);
     EXPECT_EQ(errorAt({server.URL(), certificate.fingerprint}).code, CKErrorCode{});

@@ -105,7 +105,8 @@ void HttpThread::stop() {
         _isStopping = true;
     }
     curl_multi_wakeup(_multi);
-    if (_thread.joinable()) _thread.join();
+    if (!_thread.joinable()) return;
+    _thread.get_id() == std::this_thread::get_id() ? _thread.detach() : _thread.join();
 }
 
 HttpTransferPtr HttpThread::start(HttpRequest request, Ended ended) {
@@ -115,7 +116,7 @@ HttpTransferPtr HttpThread::start(HttpRequest request, Ended ended) {
         const std::scoped_lock lock(_mutex);
         isTooLate = _isStopping;
         if (!isTooLate) _toStart.push_back(transfer);
-        if (!isTooLate && !_thread.joinable()) _thread = std::thread([this] { run(); });
+        if (!isTooLate && !_thread.joinable()) _thread = std::thread([self = shared_from_this()] { self->run(); });
     }
     if (isTooLate) transfer->end(CURLE_ABORTED_BY_CALLBACK);
     curl_multi_wakeup(_multi);

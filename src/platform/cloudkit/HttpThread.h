@@ -42,7 +42,7 @@ using HttpTransferPtr = std::shared_ptr<HttpTransfer>;
 // the end of the program.
 void blockPipeSignal();
 
-class HttpThread {
+class HttpThread : public std::enable_shared_from_this<HttpThread> {
   public:
     using Ended = std::function<void(HttpResponse)>;
 
@@ -55,7 +55,8 @@ class HttpThread {
     HttpTransferPtr start(HttpRequest request, Ended ended);
     // It ends as broken off, unless it has ended.
     void cancel(const HttpTransferPtr& transfer);
-    // Waits for the thread's end, after which transfers end as soon as they are started. Not on the thread itself.
+    // Waits for the thread's end, after which transfers end as soon as they are started. On the thread itself, where
+    // the last one who holds a transport may let go of it, that end follows.
     void stop();
 
   private:
