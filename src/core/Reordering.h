@@ -11,22 +11,16 @@ namespace zun {
 // of the user's attention. Arming the timer is a hop to the main queue behind it, and a timer that finds nothing
 // pending does nothing.
 struct ZNReminderManager::Reordering {
-    struct Held {
-        Reminders reminders;
-        // One for each reordering that ends with this upload; those that it has replaced among them.
-        std::vector<Block> ended;
-    };
-
     std::mutex mutex;
-    Held pending;
+    Reminders pending;
     NSTimer timer;  // main thread only
 
     bool isPending() {
         const std::lock_guard lock(mutex);
-        return !pending.reminders.empty();
+        return !pending.empty();
     }
 
-    Held take() {
+    Reminders take() {
         const std::lock_guard lock(mutex);
         return std::exchange(pending, {});
     }
