@@ -56,6 +56,7 @@ struct Service {
         options.limits.requestsPerSecond = 0;
         options.limits.strangersPerSecond = 0;
         options.limits.devicesPerAccount = 2'000;
+        options.limits.passwordsAtOnce = 64;
         options.passwordCost = {1, 8'192};
         return options;
     }

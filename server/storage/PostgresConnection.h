@@ -1,43 +1,53 @@
 #pragma once
 
-// One connection to a PostgreSQL database, and the rows through it. What brings no answer is sent with the next
-// question or at the end, so that a transaction takes few trips to the server and back. Used by one thread at a time.
+// The rows of a PostgreSQL database through one connection, with transactions to have them in. Used by one thread at a
+// time.
 
-#include <libpq-fe.h>
-
-#include <memory>
+#include <compare>
 #include <set>
 #include <string>
 #include <utility>
 #include <vector>
 
-#include "server/storage/Storage.h"
+#include "server/storage/PostgresLink.h"
 
 namespace zun::cloud {
 
-// Others were in the way; the same work may succeed when it is run again.
-class PostgresConflict : public StorageFailure {
-  public:
-    using StorageFailure::StorageFailure;
+struct RowKey {
+    std::string account;
+    Table table;
+    std::string name;
+
+    auto operator<=>(const RowKey&) const = default;
 };
 
 class PostgresConnection final : public Transaction {
   public:
     enum class Mode { Read, Write };
+    using Rows = std::vector<std::optional<std::string>>;
 
-    // Connects, and makes the table where there is none. Throws StorageFailure, as everything else here.
-    explicit PostgresConnection(const std::string& address);
+    // Throws StorageFailure, as everything here that does not say otherwise.
+    explicit PostgresConnection(const std::string& address, PostgresLink::Table table = PostgresLink::Table::Expected)
+        : _link(address, table) {}
 
-    [[nodiscard]] bool isOpen() const { return _handle && PQstatus(_handle.get()) == CONNECTION_OK; }
-    [[nodiscard]] PGconn* handle() const { return _handle.get(); }
+    [[nodiscard]] bool isOpen() const { return _link.isOpen(); }
 
-    void begin(Mode mode);
-    void commit();
-    // Never fails.
-    void rollback() noexcept;
-    void notify(std::string_view payload);
-    [[nodiscard]] std::set<std::string> takeWoken() { return std::exchange(_woken, {}); }
-    void eraseAll();
+    void begin(Mode mode) { _link.say(mode == Mode::Read ? "read" : "write"); }
+    void commit() { (void)_link.ask("commit"); }
+    // These two never fail.
+    void rollback() noexcept { _link.rollback(); }
+    void endReading() noexcept;
+    // Tells every process, and does not wait until it is told. Never fails: who loses the connection looks anyway.
+    void notify(const std::set<std::string>& payloads) noexcept;
+
+    // Rows as of one moment, in the order asked for, without a transaction.
+    [[nodiscard]] Rows fetch(const std::vector<RowKey>& keys);
+    // Locks rows and reads them and others, in a transaction that has begun.
+    [[nodiscard]] std::pair<Rows, Rows> fetchForUpdate(const std::vector<RowKey>& locked,
+                                                       const std::vector<RowKey>& others);
+    // A row each, once; nothing for rows that shall not be there. Sends it with what comes next.
+    void store(const std::vector<std::pair<RowKey, const std::optional<std::string>*>>& rows);
+    void eraseAll() { _link.say("eraseAll"); }
     void dump(const Storage::RowVisitor& visitor);
 
     std::optional<std::string> get(std::string_view account, Table table, std::string_view name) override;
@@ -49,29 +59,10 @@ class PostgresConnection final : public Transaction {
     void put(std::string_view account, Table table, std::string_view name, std::string value) override;
     void erase(std::string_view account, Table table, std::string_view name) override;
     void erasePrefix(std::string_view account, Table table, std::string_view prefix) override;
-    void wake(std::string_view account) override { _woken.emplace(account); }
+    void wake(std::string_view) override {}
 
   private:
-    struct Close {
-        void operator()(PGconn* connection) const { PQfinish(connection); }
-        void operator()(PGresult* result) const { PQclear(result); }
-    };
-    using Result = std::unique_ptr<PGresult, Close>;
-    using Values = std::vector<std::string_view>;
-
-    void prepare();
-    void execute(const char* sql);
-    // Sends it sometime before the next question.
-    void say(const char* statement, const Values& values = {});
-    // Sends it with whatever waits and returns its answer.
-    Result ask(const char* statement, const Values& values = {});
-    // The answers to all that was sent; the last one is returned.
-    Result collect();
-    [[noreturn]] void fail(const PGresult* result);
-
-    std::unique_ptr<PGconn, Close> _handle;
-    int _unanswered = 0;
-    std::set<std::string> _woken;
+    PostgresLink _link;
 };
 
 }  // namespace zun::cloud

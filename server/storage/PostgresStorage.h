@@ -1,21 +1,24 @@
 #pragma once
 
-// A storage in a PostgreSQL database, which any number of processes may share. Work runs on threads of its own, each
-// with a connection; an account's row keeps writes of that account in turn, whichever process they come from. Wakes go
-// through LISTEN and NOTIFY. Connections that break are made anew; work that had not reached its commit is run again.
-// Any thread.
+// A storage in a PostgreSQL database, which any number of processes may share. A few threads work, each with a
+// connection. What waits when one is free is done together: reads by one question, writes in one transaction, over rows
+// that were guessed to be wanted. What turns out to need more, or meets somebody else's write, is done by itself.
+//
+// An account's row keeps writes of that account in turn, whichever process they come from. Wakes go through LISTEN and
+// NOTIFY. Connections that break are made anew; work that had not reached its commit is run again. What cannot be done
+// within some seconds because no server takes it fails. Any thread.
 
-#include <condition_variable>
-#include <deque>
 #include <mutex>
 #include <set>
 #include <thread>
+#include <vector>
 
+#include "server/storage/PostgresGuess.h"
+#include "server/storage/PostgresListener.h"
+#include "server/storage/PostgresQueue.h"
 #include "server/storage/Storage.h"
 
 namespace zun::cloud {
-
-class PostgresConnection;
 
 class PostgresStorage final : public Storage {
   public:
@@ -33,30 +36,17 @@ class PostgresStorage final : public Storage {
     [[nodiscard]] std::vector<std::string> check() override;
 
   private:
-    struct Job {
-        bool isWrite;
-        Work work;
-        Done done;
-    };
-    void enqueue(Job job);
-    void runWorker(std::unique_ptr<PostgresConnection> connection);
-    // Null if it worked.
-    std::optional<StorageFailure> run(std::unique_ptr<PostgresConnection>& connection, const Job& job);
-    void tryOnce(PostgresConnection& connection, const Job& job, bool& isCommitting);
-    void wakeOthers(PostgresConnection& connection, const std::set<std::string>& accounts);
-    void runListener();
-    void listen();
+    void wake(PostgresConnection& connection, const std::set<std::string>& accounts);
     void tell(const std::string& account);
 
     const std::string _address;
     const std::string _mark;  // of this process, before what it notifies of
+    RememberedAccounts _remembered;
+    PostgresQueue _queue;
     std::mutex _mutex;
-    std::condition_variable _news;
-    std::deque<Job> _waiting;
-    bool _isEnding = false;
     std::shared_ptr<const WakeListener> _listener;
-    const int _ending;  // readable when the listening thread shall end
     std::vector<std::thread> _threads;
+    std::optional<PostgresListener> _others;
 };
 
 }  // namespace zun::cloud

@@ -70,7 +70,8 @@ class Transaction {
 class Storage {
   public:
     enum class Ending { Commit, Rollback };
-    // May run again from the start if others were in the way: it changes nothing but rows and what it overwrites.
+    // May run again from the start, after it was broken off by an exception or has seen rows that are no longer so: it
+    // changes nothing but rows and what it overwrites, and only its last run counts.
     using Work = std::function<Ending(Transaction&)>;
     // Null once the work is durable, or was rolled back as it wished.
     using Done = std::function<void(std::optional<StorageFailure>)>;

@@ -1,0 +1,204 @@
+#include "server/storage/PostgresLink.h"
+
+#include <algorithm>
+#include <array>
+#include <initializer_list>
+#include <utility>
+
+namespace zun::cloud {
+namespace {
+
+// So few that their answers fit into the buffers of the connection while nobody reads them.
+constexpr int saidAtOnce = 200;
+
+// Standing orders of each connection.
+// - Two writes that wait for each other are told so soon, and not after the server's second; and who waits for a write
+//   of a process that has gone silent is not held up for longer than the server needs to end that one.
+// - Every row is looked for by its key. A plan made while the table was small would read all of it for ever.
+constexpr const char* settings =
+    "SET lock_timeout = '200ms'; SET idle_in_transaction_session_timeout = '10s';"
+    "SET plan_cache_mode = force_generic_plan; SET enable_seqscan = off; SET enable_hashjoin = off;"
+    "SET enable_mergejoin = off; SET enable_bitmapscan = off; SET jit = off";
+
+// Several processes may come at the same time.
+constexpr const char* makeTable =
+    "BEGIN; SET LOCAL lock_timeout = 0; SELECT pg_advisory_xact_lock(7237123447126);"
+    "CREATE TABLE IF NOT EXISTS zun_rows (account bytea NOT NULL, kind smallint NOT NULL, name bytea NOT NULL,"
+    " value bytea NOT NULL, PRIMARY KEY (account, kind, name)); COMMIT";
+
+constexpr std::array<std::pair<const char*, const char*>, 19> statements{{
+    {"read", "BEGIN ISOLATION LEVEL REPEATABLE READ READ ONLY"},
+    {"write", "BEGIN ISOLATION LEVEL READ COMMITTED"},
+    {"commit", "COMMIT"},
+    {"rollback", "ROLLBACK"},
+    {"get", "SELECT value FROM zun_rows WHERE account = $1 AND kind = $2 AND name = $3"},
+    {"getForUpdate", "SELECT value FROM zun_rows WHERE account = $1 AND kind = $2 AND name = $3 FOR UPDATE"},
+    {"lock", "SELECT pg_advisory_xact_lock(hashtextextended(encode($1 || int2send($2) || $3, 'hex'), 0))"},
+    {"getRows",
+     "SELECT place, value FROM unnest($1::bytea[], $2::smallint[], $3::bytea[]) WITH ORDINALITY"
+     " AS wanted (account, kind, name, place) JOIN zun_rows USING (account, kind, name)"},
+    // In the order asked for, so that two who want the same rows do not hold one each.
+    {"getRowsForUpdate",
+     "SELECT place, value FROM unnest($1::bytea[], $2::smallint[], $3::bytea[]) WITH ORDINALITY"
+     " AS wanted (account, kind, name, place) JOIN zun_rows USING (account, kind, name)"
+     " ORDER BY place FOR UPDATE OF zun_rows"},
+    {"scanFrom",
+     "SELECT name, value FROM zun_rows WHERE account = $1 AND kind = $2 AND name >= $3 AND name < $4"
+     " ORDER BY name LIMIT $5"},
+    {"scanAfter",
+     "SELECT name, value FROM zun_rows WHERE account = $1 AND kind = $2 AND name > $3 AND name < $4"
+     " ORDER BY name LIMIT $5"},
+    {"put",
+     "INSERT INTO zun_rows (account, kind, name, value) VALUES ($1, $2, $3, $4)"
+     " ON CONFLICT (account, kind, name) DO UPDATE SET value = excluded.value"},
+    {"putRows",
+     "INSERT INTO zun_rows (account, kind, name, value)"
+     " SELECT * FROM unnest($1::bytea[], $2::smallint[], $3::bytea[], $4::bytea[])"
+     " ON CONFLICT (account, kind, name) DO UPDATE SET value = excluded.value"},
+    {"erase", "DELETE FROM zun_rows WHERE account = $1 AND kind = $2 AND name = $3"},
+    {"eraseRows",
+     "DELETE FROM zun_rows USING unnest($1::bytea[], $2::smallint[], $3::bytea[]) AS gone (account, kind, name)"
+     " WHERE zun_rows.account = gone.account AND zun_rows.kind = gone.kind AND zun_rows.name = gone.name"},
+    {"erasePrefix", "DELETE FROM zun_rows WHERE account = $1 AND kind = $2 AND name >= $3 AND name < $4"},
+    {"eraseAll", "DELETE FROM zun_rows"},
+    {"next",
+     "SELECT account, kind, name, value FROM zun_rows WHERE (account, kind, name) > ($1, $2, $3)"
+     " ORDER BY account, kind, name LIMIT $4"},
+    {"notify", "SELECT pg_notify('zun_wake', convert_from($1, 'UTF8'))"},
+}};
+
+bool isOneOf(const char* state, std::initializer_list<std::string_view> beginnings) {
+    return state && std::any_of(beginnings.begin(), beginnings.end(),
+                                [&](std::string_view each) { return std::string_view(state).starts_with(each); });
+}
+
+// The server ends the connection, or has become a copy of another one. This may be heard before the end itself is.
+bool isLastWord(const PGresult* result) {
+    return isOneOf(PQresultErrorField(result, PG_DIAG_SQLSTATE), {"08", "57P", "25006", "25P03"});
+}
+
+}  // namespace
+
+std::unique_ptr<PGconn, PostgresClose> connectToPostgres(const std::string& address) {
+    // What the address says comes last and counts.
+    constexpr std::array<std::pair<const char*, const char*>, 6> defaults{{{"application_name", "zun-cloud"},
+                                                                           {"connect_timeout", "3"},
+                                                                           {"keepalives_idle", "5"},
+                                                                           {"keepalives_interval", "2"},
+                                                                           {"keepalives_count", "3"},
+                                                                           {"tcp_user_timeout", "10000"}}};
+    std::vector<const char*> keywords, values;
+    for (const auto& [keyword, value] : defaults) {
+        keywords.push_back(keyword);
+        values.push_back(value);
+    }
+    keywords.insert(keywords.end(), {"dbname", nullptr});
+    values.insert(values.end(), {address.c_str(), nullptr});
+    return std::unique_ptr<PGconn, PostgresClose>(PQconnectdbParams(keywords.data(), values.data(), 1));
+}
+
+PostgresLink::PostgresLink(const std::string& address, Table table) : _handle(connectToPostgres(address)) {
+    if (!isOpen()) throw StorageFailure(std::string("PostgreSQL: ") + PQerrorMessage(_handle.get()));
+    PQsetNoticeProcessor(
+        _handle.get(), [](void*, const char*) {}, nullptr);
+    execute(settings);
+    if (table == Table::MadeIfMissing) execute(makeTable);
+    if (PQenterPipelineMode(_handle.get()) != 1) throw StorageFailure("PostgreSQL: no pipeline");
+    prepare();
+}
+
+void PostgresLink::prepare() {
+    for (const auto& [name, sql] : statements) {
+        if (PQsendPrepare(_handle.get(), name, sql, 0, nullptr) != 1) fail(nullptr);
+        ++_said;
+    }
+    (void)collect();
+}
+
+void PostgresLink::execute(const char* sql) {
+    const PostgresResult result(PQexec(_handle.get(), sql));
+    if (PQresultStatus(result.get()) != PGRES_COMMAND_OK) fail(result.get());
+}
+
+void PostgresLink::fail(const PGresult* result) {
+    const auto text = std::string("PostgreSQL: ") + (result    ? PQresultErrorMessage(result)
+                                                     : _handle ? PQerrorMessage(_handle.get())
+                                                               : "the connection is broken");
+    if (!result) throw StorageFailure(text);
+    // Serialization failure, deadlock, a lock that did not come.
+    if (isOneOf(PQresultErrorField(result, PG_DIAG_SQLSTATE), {"40001", "40P01", "55P03"}))
+        throw PostgresConflict(text);
+    if (isLastWord(result)) _handle.reset();
+    throw StorageFailure(text);
+}
+
+void PostgresLink::say(const char* statement, const Values& values) {
+    std::array<const char*, 5> starts{};
+    std::array<int, 5> lengths{}, formats{};
+    for (std::size_t place = 0; place < values.size(); ++place) {
+        // Without a place in memory the value would be null.
+        starts[place] = values[place].empty() ? "" : values[place].data();
+        lengths[place] = static_cast<int>(values[place].size());
+        formats[place] = 1;
+    }
+    if (!isOpen()) throw StorageFailure("PostgreSQL: the connection is broken");
+    if (PQsendQueryPrepared(_handle.get(), statement, static_cast<int>(values.size()), starts.data(), lengths.data(),
+                            formats.data(), 1) != 1)
+        fail(nullptr);
+    if (++_said >= saidAtOnce) (void)collect();
+}
+
+PostgresResult PostgresLink::ask(const char* statement, const Values& values) {
+    if (_said + 1 >= saidAtOnce) (void)collect();
+    say(statement, values);
+    auto answers = collect();
+    return answers.empty() ? nullptr : std::move(answers.back());
+}
+
+// After a failure the server skips what was sent after it; the first failure is the one that counts.
+std::vector<PostgresResult> PostgresLink::collect() {
+    _said = 0;
+    if (!isOpen() || PQpipelineSync(_handle.get()) != 1) fail(nullptr);
+    ++_syncs;
+    std::vector<PostgresResult> answers;
+    PostgresResult failed;
+    bool isBetweenAnswers = false;
+    while (_syncs > 0 && isOpen()) {
+        PostgresResult result(PQgetResult(_handle.get()));
+        const auto status = PQresultStatus(result.get());
+        if (!result) {
+            // Twice nothing: the server has said its last word, and it was not the end of what was sent.
+            if (std::exchange(isBetweenAnswers, true)) _handle.reset();
+            continue;
+        }
+        isBetweenAnswers = false;
+        if (status == PGRES_PIPELINE_SYNC) {
+            --_syncs;
+            _ignored = std::max(0, _ignored - 1);
+        } else if (status == PGRES_COMMAND_OK || status == PGRES_TUPLES_OK) {
+            if (_ignored == 0) answers.push_back(std::move(result));
+        } else if (status != PGRES_PIPELINE_ABORTED && !failed && (_ignored == 0 || isLastWord(result.get()))) {
+            failed = std::move(result);
+        }
+    }
+    if (failed || !isOpen()) fail(failed.get());
+    return answers;
+}
+
+void PostgresLink::send() noexcept {
+    _said = 0;
+    if (!isOpen() || PQpipelineSync(_handle.get()) != 1) return;
+    _ignored = ++_syncs;
+    (void)PQflush(_handle.get());
+}
+
+void PostgresLink::rollback() noexcept {
+    try {
+        if (isOpen()) (void)ask("rollback");
+    } catch (const StorageFailure&) {
+        // A connection that cannot even roll back is of no more use.
+        _handle.reset();
+    }
+}
+
+}  // namespace zun::cloud

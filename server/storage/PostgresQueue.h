@@ -1,0 +1,58 @@
+#pragma once
+
+// What a PostgresStorage was asked for and has not begun, given out in turns: what waits is done together, reads with
+// reads and writes with writes. What did not do so is then done alone. Any thread.
+
+#include <chrono>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+#include <optional>
+
+#include "server/storage/Storage.h"
+
+namespace zun::cloud {
+
+struct PostgresJob {
+    enum class Kind { Read, Write };
+    Kind kind;
+    Storage::Work work;
+    Storage::Done done;
+    std::chrono::steady_clock::time_point accepted = std::chrono::steady_clock::now();
+
+    // Requests wait so long for a server that starts again or hands over.
+    [[nodiscard]] bool isOverdue() const {
+        return std::chrono::steady_clock::now() - accepted > std::chrono::seconds(5);
+    }
+};
+using PostgresJobs = std::deque<PostgresJob>;
+
+class PostgresQueue {
+  public:
+    struct Turn {
+        PostgresJob::Kind kind;
+        bool isAlone;
+        PostgresJobs jobs;  // at least one; of one kind
+    };
+
+    void add(PostgresJob job);
+    // They come again, each in a turn of its own.
+    void addAlone(PostgresJobs jobs);
+    // Waits for one; nothing once all is done and end() was called.
+    [[nodiscard]] std::optional<Turn> nextTurn();
+    void endTurn(PostgresJob::Kind kind, bool isAlone);
+    // Removes what has waited too long.
+    [[nodiscard]] PostgresJobs takeOverdue();
+    void end();
+
+  private:
+    [[nodiscard]] std::optional<Turn> takeTurn();
+
+    std::mutex _mutex;
+    std::condition_variable _news;
+    PostgresJobs _reads, _writes, _alone;
+    unsigned _readTurns = 0, _writeTurns = 0;
+    bool _isEnding = false;
+};
+
+}  // namespace zun::cloud
