@@ -29,8 +29,13 @@ std::set<std::string> PostgresBatch::run(const Storage::Work& work) {
 }
 
 void PostgresBatch::undo() {
-    // The transaction has to begin anew, with each work by itself.
-    if (_isFinal) throw PostgresConflict("a work of several has changed its mind");
+    if (_isFinal) {
+        // The transaction cannot be committed; with the others it has to begin anew, each by itself.
+        if (_works > 1) throw PostgresConflict("a work of several has changed its mind");
+        _isChangedBelow = false;
+        _rows.clear();
+        return;
+    }
     for (auto change = _before.rbegin(); change != _before.rend(); ++change) {
         if (change->second) {
             _rows[change->first] = std::move(*change->second);

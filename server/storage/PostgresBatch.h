@@ -20,7 +20,7 @@ class PostgresBatch final : public Transaction {
         add(keys, std::move(rows), Locking::None);
     }
     // For writing in a transaction of the connection, which is asked for what was not fetched.
-    explicit PostgresBatch(PostgresConnection& connection) : _connection(&connection) {}
+    PostgresBatch(PostgresConnection& connection, std::size_t works) : _connection(&connection), _works(works) {}
 
     void fetchForUpdate(const GuessedRows& guessed);
     // Returns the accounts that the work wakes if it is committed. Throws what the work throws.
@@ -56,7 +56,8 @@ class PostgresBatch final : public Transaction {
     [[nodiscard]] std::vector<std::pair<RowKey, const std::optional<std::string>*>> changedRows() const;
     void undo();
 
-    PostgresConnection* _connection = nullptr;
+    PostgresConnection* const _connection = nullptr;
+    const std::size_t _works = 0;
     Rows _rows;
     // Of the present work: what it has replaced, nothing for what was not known; and that it cannot be undone here.
     std::vector<std::pair<RowKey, std::optional<Row>>> _before;

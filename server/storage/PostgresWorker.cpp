@@ -124,7 +124,7 @@ void PostgresWorker::readAlone(Turn& turn) {
 
 void PostgresWorker::write(Turn& turn) {
     _connection->begin(PostgresConnection::Mode::Write);
-    PostgresBatch batch(*_connection);
+    PostgresBatch batch(*_connection, turn.jobs.size());
     batch.fetchForUpdate(guessAll(turn.jobs, _remembered));
     std::set<std::string> woken;
     for (const auto& job : turn.jobs)

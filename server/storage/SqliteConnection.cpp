@@ -1,5 +1,7 @@
 #include "server/storage/SqliteConnection.h"
 
+#include <vector>
+
 namespace zun::cloud {
 namespace {
 
@@ -83,6 +85,17 @@ SqliteConnection::SqliteConnection(const std::filesystem::path& file, Mode mode)
         execute(
             "CREATE TABLE IF NOT EXISTS rows (account BLOB NOT NULL, kind INTEGER NOT NULL, name BLOB NOT NULL,"
             " value BLOB NOT NULL, PRIMARY KEY (account, kind, name)) WITHOUT ROWID;");
+    _begin.emplace(connection, mode == Mode::Writer ? "BEGIN IMMEDIATE" : "BEGIN");
+    prepare();
+}
+
+void SqliteConnection::prepare() {
+    auto* connection = _handle.get();
+    _commit.emplace(connection, "COMMIT");
+    _rollback.emplace(connection, "ROLLBACK");
+    _beginJob.emplace(connection, "SAVEPOINT job");
+    _undoJob.emplace(connection, "ROLLBACK TO job");
+    _endJob.emplace(connection, "RELEASE job");
     _get.emplace(connection, "SELECT value FROM rows WHERE account = ?1 AND kind = ?2 AND name = ?3");
     _scanFrom.emplace(connection,
                       "SELECT name, value FROM rows WHERE account = ?1 AND kind = ?2 AND name >= ?3"
@@ -103,9 +116,35 @@ void SqliteConnection::execute(const char* sql) {
     if (sqlite3_exec(_handle.get(), sql, nullptr, nullptr, nullptr) != SQLITE_OK) fail(_handle.get());
 }
 
+void SqliteConnection::reserveLog(std::int64_t bytes) noexcept {
+    try {
+        begin();
+        sqlite3_file* log = nullptr;
+        sqlite3_int64 length = 0;
+        sqlite3_file_control(_handle.get(), "main", SQLITE_FCNTL_JOURNAL_POINTER, &log);
+        if (log && log->pMethods && log->pMethods->xFileSize(log, &length) == SQLITE_OK) {
+            // What stands behind the last frame is not read, and zeros are no frame.
+            const std::vector<char> zeros(std::size_t{1} << 20);
+            auto end = length;
+            while (end < bytes &&
+                   log->pMethods->xWrite(log, zeros.data(), static_cast<int>(zeros.size()), end) == SQLITE_OK)
+                end += static_cast<sqlite3_int64>(zeros.size());
+            // The room is needed for better things.
+            if (end < bytes) log->pMethods->xTruncate(log, length);
+        }
+    } catch (const StorageFailure&) {
+    }
+    abandon();
+}
+
 void SqliteConnection::abandon() noexcept {
     _woken.clear();
-    if (sqlite3_get_autocommit(_handle.get()) == 0) sqlite3_exec(_handle.get(), "ROLLBACK", nullptr, nullptr, nullptr);
+    if (sqlite3_get_autocommit(_handle.get()) != 0) return;
+    try {
+        _rollback->run();
+    } catch (const StorageFailure&) {
+        // It has ended it itself.
+    }
 }
 
 std::optional<std::string> SqliteConnection::get(std::string_view account, Table table, std::string_view name) {

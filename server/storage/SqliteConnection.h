@@ -45,6 +45,15 @@ class SqliteConnection final : public Transaction {
     SqliteConnection(const std::filesystem::path& file, Mode mode);
 
     void execute(const char* sql);
+    // A transaction, and the part of one job in it.
+    void begin() { _begin->run(); }
+    void commit() { _commit->run(); }
+    void beginJob() { _beginJob->run(); }
+    void undoJob() { _undoJob->run(); }
+    void endJob() { _endJob->run(); }
+    // Makes the write-ahead log this long, for a writer outside of a transaction: to overwrite a file and sync it takes
+    // half as long as to make it longer. Never fails: without room the log stays as it is.
+    void reserveLog(std::int64_t bytes) noexcept;
     [[nodiscard]] sqlite3* handle() const { return _handle.get(); }
     // Rolls back whatever is open. Never fails.
     void abandon() noexcept;
@@ -66,6 +75,9 @@ class SqliteConnection final : public Transaction {
         void operator()(sqlite3* connection) const { sqlite3_close_v2(connection); }
     };
     std::unique_ptr<sqlite3, Close> _handle;
+    void prepare();
+
+    std::optional<SqliteStatement> _begin, _commit, _rollback, _beginJob, _undoJob, _endJob;
     std::optional<SqliteStatement> _get, _scanFrom, _scanAfter, _put, _erase, _erasePrefix;
     std::set<std::string> _woken;
 };

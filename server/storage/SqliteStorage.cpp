@@ -16,6 +16,7 @@ namespace {
 constexpr std::size_t jobsPerTransaction = 128;
 // The log is written back when it has this many pages; the larger, the rarer and the longer.
 constexpr int pagesOfLog = 4'000;
+constexpr std::int64_t bytesOfLog = (pagesOfLog + 200) * (4'096 + 24);
 constexpr std::size_t idleReadersKept = 16;
 
 int openLock(const std::filesystem::path& folder) {
@@ -87,6 +88,7 @@ SqliteStorage::SqliteStorage(const std::filesystem::path& folder)
                 return SQLITE_OK;
             },
             &_pagesOfLog);
+        _writer->reserveLog(bytesOfLog);
     } catch (...) {
         ::close(_lockFile);
         throw;
@@ -153,10 +155,10 @@ void SqliteStorage::runBatch(std::deque<Job>& batch) {
 bool SqliteStorage::tryBatch(std::deque<Job>& batch) {
     try {
         const WriteRight right(_lockFile);
-        _writer->execute("BEGIN IMMEDIATE");
+        _writer->begin();
         for (auto& job : batch)
             runJob(job);
-        _writer->execute("COMMIT");
+        _writer->commit();
         writeBack();
         return true;
     } catch (const StorageFailure& failure) {
@@ -168,15 +170,15 @@ bool SqliteStorage::tryBatch(std::deque<Job>& batch) {
 }
 
 void SqliteStorage::runJob(Job& job) {
-    _writer->execute("SAVEPOINT job");
+    _writer->beginJob();
     const auto ending = job.work(*_writer);
     auto woken = _writer->takeWoken();
     if (ending == Ending::Commit) {
         job.woken.assign(woken.begin(), woken.end());
     } else {
-        _writer->execute("ROLLBACK TO job");
+        _writer->undoJob();
     }
-    _writer->execute("RELEASE job");
+    _writer->endJob();
 }
 
 void SqliteStorage::writeBack() {
@@ -205,9 +207,8 @@ void SqliteStorage::read(Work work, Done done) {
     std::optional<StorageFailure> failure;
     try {
         const Borrowed reader(*this);
-        reader->execute("BEGIN");
+        reader->begin();
         (void)work(*reader);
-        reader->execute("ROLLBACK");
     } catch (const StorageFailure& thrown) {
         failure = thrown;
     }
@@ -231,11 +232,12 @@ void SqliteStorage::load(const std::function<void(const RowVisitor& add)>& rows)
     SqliteConnection connection(_file, SqliteConnection::Mode::Writer);
     const WriteRight right(_lockFile);
     try {
-        connection.execute("BEGIN IMMEDIATE; DELETE FROM rows");
+        connection.begin();
+        connection.execute("DELETE FROM rows");
         rows([&](std::string_view account, Table table, std::string_view name, std::string_view value) {
             connection.put(account, table, name, std::string(value));
         });
-        connection.execute("COMMIT");
+        connection.commit();
     } catch (...) {
         connection.abandon();
         throw;

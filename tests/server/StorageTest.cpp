@@ -164,6 +164,52 @@ TEST_P(StorageContract, WritesThatMeetInTheOppositeOrderBothSucceed) {
     EXPECT_EQ(get("b", "n"), "40");
 }
 
+// What waits at the same time may be done together: each still begins on what those before it have left, and neither
+// one that changes its mind nor one that fails takes others with it.
+TEST_P(StorageContract, WritesThatWaitTogetherStayApart) {
+    constexpr int jobs = 60;
+    std::mutex mutex;
+    std::condition_variable news;
+    int ended = 0, failed = 0;
+    const auto start = [&](int number) {
+        const auto account = "account" + std::to_string(number % 3);
+        const auto work = [account, number](Transaction& rows) {
+            const auto count = rows.getForUpdate(account, Table::Account, {});
+            const int before = count ? std::stoi(*count) : 0;
+            rows.put(account, Table::Account, {}, std::to_string(before + 1));
+            rows.put(account, Table::Record, std::to_string(number), "x");
+            int seen = 0;
+            rows.scan(account, Table::Record, {}, {}, SIZE_MAX, [&](std::string_view, std::string_view) {
+                ++seen;
+                return true;
+            });
+            EXPECT_EQ(seen, before + 1);
+            if (number % 10 == 9) rows.erasePrefix(account, Table::Record, {});
+            if (number % 10 == 8) throw StorageFailure("this one fails");
+            return number % 10 >= 7 ? Ending::Rollback : Ending::Commit;
+        };
+        storage->write(work, [&](const std::optional<StorageFailure>& failure) {
+            std::lock_guard lock(mutex);
+            failed += failure ? 1 : 0;
+            ++ended;
+            news.notify_all();
+        });
+    };
+    for (int number = 0; number < jobs; ++number)
+        start(number);
+    {
+        std::unique_lock lock(mutex);
+        news.wait(lock, [&] { return ended == jobs; });
+    }
+    EXPECT_EQ(failed, jobs / 10);
+    for (int account = 0; account < 3; ++account) {
+        const auto name = "account" + std::to_string(account);
+        EXPECT_EQ(get(name, "", Table::Account), std::to_string(names(name, "").size()));
+        for (const auto& number : names(name, ""))
+            EXPECT_LT(std::stoi(number) % 10, 7);
+    }
+}
+
 TEST_P(StorageContract, ACommitWakesAndARollbackDoesNot) {
     std::mutex mutex;
     std::condition_variable news;
