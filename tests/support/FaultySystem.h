@@ -5,6 +5,8 @@
 // chosen call comes, except that no sync waits for the disk. One thread.
 
 #include <cstdint>
+#include <filesystem>
+#include <functional>
 
 namespace zun::faults {
 
@@ -22,5 +24,11 @@ inline constexpr int killedStatus = 86;
 void arm(Fault fault, std::uint64_t atCall);
 // True once the chosen call has come.
 [[nodiscard]] bool hasStruck();
+
+// For one of several programs that live in this process: counts only calls for what is below the folder. At the chosen
+// one the block finds the files as a kill or a power cut would leave them; then all is as if nothing had happened. The
+// folder may not move meanwhile.
+void arm(Fault fault, std::uint64_t atCall, const std::filesystem::path& folder, std::function<void()> atStrike);
+void disarm();
 
 }  // namespace zun::faults

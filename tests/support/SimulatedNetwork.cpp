@@ -19,6 +19,14 @@ CKError failure(CKErrorCode code, double retryAfter = 0) {
 
 }  // namespace
 
+SimulatedNetwork::Counts& SimulatedNetwork::Counts::operator+=(const Counts& other) {
+    for (const auto count :
+         {&Counts::requests, &Counts::lostRequests, &Counts::lostAnswers, &Counts::doubled, &Counts::throttled,
+          &Counts::offline, &Counts::pushes, &Counts::lostPushes, &Counts::doubledPushes})
+        this->*count += other.*count;
+    return *this;
+}
+
 std::chrono::microseconds SimulatedNetwork::State::delay() {
     const auto longest = std::chrono::microseconds(faults.longestDelay).count();
     return std::chrono::microseconds(1 + static_cast<std::int64_t>(random() % static_cast<std::uint64_t>(longest + 1)));

@@ -26,6 +26,7 @@ class SimulatedNetwork final : public CloudTransport {
     struct Counts {
         std::uint64_t requests = 0, lostRequests = 0, lostAnswers = 0, doubled = 0, throttled = 0, offline = 0;
         std::uint64_t pushes = 0, lostPushes = 0, doubledPushes = 0;
+        Counts& operator+=(const Counts& other);
     };
 
     SimulatedNetwork(CloudTransport& farSide, Dispatch& dispatch, std::uint64_t seed);

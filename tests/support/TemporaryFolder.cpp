@@ -1,5 +1,7 @@
 #include "support/TemporaryFolder.h"
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
 #include <string>
@@ -7,8 +9,10 @@
 
 namespace zun {
 
-TemporaryFolder::TemporaryFolder() {
-    auto name = (std::filesystem::current_path() / "test-XXXXXX").string();
+TemporaryFolder::TemporaryFolder(Place place) {
+    const std::filesystem::path memory = "/dev/shm";
+    const bool isInMemory = place == Place::Memory && ::access(memory.c_str(), W_OK) == 0;
+    auto name = ((isInMemory ? memory : std::filesystem::current_path()) / "test-XXXXXX").string();
     if (!::mkdtemp(name.data())) {
         std::perror("mkdtemp");
         std::abort();

@@ -57,6 +57,47 @@ std::string differences(const ReminderState& one, const ReminderState& other) {
     return lines;
 }
 
+// Sees what becomes of reorderings: nobody else asks for no answer.
+class Device::WatchedPushes final : public ReminderCloudPushes {
+  public:
+    WatchedPushes(Device& device, ReminderCloudPushes& next) : _device(device), _next(next) {}
+    bool canPush() const override { return _next.canPush(); }
+    void saveReminderToCloudKit(const ReminderPtr& reminder, ShouldRetry shouldRetry, Block withSuccess,
+                                Block withError) override {
+        _next.saveReminderToCloudKit(reminder, shouldRetry, std::move(withSuccess), std::move(withError));
+    }
+    void updateReminderOnCloudKit(const ReminderPtr& reminder, ShouldRetry shouldRetry, Block withSuccess,
+                                  Block withError) override {
+        _next.updateReminderOnCloudKit(reminder, shouldRetry, std::move(withSuccess), std::move(withError));
+    }
+    void deleteReminderOnCloudKit(const ReminderPtr& reminder, ShouldRetry shouldRetry, Block withSuccess,
+                                  Block withError) override {
+        _next.deleteReminderOnCloudKit(reminder, shouldRetry, std::move(withSuccess), std::move(withError));
+    }
+    void bulkUpdateRemindersOnCloudKit(std::vector<ReminderPtr> reminders, ShouldRetry shouldRetry,
+                                       ShouldDelete shouldDelete, ShouldUpdatePersistenceStatus shouldUpdate,
+                                       Block withCompletion, Block withError) override {
+        // Of a split, success says little.
+        if (!withCompletion && !withError && reminders.size() <= 200) {
+            std::vector<std::string> sent;
+            for (const auto& reminder : reminders)
+                sent.push_back(reminder->reminderID().value_or(""));
+            withCompletion = [&device = _device, sent, number = _device._reorderings] {
+                for (const auto& id : sent)
+                    if (const auto found = device._unsentOrder.find(id);
+                        found != device._unsentOrder.end() && found->second <= number)
+                        device._unsentOrder.erase(found);
+            };
+        }
+        _next.bulkUpdateRemindersOnCloudKit(std::move(reminders), shouldRetry, shouldDelete, shouldUpdate,
+                                            std::move(withCompletion), std::move(withError));
+    }
+
+  private:
+    Device& _device;
+    ReminderCloudPushes& _next;
+};
+
 // What ends with the program. Every other device keeps no cache from one run to the next.
 struct Device::Running {
     Running(Device& device, const std::filesystem::path& home)
@@ -66,13 +107,14 @@ struct Device::Running {
           container({*device._network, device._session, device._world.dispatch, notifications, cache}),
           settings(defaults, nullptr, nullptr),
           pushes(device._world.dispatch),
+          watched(device, pushes),
           labels(device.environment, device._world.strings),
           clock(home / "state", device.environment),
-          manager({database, settings, device._world.dispatch, notifications, device.environment, pushes,
+          manager({database, settings, device._world.dispatch, notifications, device.environment, watched,
                    userNotifications, labels, device._world.strings, clock}),
           state(device._world.dispatch, reachability),
           subscriptions(device._world.dispatch, container) {
-        settings.setShouldUseCloudKit(true);
+        settings.setShouldUseCloudKit(device._usesCloud);
         settings.save();
         for (const auto name :
              {ZNiCloudSyncFinished, ZNiCloudSyncFatalError, ZNiCloudSyncTimeoutError, ZNiCloudSyncUnreachableError})
@@ -101,6 +143,7 @@ struct Device::Running {
     CloudContainer container;
     ZNSettingsObject settings;
     PushRelay pushes;
+    WatchedPushes watched;
     MemoryNotificationCenter userNotifications;
     DateLabels labels;
     ClockWitness clock;
@@ -117,13 +160,14 @@ Device::Device(CloudWorld& world, std::string name, std::uint64_t seed)
       _world(world),
       _name(std::move(name)),
       _seed(seed),
-      _home(std::make_unique<TemporaryFolder>()) {
+      _home(std::make_unique<TemporaryFolder>(TemporaryFolder::Place::Memory)) {
     launch();
 }
 
 Device::~Device() = default;
 
 void Device::launch() {
+    _formerCounts = networkCounts();
     _network = std::make_unique<SimulatedNetwork>(_world.transport, _world.dispatch,
                                                   _seed * 1'000 + static_cast<std::uint64_t>(++_launches));
     _network->setOnline(_isOnline);
@@ -139,13 +183,28 @@ void Device::restart() {
 void Device::crash() {
     // The home as it is at this moment is what is left. What the program still does on its way out, it does to the old
     // one, and off the network.
-    auto left = std::make_unique<TemporaryFolder>();
-    std::filesystem::copy(_home->path(), left->path(),
+    if (!_left) takeHomeAsLeft();
+    endRisk();
+    _running.reset();
+    _home = std::move(_left);
+    launch();
+}
+
+void Device::takeHomeAsLeft() {
+    _left = std::make_unique<TemporaryFolder>(TemporaryFolder::Place::Memory);
+    std::filesystem::copy(_home->path(), _left->path(),
                           std::filesystem::copy_options::recursive | std::filesystem::copy_options::overwrite_existing);
     _network->setOnline(false);
-    _running.reset();
-    _home = std::move(left);
-    launch();
+}
+
+void Device::riskCrash(faults::Fault fault, std::uint64_t atCall) {
+    faults::arm(fault, atCall, _home->path(), [this] { takeHomeAsLeft(); });
+}
+
+SimulatedNetwork::Counts Device::networkCounts() const {
+    auto all = _formerCounts;
+    if (_network) all += _network->counts();
+    return all;
 }
 
 ZNReminderManager& Device::reminders() {
@@ -205,6 +264,9 @@ void Device::reorder(const std::vector<std::string>& reminderIDs) {
     std::vector<ReminderPtr> rows;
     for (const auto& reminderID : reminderIDs)
         if (auto found = row(reminderID)) rows.push_back(std::move(found));
+    ++_reorderings;
+    for (const auto& each : rows)
+        _unsentOrder[each->reminderID().value_or("")] = _reorderings;
     reminders().bulkSortAndUpdate(rows, ShouldSyncWithiCloud::Yes);
     _world.dispatch.runUntilIdle();
 }
@@ -213,6 +275,12 @@ void Device::setOnline(bool isOnline) {
     _isOnline = isOnline;
     _network->setOnline(isOnline);
     _running->reachability.report(isOnline);
+}
+
+void Device::setUsesCloud(bool usesCloud) {
+    _usesCloud = usesCloud;
+    settings().setShouldUseCloudKit(usesCloud);
+    settings().save();
 }
 
 void Device::signIn(const std::string& account) {
@@ -226,6 +294,7 @@ void Device::signOut() {
 void Device::learnEpoch() {
     auto session = _session.currentSession();
     const auto account = _world.ask<cloud::Account>(session->deviceToken, cloud::FetchAccount{});
+    if (account.accountID.empty()) return signIn();
     cloud().serviceWillHaveEpoch(account.accountID, account.serviceEpoch);
     session->serviceEpoch = account.serviceEpoch;
     _session.setSession(session);
@@ -280,6 +349,7 @@ Device& CloudWorld::addDevice(const std::string& name) {
 }
 
 void CloudWorld::startService() {
+    storage.start();
     service = std::make_unique<cloud::CloudService>(storage, environment, random, options);
     transport.setService(service.get());
 }
@@ -290,13 +360,14 @@ void CloudWorld::stopService() {
 }
 
 void CloudWorld::backUpService() {
-    cloud::backUp(storage, _backup.path() / "service");
+    cloud::backUp(rows, _backup.path() / "service");
 }
 
 void CloudWorld::restoreService() {
     stopService();
-    cloud::restoreFrom(_backup.path() / "service", storage);
-    cloud::renewServiceIdentity(storage, random);
+    _observers.clear();
+    cloud::restoreFrom(_backup.path() / "service", rows);
+    cloud::renewServiceIdentity(rows, random);
     startService();
 }
 
