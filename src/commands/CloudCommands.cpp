@@ -29,6 +29,11 @@ OptionalError await(CloudAccess& cloud, const std::function<void(AccountClient::
     return answer->error;
 }
 
+void switchSync(CloudAccess& cloud, bool isOn) {
+    cloud.settings.setShouldUseCloudKit(isOn);
+    cloud.settings.save();
+}
+
 std::string placeOf(const AccountKeeper::State& state) {
     if (!state.secretPlace) return "The keyring does not give the sign-in: sign in again.";
     return *state.secretPlace == SecretPlace::SecretService ? "The sign-in is kept in the keyring."
@@ -44,7 +49,10 @@ int enter(CommandContext& context, CloudAccess& cloud, const AccountOptions& opt
     const auto password = cloud.readPassword(options.readsPassword);
     if (!password || password->empty()) return context.fail("There was no password.");
     const auto error = await(cloud, [&](auto done) { start({*url, options.fingerprint}, *password, std::move(done)); });
-    if (!error) return accountStatusCommand(context, cloud);
+    if (!error) {
+        switchSync(cloud, true);
+        return accountStatusCommand(context, cloud);
+    }
     context.fail(sentenceAbout(*error));
     if (!options.fingerprint.empty() || !url->starts_with("https://")) return ExitStatus::notPossible;
     if (const auto fingerprint = cloud.untrustedFingerprint(*url))
@@ -158,8 +166,7 @@ int accountStatusCommand(CommandContext& context, CloudAccess& cloud) {
 }
 
 int cloudSwitchCommand(CommandContext& context, CloudAccess& cloud, bool isOn) {
-    cloud.settings.setShouldUseCloudKit(isOn);
-    cloud.settings.save();
+    switchSync(cloud, isOn);
     context.print(isOn ? "Sync is on." : "Sync is off.");
     return ExitStatus::done;
 }
@@ -184,6 +191,8 @@ int syncCommand(CommandContext& context, CloudAccess& cloud) {
         context.print(fmt::format("{} sent, {} received", traffic.sent, traffic.received));
     }
     if (ending == SyncOutcome::Ending::Done) return ExitStatus::done;
+    if (error && error->code == CKErrorCode::NotAuthenticated)
+        return context.fail("The service does not know this device any more. Sign in again: zunctl account login.");
     return context.fail(error ? sentenceAbout(*error) : std::string(sentenceAbout(ending)));
 }
 

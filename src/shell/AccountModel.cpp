@@ -138,6 +138,8 @@ void AccountModel::attemptEnded(const OptionalError& error) {
     _attempt.reset();
     endWith(error, {});
     if (!error) {
+        _with.settings.setShouldUseCloudKit(true);
+        _with.settings.save();
         readSyncReport();
         syncNow();
     }

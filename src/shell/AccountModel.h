@@ -28,6 +28,7 @@
 #include "platform/foundation/BlocksUnderWay.h"
 #include "platform/foundation/KeyValueObserving.h"
 #include "platform/foundation/LocalizedStrings.h"
+#include "settings/ZNSettingsObject.h"
 #include "shell/AccountErrorTexts.h"
 
 namespace zun {
@@ -53,6 +54,7 @@ class AccountModel final : public KeyValueObservable {
         AccountKeeper& keeper;
         AccountClient& client;
         SyncStatus& sync;
+        ZNSettingsObject& settings;
         Dispatch& dispatch;
         const LocalizedStrings& strings;
         std::string deviceName;  // of this computer, as other devices shall read it
@@ -107,7 +109,7 @@ class AccountModel final : public KeyValueObservable {
         return _broughtBack.contains(version.number);
     }
 
-    // ---- what can be done. The outcome becomes the notice.
+    // ---- what can be done. The outcome becomes the notice. Whoever signs in wants to sync: that is switched on.
     void signIn(const Entry& entry);
     void createAccount(const Entry& entry, const NewAccount& details);
     void acceptCertificate();

@@ -55,6 +55,7 @@ SyncOutcome SyncJournal::lastOutcome() const {
 }
 
 void SyncJournal::passEnded(SyncOutcome::Ending ending) {
+    const auto failure = _with.manager.failure();
     std::vector<Waiting> ended;
     SyncOutcome outcome;
     bool goesOn = false;
@@ -63,6 +64,7 @@ void SyncJournal::passEnded(SyncOutcome::Ending ending) {
         if (ending == SyncOutcome::Ending::Failed && _wasUnreachable) ending = SyncOutcome::Ending::Unreachable;
         _wasUnreachable = false;
         outcome = {ending, std::exchange(_error, std::nullopt), {}};
+        if (!outcome.error) outcome.error = failure;
         if (ending == SyncOutcome::Ending::Done) outcome.error.reset();
         _formerEnd = _with.environment.now();
         _last = outcome;

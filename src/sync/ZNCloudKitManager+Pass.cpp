@@ -57,6 +57,7 @@ void ZNCloudKitManager::startPassIfAllowed() {
         const std::lock_guard lock(_mutex);
         if (_timeoutTimer.isValid() || _isWatchdogAwaited || _isSyncing) return;
         _isWatchdogAwaited = true;
+        _failure.reset();
     }
     _isAnotherPassWanted = false;
     _syncStart = _with.dispatch.uptime();
@@ -126,6 +127,14 @@ void ZNCloudKitManager::startWatchdog() {
 }
 
 void ZNCloudKitManager::onSyncComplete() {
+    // The settings wait for the disk, which the main thread must not.
+    _with.dispatch.concurrent(QualityOfService::UserInitiated)->async(guarded([this] {
+        if (!_didReceiveCriticalError.exchange(false)) defaults().onSetLastSyncDate(_with.environment.now());
+        endPass();
+    }));
+}
+
+void ZNCloudKitManager::endPass() {
     onMainThread(_with.dispatch, guarded([this] {
                      setIsSyncing(false);
                      {
@@ -133,8 +142,6 @@ void ZNCloudKitManager::onSyncComplete() {
                          _isWatchdogAwaited = false;
                          _timeoutTimer.invalidate();
                      }
-                     if (!_didReceiveCriticalError) defaults().onSetLastSyncDate(_with.environment.now());
-                     _didReceiveCriticalError = false;
                      // A pass that moved data is followed by a normal one, and only that is the end.
                      if (_didMigrate.exchange(false)) return syncChangesFromCloudKit();
                      _with.notifications.postNotificationName(ZNiCloudSyncFinished);

@@ -70,6 +70,13 @@ void ZNCloudKitManager::handleError(const OptionalError& error) {
     if (type == ZNCloudKitErrorType::Unreachable)
         _with.notifications.postNotificationName(ZNiCloudSyncUnreachableError);
     _didReceiveCriticalError = true;
+    const std::lock_guard lock(_mutex);
+    _failure = error;
+}
+
+OptionalError ZNCloudKitManager::failure() const {
+    const std::lock_guard lock(_mutex);
+    return _failure;
 }
 
 bool ZNCloudKitManager::retryAfter(const OptionalError& error, Block block) {

@@ -90,6 +90,8 @@ class ZNCloudKitManager final : public ReminderCloudPushes,
     // Also while one for shares alone runs, which is not told as syncing.
     [[nodiscard]] bool isPassUnderWay() const;
     [[nodiscard]] bool hasiCloudAccess() const { return _hasiCloudAccess; }
+    // Of the step that ended the last pass, until the next begins; not every one of them is told.
+    [[nodiscard]] OptionalError failure() const;
     [[nodiscard]] Traffic traffic() const { return {_sent, _received}; }
 
     // What a push of the service leads to: a named record is fetched, a change of the shared database starts the shared
@@ -153,6 +155,7 @@ class ZNCloudKitManager final : public ReminderCloudPushes,
     void handleError(const OptionalError& error);
     void postSyncError(const OptionalError& error);
     void onSyncComplete();
+    void endPass();
     void timeoutPeriodReached();
     // On the main queue; false, and nothing scheduled, if the error asks for no wait.
     bool retryAfter(const OptionalError& error, Block block);
@@ -197,7 +200,7 @@ class ZNCloudKitManager final : public ReminderCloudPushes,
     // Sending.
     void saveRecordToCloudkit(const CKRecord& record, ShouldRetry shouldRetry, RecordBlock success, Failure failure);
     void updateReminder(const ReminderAttributes& reminder, ShouldRetry shouldRetry, Block success, Failure failure);
-    void splitSave(const CloudItems& items, OverwriteValues overwriteValues, CloudDatabaseKind database,
+    void splitSave(CloudItems items, OverwriteValues overwriteValues, CloudDatabaseKind database,
                    const ItemsBlock& withSuccess, const Failure& withError);
     void deleteRecord(const CKRecordID& recordID, ShouldRetry shouldRetry, Block success, Failure failure);
     [[nodiscard]] CKRecord createRecordFromReminder(const ReminderAttributes& reminder) const;
@@ -227,6 +230,7 @@ class ZNCloudKitManager final : public ReminderCloudPushes,
     std::atomic<std::size_t> _received = 0;
     mutable std::mutex _mutex;
     std::optional<CKRecordZoneID> _privateRecordZoneID;  // known from the first pass on
+    OptionalError _failure;
     NSTimer _timeoutTimer;
     bool _isWatchdogAwaited = false;  // a pass has begun, and the main queue is yet to start its timer
     std::mutex _identityMutex;        // one look at the account at a time

@@ -96,8 +96,6 @@ class AccountWindow : public testing::Test, protected AccountWorld {
         }
     }
 
-    ZNUserDefaults defaults{folder.path()};
-    ZNSettingsObject settings{defaults, nullptr, nullptr};
     Pictures pictures;
     QString proposed;
     std::unique_ptr<LocalizedStrings> strings;
@@ -136,7 +134,6 @@ TEST_F(AccountWindow, GoesOnWhileItIsClosedAndShowsWhatCameOfIt) {
     service->answerHeld();
     settle();
     report = {environment.now(), 2, AccountSyncReport::Ending::Unreachable, {}};
-    settings.setShouldUseCloudKit(true);
     openWindow();
     EXPECT_EQ(find<QLabel>("who")->text(), "Ada Lovelace (ada)");
     EXPECT_EQ(find<QLabel>("place")->text(), "in the desktop’s keyring");

@@ -68,6 +68,7 @@ class AccountWorld {
         return {keeper,
                 client,
                 sync,
+                settings,
                 dispatch,
                 strings,
                 "Ada’s laptop",
@@ -118,6 +119,8 @@ class AccountWorld {
     AccountTransport transport{keeper, makeTransport};
     AccountClient client{{keeper, transport, makeTransport}};
     ScriptedSyncStatus sync;
+    ZNUserDefaults defaults{folder.path()};
+    ZNSettingsObject settings{defaults, nullptr, nullptr};
     OptionalError refusal;
     std::optional<OfferedCertificate> certificate;
     std::vector<std::string> lookedAt;

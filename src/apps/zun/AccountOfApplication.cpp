@@ -42,6 +42,7 @@ AccountModel::Collaborators accountOfApplication(Core& core, CloudOfApplication&
     return {core.keeper,
             cloud.cloud().client,
             cloud,
+            core.settings,
             core.dispatch,
             core.strings,
             QSysInfo::machineHostName().toStdString(),
