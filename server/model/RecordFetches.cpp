@@ -1,5 +1,6 @@
 // Reading records: by identifier, and by type.
 
+#include "platform/cloudprotocol/ProtocolLimits.h"
 #include "server/model/Operations.h"
 #include "server/model/RowCoding.h"
 #include "server/model/Secrets.h"
@@ -8,15 +9,16 @@
 namespace zun::cloud {
 namespace {
 
+static_assert(ServiceLimits().itemsPerRequest == mostItems);
+
 // How many rows a page of a query looks at, whatever it finds.
 constexpr std::size_t rowsPerQuery = 20'000;
 
 void keepOnly(CKRecord& record, const std::optional<std::vector<std::string>>& desiredKeys) {
     if (!desiredKeys) return;
-    std::map<std::string, CKRecordValue> kept;
+    CKRecordFields kept;
     for (const auto& key : *desiredKeys) {
-        auto field = record.fields.extract(key);
-        if (field) kept.insert(std::move(field));
+        if (auto* value = record.fields.find(key)) kept.set(key, *value);
     }
     record.fields = std::move(kept);
 }
@@ -31,7 +33,8 @@ bool isVisible(RequestWork& work, const ZoneView& view, const std::string& name)
 
 Answer fetchRecords(RequestWork& work, const FetchRecords& request) {
     const auto& limits = work.facts.options.limits;
-    if (request.recordIDs.size() > limits.itemsPerRequest)
+    const bool wantsOutlines = request.desiredKeys && request.desiredKeys->empty();
+    if (request.recordIDs.size() > (wantsOutlines ? limits.outlinesPerRequest : limits.itemsPerRequest))
         refuse(CKErrorCode::LimitExceeded, "too many items in one request");
     struct Zone {
         std::optional<ZoneView> view;
@@ -47,7 +50,6 @@ Answer fetchRecords(RequestWork& work, const FetchRecords& request) {
         zone.records.emplace(work, zone.view->ownerID, zone.view->ownerIncarnation);
         zone.records->prefetch(zone.names);
     }
-    const bool wantsOutlines = request.desiredKeys && request.desiredKeys->empty();
     FetchedRecords answer;
     std::size_t bytes = 0;
     for (const auto& recordID : request.recordIDs) {

@@ -12,15 +12,18 @@ namespace zun::cloud {
 enum class Registration { Open, Invite, Closed };
 
 struct ServiceLimits {
-    // A client that must write more splits its request; more makes single requests slower for everyone else.
+    // A client that must write more splits its request; more makes single requests slower for everyone else, and no
+    // client sends more than the protocol's mostItems.
     std::size_t itemsPerRequest = 5'000;
+    // Of records that are only looked for, without their fields: a device asks so for all that it has open.
+    std::size_t outlinesPerRequest = 20'000;
     std::size_t bytesPerRequest = 16 << 20;
     // Far above the longest text of the application, far below what a page can carry.
     std::size_t bytesPerRecord = 1 << 20;
     std::uint64_t bytesPerAccount = 1ULL << 30;
     // A page of a feed or of a query ends at whichever comes first, but holds at least one record.
-    std::size_t recordsPerPage = 2'000;
-    std::size_t bytesPerPage = 4 << 20;
+    std::size_t recordsPerPage = 5'000;
+    std::size_t bytesPerPage = 8 << 20;
     std::size_t zonesPerPage = 200;
     // They stand in the account's own row, which every write reads and writes.
     std::size_t zonesPerAccount = 100;

@@ -89,8 +89,7 @@ void renameOwner(CKShareDetails& share, std::string_view from, std::string_view 
 
 void renameOwner(CKRecord& record, std::string_view from, std::string_view to) {
     renameOwner(record.recordID.zoneID, from, to);
-    for (auto& [key, value] : record.fields)
-        renameOwner(value, from, to);
+    record.fields.forEachValue([&](CKRecordValue& value) { renameOwner(value, from, to); });
     if (record.share) renameOwner(record.share->recordID.zoneID, from, to);
     if (record.shareDetails) renameOwner(*record.shareDetails, from, to);
 }

@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "platform/foundation/Log.h"
@@ -16,12 +17,12 @@ std::size_t sizeOf(const CloudItems& items) {
     return std::visit([](const auto& all) { return all.size(); }, items);
 }
 
-CloudItems partOf(const CloudItems& items, std::size_t from) {
+CloudItems takePart(CloudItems& items, std::size_t from) {
     return std::visit(
-        [from](const auto& all) -> CloudItems {
+        [from](auto& all) -> CloudItems {
             const auto to = std::min(all.size(), from + ZNCloudKitManager::batchSize);
-            return std::decay_t<decltype(all)>(all.begin() + static_cast<std::ptrdiff_t>(from),
-                                               all.begin() + static_cast<std::ptrdiff_t>(to));
+            return std::decay_t<decltype(all)>(std::move_iterator(all.begin() + static_cast<std::ptrdiff_t>(from)),
+                                               std::move_iterator(all.begin() + static_cast<std::ptrdiff_t>(to)));
         },
         items);
 }
@@ -73,8 +74,8 @@ void ZNCloudKitManager::saveRecordsToCloudkit(CloudItems items, OverwriteValues 
                                  : CKRecordSavePolicy::CKRecordSaveIfServerRecordUnchanged);
     operation->setQualityOfService(QualityOfService::UserInitiated);
     // The operation lives until its block has run, and would live for ever if the block held it.
-    const auto items_ = [deletes, raw = operation.get()]() -> CloudItems {
-        return deletes ? CloudItems(raw->recordIDsToDelete) : CloudItems(raw->recordsToSave);
+    const auto takeItems = [deletes, raw = operation.get()]() -> CloudItems {
+        return deletes ? CloudItems(std::move(raw->recordIDsToDelete)) : CloudItems(std::move(raw->recordsToSave));
     };
     operation->setModifyRecordsCompletionBlock(guarded(
         [=, this, withSuccess = std::move(withSuccess), withError = std::move(withError)](
@@ -87,8 +88,8 @@ void ZNCloudKitManager::saveRecordsToCloudkit(CloudItems items, OverwriteValues 
             }
             if (type == ZNCloudKitErrorType::Retry) {
                 if (error->code == CKErrorCode::LimitExceeded)
-                    return splitSave(items_(), overwriteValues, kind, withSuccess, withError);
-                const auto again = [=, this, all = items_()] {
+                    return splitSave(takeItems(), overwriteValues, kind, withSuccess, withError);
+                const auto again = [=, this, all = takeItems()] {
                     saveRecordsToCloudkit(all, overwriteValues, kind, ShouldRetry::No, withSuccess, withError);
                 };
                 if (shouldRetry == ShouldRetry::Yes && retryAfter(error, again)) return;
@@ -99,7 +100,7 @@ void ZNCloudKitManager::saveRecordsToCloudkit(CloudItems items, OverwriteValues 
     database(kind).addOperation(operation);
 }
 
-void ZNCloudKitManager::splitSave(const CloudItems& items, OverwriteValues overwriteValues, CloudDatabaseKind kind,
+void ZNCloudKitManager::splitSave(CloudItems items, OverwriteValues overwriteValues, CloudDatabaseKind kind,
                                   const ItemsBlock& withSuccess, const Failure& withError) {
     const std::size_t total = sizeOf(items);
     for (std::size_t i = 0; i < total; i += batchSize) {
@@ -110,7 +111,7 @@ void ZNCloudKitManager::splitSave(const CloudItems& items, OverwriteValues overw
             else
                 handleError(error);
         };
-        saveRecordsToCloudkit(partOf(items, i), overwriteValues, kind, ShouldRetry::No,
+        saveRecordsToCloudkit(takePart(items, i), overwriteValues, kind, ShouldRetry::No,
                               isLast ? withSuccess : ItemsBlock(), reported);
     }
 }

@@ -1,5 +1,6 @@
 #include "cloudkit/CloudFixture.h"
 #include "platform/cloudkit/CKPushReceiver.h"
+#include "platform/cloudprotocol/ProtocolLimits.h"
 
 namespace zun {
 namespace {
@@ -14,6 +15,20 @@ class CloudDatabaseTest : public CloudFixture {
         transport.script = [answer](const cloud::Request&) { return answer; };
     }
 };
+
+TEST_F(CloudDatabaseTest, WhatNoServiceTakesIsRefusedWithoutAskingOne) {
+    answerWith(cloud::ModifiedRecords{});
+    for (const std::size_t count : {cloud::mostItems, cloud::mostItems + 1}) {
+        std::optional<CKErrorCode> code;
+        const auto operation = std::make_shared<CKModifyRecordsOperation>(std::vector{record("saved")},
+                                                                          std::vector(count - 1, idOf("deleted")));
+        operation->setModifyRecordsCompletionBlock(
+            [&](const auto&, const auto&, const OptionalError& error) { code = error ? error->code : CKErrorCode{}; });
+        run(operation);
+        EXPECT_EQ(code, count > cloud::mostItems ? CKErrorCode::LimitExceeded : CKErrorCode{}) << count;
+    }
+    EXPECT_THAT(transport.requests, SizeIs(1));
+}
 
 TEST_F(CloudDatabaseTest, DatabaseChangesGoOnFromPageToPage) {
     const std::vector<CKRecordZoneID> zones{{"a", "o"}, {"b", "o"}, {"c", "o"}};

@@ -89,7 +89,8 @@ TEST(MessageCodec, ValuesAreExact) {
         {CKRecordValue(true), R"({"b":true})"},
     };
     for (const auto& [value, text] : cases) {
-        CKRecord record{"T", {"name", {}}, {}, {}, {{"f", value}}, {}, {}};
+        CKRecord record{"T", {"name", {}}, {}, {}, {}, {}, {}};
+        record.setObject("f", value);
         EXPECT_THAT(encode(record), testing::HasSubstr(text));
         const auto reread = decodeRecord(encode(record));
         ASSERT_TRUE(std::holds_alternative<CKRecord>(reread)) << text;

@@ -104,7 +104,7 @@ class RandomMessages {
     }
     void fill(RecordFields& fields, Text) {
         for (auto left = below(6); left > 0; --left)
-            fields.insert_or_assign("f" + text(), value());
+            fields.set("f" + text(), value());
     }
 
   private:

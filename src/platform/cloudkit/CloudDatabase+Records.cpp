@@ -1,4 +1,5 @@
 #include "platform/cloudkit/CloudDatabase.h"
+#include "platform/cloudprotocol/ProtocolLimits.h"
 
 namespace zun {
 namespace {
@@ -51,6 +52,12 @@ void CloudDatabase::start(const std::shared_ptr<CKFetchRecordsOperation>& operat
 }
 
 void CloudDatabase::start(const std::shared_ptr<CKModifyRecordsOperation>& operation) {
+    // No service takes so many, and writing them down only to be refused would take as long as sending them in parts.
+    if (operation->recordsToSave.size() + operation->recordIDsToDelete.size() > cloud::mostItems)
+        return caller(operation->qualityOfService).run([operation] {
+            callIfSet(operation->completion, std::vector<CKRecord>(), std::vector<CKRecordID>(),
+                      makeCKError(CKErrorCode::LimitExceeded, "too many items in one request"));
+        });
     const auto policy = static_cast<cloud::SavePolicy>(operation->savePolicy);
     caller(operation->qualityOfService)
         .ask(cloud::ModifyRecords{_scope, policy, operation->recordsToSave, operation->recordIDsToDelete},

@@ -10,16 +10,11 @@ std::vector<std::string> CKRecord::allKeys() const {
     return keys;
 }
 
-const CKRecordValue* CKRecord::objectForKey(const std::string& key) const {
-    const auto found = fields.find(key);
-    return found == fields.end() ? nullptr : &found->second;
-}
-
-void CKRecord::setObject(const std::string& key, std::optional<CKRecordValue> value) {
+void CKRecord::setObject(std::string_view key, std::optional<CKRecordValue> value) {
     if (value) {
-        fields.insert_or_assign(key, std::move(*value));
+        fields.set(key, std::move(*value));
     } else {
-        fields.erase(key);
+        fields.remove(key);
     }
 }
 

@@ -4,48 +4,14 @@
 // copying copies.
 
 #include <cstdint>
-#include <map>
 #include <optional>
 #include <string>
-#include <variant>
+#include <string_view>
 #include <vector>
 
-#include "platform/cloudprotocol/CKRecordID.h"
-#include "platform/foundation/Bytes.h"
-#include "platform/foundation/NSDate.h"
+#include "platform/cloudprotocol/CKRecordFields.h"
 
 namespace zun {
-
-struct CKReference {
-    CKRecordID recordID;
-    bool operator==(const CKReference&) const = default;
-};
-
-struct CKRecordValue;
-// An empty list is a value; an absent field is none.
-using CKList = std::vector<CKRecordValue>;
-
-// Integers are exact: one that is not negative is kept as unsigned, so that equal numbers are equal values. Dates are
-// whole microseconds. Doubles are finite.
-struct CKRecordValue {
-    using Variant =
-        std::variant<std::string, std::int64_t, std::uint64_t, double, bool, NSDate, Bytes, CKReference, CKList>;
-    Variant value;
-
-    CKRecordValue() = default;
-    CKRecordValue(std::string text) : value(std::move(text)) {}
-    CKRecordValue(std::int64_t number) {
-        number < 0 ? value.emplace<std::int64_t>(number) : value.emplace<std::uint64_t>(number);
-    }
-    CKRecordValue(std::uint64_t number) : value(number) {}
-    CKRecordValue(double number) : value(number) {}
-    CKRecordValue(bool yes) : value(yes) {}
-    CKRecordValue(NSDate date) : value(date) {}
-    CKRecordValue(Bytes bytes) : value(std::move(bytes)) {}
-    CKRecordValue(CKReference reference) : value(std::move(reference)) {}
-    CKRecordValue(CKList list) : value(std::move(list)) {}
-    bool operator==(const CKRecordValue&) const = default;
-};
 
 enum class CKShareParticipantRole : std::int64_t { Owner = 1, PrivateUser = 3, PublicUser = 4 };
 enum class CKShareParticipantAcceptanceStatus : std::int64_t { Unknown = 0, Pending = 1, Accepted = 2, Removed = 3 };
@@ -82,19 +48,19 @@ struct CKRecord {
     CKRecordID recordID;
     std::string recordChangeTag;    // empty until the service has stored it
     OptionalDate modificationDate;  // by the service's clock
-    std::map<std::string, CKRecordValue> fields;
+    CKRecordFields fields;
     std::optional<CKReference> share;  // of a record that is shared: its share
     std::optional<CKShareDetails> shareDetails;
 
     [[nodiscard]] bool isShare() const { return recordType == CKRecordTypeShare; }
     [[nodiscard]] std::vector<std::string> allKeys() const;
     // Null without the field.
-    [[nodiscard]] const CKRecordValue* objectForKey(const std::string& key) const;
+    [[nodiscard]] const CKRecordValue* objectForKey(std::string_view key) const { return fields.find(key); }
     // Absent removes the field.
-    void setObject(const std::string& key, std::optional<CKRecordValue> value);
+    void setObject(std::string_view key, std::optional<CKRecordValue> value);
     // Null, without a value or with one of another type.
     template <class T>
-    [[nodiscard]] const T* get(const std::string& key) const {
+    [[nodiscard]] const T* get(std::string_view key) const {
         const auto* found = objectForKey(key);
         return found ? std::get_if<T>(&found->value) : nullptr;
     }

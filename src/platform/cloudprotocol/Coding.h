@@ -18,7 +18,7 @@
 
 namespace zun::cloud {
 
-using RecordFields = std::map<std::string, CKRecordValue>;
+using RecordFields = CKRecordFields;
 
 void write(JSONWriter& to, const CKRecordValue& value);
 void write(JSONWriter& to, const RecordFields& fields);

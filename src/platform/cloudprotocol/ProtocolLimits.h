@@ -14,4 +14,7 @@ inline constexpr std::size_t longestName = 255;
 // Bytes of every other text outside of a record's fields: tokens, cursors, addresses, descriptions.
 inline constexpr std::size_t longestText = 4096;
 
+// Records that one request may save and delete together. A client that has more need not ask to be refused.
+inline constexpr std::size_t mostItems = 5'000;
+
 }  // namespace zun::cloud

@@ -11,6 +11,9 @@ namespace {
 constexpr std::string_view textTag = "s", integerTag = "i", numberTag = "d", truthTag = "b", dateTag = "t",
                            bytesTag = "x", referenceTag = "r", listTag = "l";
 
+// A reminder has 29.
+constexpr std::size_t usualFields = 32;
+
 std::string_view tagOf(const CKRecordValue& value) {
     static constexpr std::array<std::string_view, std::variant_size_v<CKRecordValue::Variant>> tags{
         textTag, integerTag, integerTag, numberTag, truthTag, dateTag, bytesTag, referenceTag, listTag};
@@ -109,12 +112,12 @@ void write(JSONWriter& to, const RecordFields& fields) {
 bool read(JSONReader& from, RecordFields& fields, Text) {
     std::string_view name;
     if (!from.beginObject()) return false;
+    fields.reserve(usualFields);
     while (from.nextKey(name)) {
         if (name.empty() || name.size() > longestName) return from.fail("an unfit name");
-        const auto count = fields.size();
-        const auto place = fields.emplace_hint(fields.end(), name, CKRecordValue());
-        if (fields.size() == count) return from.fail("a field twice");
-        if (!read(from, place->second)) return false;
+        auto* value = fields.add(name);
+        if (!value) return from.fail("a field twice");
+        if (!read(from, *value)) return false;
     }
     return from.isGood();
 }
