@@ -11,6 +11,8 @@
 namespace zun::cloud {
 namespace {
 
+// Of the time after which a token is expired, one is fresh.
+constexpr int partsOfFreshness = 30;
 constexpr std::size_t hashBytes = 8;
 constexpr std::size_t expiredTokensKept = 64;
 constexpr std::size_t zonesPerRequest = 200;
@@ -31,11 +33,20 @@ struct Place {
     std::uint64_t sequence = 0;
     // Deletions up to here are of no concern to it: it saw them, or began to read after them.
     std::uint64_t knownThrough = 0;
+    bool isFresh = false;  // its token was given a short time ago
 };
 
 Token makeToken(const RequestWork& work, const std::string& binding, Place place) {
     const auto known = std::max(place.sequence, place.knownThrough);
     return seal(RowWriter().number(place.sequence).number(known).date(work.now).take(), binding, work.facts.secret);
+}
+
+// The same one again for who is where it was, so that it has nothing to store; now and then a new one, since tokens
+// grow old.
+Token nextToken(const RequestWork& work, const std::string& binding, const Place& place, std::uint64_t reached,
+                const std::optional<Token>& previous) {
+    if (previous && place.isFresh && reached == place.sequence) return *previous;
+    return makeToken(work, binding, {reached, place.knownThrough});
 }
 
 // True the first time that this device shows this token to this feed.
@@ -57,8 +68,11 @@ std::optional<Place> placeOf(RequestWork& work, const std::optional<Token>& toke
     if (!token) return Place{0, sequence};
     if (const auto content = unseal(*token, binding, work.facts.secret)) {
         RowReader row(*content);
-        const Place place{row.number(), row.number()};
-        const bool isOld = work.now - row.date() > work.facts.options.limits.keepDeletions;
+        Place place{row.number(), row.number()};
+        const auto age = work.now - row.date();
+        const auto& keepDeletions = work.facts.options.limits.keepDeletions;
+        const bool isOld = age > keepDeletions;
+        place.isFresh = age < keepDeletions / partsOfFreshness;
         if (!isOld && place.knownThrough >= forgottenThrough && place.sequence <= sequence) return place;
     }
     if (tellExpired(work, *token, binding)) return std::nullopt;
@@ -152,7 +166,7 @@ Answer fetchDatabaseChanges(RequestWork& work, const FetchDatabaseChanges& reque
                               zone->ownerID.empty() ? std::string(CKCurrentUserDefaultName) : zone->ownerID};
         (zone->isDeleted ? answer.deleted : answer.changed).push_back(std::move(zoneID));
     }
-    answer.token = makeToken(work, binding, {reached, place->knownThrough});
+    answer.token = nextToken(work, binding, *place, reached, request.previousToken);
     return answer;
 }
 
@@ -182,7 +196,7 @@ Answer fetchZoneChanges(RequestWork& work, const FetchZoneChanges& request) {
             continue;
         }
         const auto reached = Page(work, *view, zone).fill(place->sequence, state.sequence, recordsLeft, bytesLeft);
-        zone.token = makeToken(work, binding, {reached, place->knownThrough});
+        zone.token = nextToken(work, binding, *place, reached, asked.previousToken);
         zone.moreComing = reached < state.sequence;
         zone.fromBeginning = place->sequence == 0;
     }

@@ -53,6 +53,9 @@ TEST(Feeds, TellWhatHasChangedSinceAToken) {
     EXPECT_THAT(third.changed, IsEmpty());
     EXPECT_THAT(third.deleted, IsEmpty());
     EXPECT_FALSE(third.fromBeginning);
+    EXPECT_EQ(third.token, second.token) << "nothing to store for who is where it was";
+    world.environment.advance(std::chrono::hours(25));
+    EXPECT_NE(device.changes(third.token).token, third.token) << "but no token may grow old in quiet times";
     EXPECT_THAT(device.ask<DatabaseChanges>(FetchDatabaseChanges{DatabaseScope::Private, database.token}).changed,
                 ElementsAre(remindersZone));
     EXPECT_EQ(device.codeOf(ModifyZones{DatabaseScope::Private, {}, {remindersZone}}), 0);
