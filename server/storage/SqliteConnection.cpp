@@ -77,10 +77,12 @@ SqliteConnection::SqliteConnection(const std::filesystem::path& file, Mode mode)
     if (code != SQLITE_OK) fail(connection);
     if (mode == Mode::Backup) return;
     sqlite3_busy_timeout(connection, busyMilliseconds);
-    // Each commit is on the disk when it returns; the log is written back when the storage says so.
+    // Each commit is on the disk when it returns; the log is written back when the storage says so. A row of this table
+    // keeps at most a quarter of a page in its place, and a reminder's record is just too long for that in SQLite's
+    // usual pages: each would take another page for its end. A database that exists keeps its pages.
     execute(
-        "PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL; PRAGMA wal_autocheckpoint=0; PRAGMA cache_size=-16000;"
-        "PRAGMA mmap_size=1073741824;");
+        "PRAGMA page_size=8192; PRAGMA journal_mode=WAL; PRAGMA synchronous=FULL; PRAGMA wal_autocheckpoint=0;"
+        "PRAGMA cache_size=-16000; PRAGMA mmap_size=1073741824;");
     if (mode == Mode::Writer)
         execute(
             "CREATE TABLE IF NOT EXISTS rows (account BLOB NOT NULL, kind INTEGER NOT NULL, name BLOB NOT NULL,"
