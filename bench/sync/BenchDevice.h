@@ -3,10 +3,12 @@
 // A device as the programs wire it: a home of its own on the disk, its store, its alerts, and the cloud over HTTP. Its
 // main queue is a loop of the thread that makes it; two devices of one thread share one. The calls block.
 
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <stdexcept>
 #include <string>
+#include <thread>
 
 #include "apps/wiring/Cloud.h"
 #include "support/TemporaryFolder.h"
@@ -49,7 +51,7 @@ class BenchDevice {
                 done(isDone ? std::nullopt : std::optional(outcome.error.value_or(CKError{})));
             });
         });
-        core.database.waitForWrites();
+        waitForStore();
         const auto after = cloud.manager.traffic();
         return {after.sent - before.sent, after.received - before.received};
     }
@@ -60,6 +62,17 @@ class BenchDevice {
             goesOn = sent + received > 0;
         }
         core.manager.waitUntilSettled();
+    }
+    // With the main queue at work meanwhile.
+    void waitForStore() {
+        std::atomic<bool> isDone = false;
+        std::thread waiting([&] {
+            core.database.waitForWrites();
+            isDone = true;
+            core.dispatch.notify();
+        });
+        core.dispatch.waitUntil([&] { return isDone.load(); });
+        waiting.join();
     }
     void waitUntil(const std::function<bool()>& condition) { core.dispatch.waitUntil(condition); }
 

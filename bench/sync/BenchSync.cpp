@@ -11,6 +11,7 @@
 #include <boost/json.hpp>
 #include <fstream>
 #include <iostream>
+#include <stop_token>
 
 #include "BenchDevice.h"
 #include "SyncFloors.h"
@@ -53,6 +54,37 @@ std::vector<ReminderPtr> reminders(std::size_t count, const Environment& environ
     return all;
 }
 
+// Knocks at the main queue once a millisecond and notes the longest time until it was answered.
+class Pulse {
+  public:
+    explicit Pulse(std::shared_ptr<LoopQueue> main)
+        : _main(std::move(main)), _thread([this](const std::stop_token& stop) { run(stop); }) {}
+
+    // Milliseconds, since the last call.
+    double longest() { return static_cast<double>(_shared->longest.exchange(0)) / 1'000; }
+
+  private:
+    struct Shared {
+        std::atomic<std::int64_t> longest = 0;  // microseconds
+        std::atomic<bool> isKnocking = false;
+    };
+    void run(const std::stop_token& stop) {
+        while (!stop.stop_requested()) {
+            std::this_thread::sleep_for(1ms);
+            if (_shared->isKnocking.exchange(true)) continue;
+            _main->async([shared = _shared, knocked = Clock::now()] {
+                const auto waited = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - knocked);
+                shared->longest = std::max<std::int64_t>(shared->longest, waited.count());
+                shared->isKnocking = false;
+            });
+        }
+    }
+
+    const std::shared_ptr<LoopQueue> _main;
+    const std::shared_ptr<Shared> _shared = std::make_shared<Shared>();
+    std::jthread _thread;
+};
+
 class SyncBench {
   public:
     explicit SyncBench(const std::string& program)
@@ -92,10 +124,12 @@ class SyncBench {
         if (up.traffic.sent != many) throw std::runtime_error("not all was sent");
         note("first sync of 10,000, up", up.milliseconds, "ms", 1'000, floors.sendAll(storeOf(first)));
         note("  its requests", static_cast<double>(up.requests), "", 60);
+        note("  longest block of the main thread", up.block, "ms", 16);
         const auto down = once(second);
         if (down.traffic.received != many) throw std::runtime_error("not all was received");
         note("first sync of 10,000, down, until durable", down.milliseconds, "ms", 1'000, floors.receiveAll());
         note("  its requests", static_cast<double>(down.requests), "", 60);
+        note("  longest block of the main thread", down.block, "ms", 16);
         first.settle();
         second.settle();
 
@@ -117,17 +151,24 @@ class SyncBench {
 
     struct Pass {
         double milliseconds;
+        double block;  // milliseconds that the main thread did not answer, at most
         std::uint64_t requests;
         ZNCloudKitManager::Traffic traffic;
     };
-    // What a pass leaves under way counts, but for the time.
+    // What a pass leaves under way is in neither figure.
     Pass once(BenchDevice& device) {
         const auto before = _service.count("requests");
+        Pulse pulse(_main);
+        // Let it knock before the pass begins, which is asked for on the main thread.
+        std::this_thread::sleep_for(5ms);
+        device.waitForStore();
+        (void)pulse.longest();
         const auto start = Clock::now();
         const auto traffic = device.sync();
         const double milliseconds = millisecondsSince(start);
+        const double block = pulse.longest();
         device.core.manager.waitUntilSettled();
-        return {milliseconds, _service.count("requests") - before, traffic};
+        return {milliseconds, block, _service.count("requests") - before, traffic};
     }
 
     void measureIdle(BenchDevice& device, std::size_t count, double goal, SyncFloors& floors) {
@@ -155,6 +196,7 @@ class SyncBench {
         const auto version = [&store] { return store.execAndGet("PRAGMA data_version").getInt64(); };
         std::vector<double> took, floor;
         std::uint64_t requests = 0;
+        double block = 0;
         const auto before = version();
         for (int i = 0; i < passes; ++i) {
             record.setObject("modified_date", CKRecordValue(device.core.environment.now()));
@@ -163,11 +205,13 @@ class SyncBench {
             const auto pass = once(device);
             took.push_back(pass.milliseconds);
             requests = std::max(requests, pass.requests);
+            block = std::max(block, pass.block);
             floor.push_back(floors.readAgain(storeOf(device)));
         }
         note("a zone of 10,000 equal rows read again, median", share(took, 0.5), "ms", 200, share(floor, 0.5));
         note("  longest", share(took, 1), "ms", 200);
         note("  its requests", static_cast<double>(requests), "", 8);
+        note("  longest block of the main thread", block, "ms", 16);
         note("  commits of the store", static_cast<double>(version() - before), "", 0);
     }
     static CKRecord recordOf(BenchDevice& device) {
