@@ -136,6 +136,13 @@ void writeOne(LoopbackClient& client, std::uint64_t number) {
         DatabaseScope::Private, SavePolicy::AllKeys, {reminder("r" + std::to_string(number % 500), number)}, {}});
 }
 
+// The same request, which the front answers without asking the service: what HTTP and the client cost by themselves.
+void askNothing(LoopbackClient& client, std::uint64_t number) {
+    const ModifyRecords request{
+        DatabaseScope::Private, SavePolicy::AllKeys, {reminder("r" + std::to_string(number % 500), number)}, {}};
+    (void)client.post("nothing/is/here", encode(Request(request)));
+}
+
 void readOne(LoopbackClient& client, std::uint64_t number) {
     if (number == 0) writeOne(client, 0);
     static const std::string body = encode(Request(FetchRecords{DatabaseScope::Private, {{"r0", zone}}, std::nullopt}));
@@ -209,6 +216,9 @@ int run(const std::string& file, const std::string& database) {
     }
     {
         Service service(database);
+        for (const int clients : {1, 8})
+            fmt::print("floor: the same requests answered by the front alone, {} clients: {:.0f} 1/s\n", clients,
+                       measure(service, clients, askNothing).perSecond);
         for (const auto& [clients, floor] :
              {std::pair(1, isPostgres ? 2'000 : 3'000), std::pair(8, isPostgres ? 6'000 : 8'000)}) {
             const auto load = measure(service, clients, writeOne);

@@ -7,17 +7,21 @@ namespace {
 
 // More together would let the first wait for the last, and each for whoever holds a row of one of them.
 constexpr std::size_t jobsPerTurn = 64;
-// One works while the other waits for the disk. With more of them less would be done together.
-constexpr unsigned turnsAtOnce = 2;
+// Of each kind. With more of them less would be done together.
+constexpr unsigned turnsAtOnce = 1;
 
 }  // namespace
 
-void PostgresQueue::add(PostgresJob job) {
+std::optional<PostgresQueue::Turn> PostgresQueue::add(PostgresJob job, Caller caller) {
     {
         std::lock_guard lock(_mutex);
-        (job.kind == PostgresJob::Kind::Read ? _reads : _writes).push_back(std::move(job));
+        const auto kind = job.kind;
+        (kind == PostgresJob::Kind::Read ? _reads : _writes).push_back(std::move(job));
+        if (caller == Caller::Works)
+            if (auto turn = takeTurn(kind)) return turn;
     }
     _news.notify_one();
+    return std::nullopt;
 }
 
 void PostgresQueue::addAlone(PostgresJobs jobs) {
@@ -32,7 +36,7 @@ std::optional<PostgresQueue::Turn> PostgresQueue::nextTurn() {
     std::unique_lock lock(_mutex);
     while (true) {
         if (auto turn = takeTurn()) return turn;
-        if (_isEnding && _reads.empty() && _writes.empty() && _alone.empty()) return std::nullopt;
+        if (_isEnding && isEmpty()) return std::nullopt;
         _news.wait(lock);
     }
 }
@@ -44,19 +48,21 @@ std::optional<PostgresQueue::Turn> PostgresQueue::takeTurn() {
         _alone.pop_front();
         return turn;
     }
-    for (const auto kind : {PostgresJob::Kind::Write, PostgresJob::Kind::Read}) {
-        auto& waiting = kind == PostgresJob::Kind::Read ? _reads : _writes;
-        auto& turns = kind == PostgresJob::Kind::Read ? _readTurns : _writeTurns;
-        if (waiting.empty() || turns >= turnsAtOnce) continue;
-        ++turns;
-        Turn turn{kind, false, {}};
-        while (!waiting.empty() && turn.jobs.size() < jobsPerTurn) {
-            turn.jobs.push_back(std::move(waiting.front()));
-            waiting.pop_front();
-        }
-        return turn;
+    auto turn = takeTurn(PostgresJob::Kind::Write);
+    return turn ? std::move(turn) : takeTurn(PostgresJob::Kind::Read);
+}
+
+std::optional<PostgresQueue::Turn> PostgresQueue::takeTurn(PostgresJob::Kind kind) {
+    auto& waiting = kind == PostgresJob::Kind::Read ? _reads : _writes;
+    auto& turns = kind == PostgresJob::Kind::Read ? _readTurns : _writeTurns;
+    if (waiting.empty() || turns >= turnsAtOnce) return std::nullopt;
+    ++turns;
+    Turn turn{kind, false, {}};
+    while (!waiting.empty() && turn.jobs.size() < jobsPerTurn) {
+        turn.jobs.push_back(std::move(waiting.front()));
+        waiting.pop_front();
     }
-    return std::nullopt;
+    return turn;
 }
 
 void PostgresQueue::endTurn(PostgresJob::Kind kind, bool isAlone) {
@@ -66,8 +72,17 @@ void PostgresQueue::endTurn(PostgresJob::Kind kind, bool isAlone) {
         isEnding = _isEnding;
         if (!isAlone) --(kind == PostgresJob::Kind::Read ? _readTurns : _writeTurns);
     }
-    // The thread itself takes what waits now.
     if (isEnding) _news.notify_all();
+}
+
+void PostgresQueue::leaveTurn(PostgresJob::Kind kind) {
+    bool isMore = false;
+    {
+        std::lock_guard lock(_mutex);
+        --(kind == PostgresJob::Kind::Read ? _readTurns : _writeTurns);
+        isMore = _isEnding || !isEmpty();
+    }
+    if (isMore) _news.notify_all();
 }
 
 PostgresJobs PostgresQueue::takeOverdue() {

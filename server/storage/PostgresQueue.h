@@ -35,18 +35,25 @@ class PostgresQueue {
         PostgresJobs jobs;  // at least one; of one kind
     };
 
-    void add(PostgresJob job);
+    enum class Caller { Works, OnlyAsks };
+    // A caller that works itself gets the turn for it, if none of the kind is under way.
+    [[nodiscard]] std::optional<Turn> add(PostgresJob job, Caller caller);
     // They come again, each in a turn of its own.
     void addAlone(PostgresJobs jobs);
     // Waits for one; nothing once all is done and end() was called.
     [[nodiscard]] std::optional<Turn> nextTurn();
+    // Of a thread that takes the next one itself.
     void endTurn(PostgresJob::Kind kind, bool isAlone);
+    // Of a caller that does not.
+    void leaveTurn(PostgresJob::Kind kind);
     // Removes what has waited too long.
     [[nodiscard]] PostgresJobs takeOverdue();
     void end();
 
   private:
+    [[nodiscard]] std::optional<Turn> takeTurn(PostgresJob::Kind kind);
     [[nodiscard]] std::optional<Turn> takeTurn();
+    [[nodiscard]] bool isEmpty() const { return _reads.empty() && _writes.empty() && _alone.empty(); }
 
     std::mutex _mutex;
     std::condition_variable _news;

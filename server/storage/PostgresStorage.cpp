@@ -3,8 +3,6 @@
 #include <fmt/format.h>
 #include <sys/random.h>
 
-#include "server/storage/PostgresWorker.h"
-
 namespace zun::cloud {
 namespace {
 
@@ -18,13 +16,18 @@ std::string makeMark() {
 }  // namespace
 
 PostgresStorage::PostgresStorage(std::string address, unsigned connections)
-    : _address(std::move(address)), _mark(makeMark()) {
+    : _address(std::move(address)),
+      _mark(makeMark()),
+      _reader(_address, _queue, _remembered, nullptr),
+      _writer(_address, _queue, _remembered, [this](auto& link, const auto& accounts) { wake(link, accounts); }) {
     // The first one in this thread, so that a wrong address is told at once.
     auto first = std::make_unique<PostgresConnection>(_address, PostgresLink::Table::MadeIfMissing);
     for (unsigned number = 0; number < connections; ++number)
         _threads.emplace_back([this, connection = std::move(first)]() mutable {
             const auto woken = [this](auto& link, const auto& accounts) { wake(link, accounts); };
-            PostgresWorker(_address, _queue, _remembered, woken, std::move(connection)).run();
+            PostgresWorker(_address, _queue, _remembered, woken, std::move(connection)).run([this](auto kind) {
+                workerForCallers(kind).connectIfNeeded();
+            });
         });
     _others.emplace(_address, [this](const std::string& payload) {
         if (!payload.starts_with(_mark)) tell(payload.substr(std::min(_mark.size(), payload.size())));
@@ -39,11 +42,17 @@ PostgresStorage::~PostgresStorage() {
 }
 
 void PostgresStorage::write(Work work, Done done) {
-    _queue.add({PostgresJob::Kind::Write, std::move(work), std::move(done)});
+    add({PostgresJob::Kind::Write, std::move(work), std::move(done)});
 }
 
 void PostgresStorage::read(Work work, Done done) {
-    _queue.add({PostgresJob::Kind::Read, std::move(work), std::move(done)});
+    add({PostgresJob::Kind::Read, std::move(work), std::move(done)});
+}
+
+void PostgresStorage::add(PostgresJob job) {
+    auto& worker = workerForCallers(job.kind);
+    const auto how = worker.isReady() ? PostgresQueue::Caller::Works : PostgresQueue::Caller::OnlyAsks;
+    if (auto turn = _queue.add(std::move(job), how)) worker.runOnce(std::move(*turn));
 }
 
 // After the commit rather than in it: the server lets one transaction with notifications commit at a time.

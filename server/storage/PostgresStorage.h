@@ -1,8 +1,9 @@
 #pragma once
 
-// A storage in a PostgreSQL database, which any number of processes may share. A few threads work, each with a
-// connection. What waits when one is free is done together: reads by one question, writes in one transaction, over rows
-// that were guessed to be wanted. What turns out to need more, or meets somebody else's write, is done by itself.
+// A storage in a PostgreSQL database, which any number of processes may share. Callers and a few threads work, each
+// with a connection. What waits when one is free is done together: reads by one question, writes in one transaction,
+// over rows that were guessed to be wanted. What turns out to need more, or meets somebody else's write, is done by
+// itself.
 //
 // An account's row keeps writes of that account in turn, whichever process they come from. Wakes go through LISTEN and
 // NOTIFY. Connections that break are made anew; work that had not reached its commit is run again. What cannot be done
@@ -16,6 +17,7 @@
 #include "server/storage/PostgresGuess.h"
 #include "server/storage/PostgresListener.h"
 #include "server/storage/PostgresQueue.h"
+#include "server/storage/PostgresWorker.h"
 #include "server/storage/Storage.h"
 
 namespace zun::cloud {
@@ -36,6 +38,10 @@ class PostgresStorage final : public Storage {
     [[nodiscard]] std::vector<std::string> check() override;
 
   private:
+    void add(PostgresJob job);
+    [[nodiscard]] PostgresWorker& workerForCallers(PostgresJob::Kind kind) {
+        return kind == PostgresJob::Kind::Read ? _reader : _writer;
+    }
     void wake(PostgresConnection& connection, const std::set<std::string>& accounts);
     void tell(const std::string& account);
 
@@ -43,6 +49,8 @@ class PostgresStorage final : public Storage {
     const std::string _mark;  // of this process, before what it notifies of
     RememberedAccounts _remembered;
     PostgresQueue _queue;
+    // Where nothing of a kind is under way the caller works itself: to wake a thread for it would take as long.
+    PostgresWorker _reader, _writer;
     std::mutex _mutex;
     std::shared_ptr<const WakeListener> _listener;
     std::vector<std::thread> _threads;

@@ -50,19 +50,39 @@ PostgresWorker::PostgresWorker(const std::string& address, PostgresQueue& queue,
       _connection(std::move(connection)),
       _random(static_cast<std::minstd_rand::result_type>(std::hash<PostgresWorker*>()(this))) {}
 
-void PostgresWorker::run() {
+void PostgresWorker::run(const std::function<void(PostgresJob::Kind)>& done) {
     while (auto turn = _queue.nextTurn()) {
         const auto kind = turn->kind;
         const bool isAlone = turn->isAlone;
         _conflicts = 0;
         while (!turn->jobs.empty())
             if (reach(turn->jobs)) attempt(*turn);
+        if (!isAlone && isConnected()) done(kind);
         _queue.endTurn(kind, isAlone);
     }
 }
 
+void PostgresWorker::connectIfNeeded() {
+    if (isConnected()) return;
+    try {
+        _connection = std::make_unique<PostgresConnection>(_address);
+        _isReady = true;
+    } catch (const StorageFailure&) {
+        _isReady = false;
+    }
+}
+
+void PostgresWorker::runOnce(Turn turn) {
+    const auto kind = turn.kind;
+    _conflicts = 0;
+    if (isConnected()) attempt(turn);
+    if (!turn.jobs.empty()) _queue.addAlone(std::move(turn.jobs));
+    _isReady = isConnected();
+    _queue.leaveTurn(kind);
+}
+
 bool PostgresWorker::reach(PostgresJobs& jobs) {
-    if (_connection && _connection->isOpen()) return true;
+    if (isConnected()) return true;
     try {
         _connection = std::make_unique<PostgresConnection>(_address);
         return true;

@@ -1,8 +1,9 @@
 #pragma once
 
-// A thread's part of a PostgresStorage: takes turns from the queue and does them on a connection of its own, which is
-// made anew where it breaks. Used by one thread.
+// Does turns of the queue of a PostgresStorage on a connection of its own, which is made anew where it breaks. Used by
+// one thread at a time.
 
+#include <atomic>
 #include <functional>
 #include <memory>
 #include <random>
@@ -20,12 +21,20 @@ class PostgresWorker {
     using Woken = std::function<void(PostgresConnection&, const std::set<std::string>& accounts)>;
 
     PostgresWorker(const std::string& address, PostgresQueue& queue, RememberedAccounts& remembered, Woken woken,
-                   std::unique_ptr<PostgresConnection> connection);
-    // Until the queue ends.
-    void run();
+                   std::unique_ptr<PostgresConnection> connection = nullptr);
+    // Until the queue ends. `done` runs after each turn of several, before another one of its kind can begin.
+    void run(const std::function<void(PostgresJob::Kind)>& done);
+
+    // For a worker without a thread. Whoever has a turn of the worker's kind has the worker, too.
+    void connectIfNeeded();
+    // What does not succeed at once is left to others. Ends the turn.
+    void runOnce(PostgresQueue::Turn turn);
+    // Whether runOnce() is worth a try. Any thread.
+    [[nodiscard]] bool isReady() const { return _isReady; }
 
   private:
     using Turn = PostgresQueue::Turn;
+    [[nodiscard]] bool isConnected() const { return _connection && _connection->isOpen(); }
     // Returns whether there is a connection; without one it has waited.
     [[nodiscard]] bool reach(PostgresJobs& jobs);
     // These take out of the turn what is done, or has failed for good.
@@ -42,6 +51,7 @@ class PostgresWorker {
     const Woken _woken;
     std::unique_ptr<PostgresConnection> _connection;
     std::minstd_rand _random;
+    std::atomic<bool> _isReady{false};
     bool _isCommitting = false;
     int _conflicts = 0;  // in this turn
 };

@@ -15,8 +15,8 @@ namespace {
 // More in one transaction would let the first of them wait for the last.
 constexpr std::size_t jobsPerTransaction = 128;
 // The log is written back when it has this many pages; the larger, the rarer and the longer.
-constexpr int pagesOfLog = 4'000;
-constexpr std::int64_t bytesOfLog = (pagesOfLog + 200) * (4'096 + 24);
+constexpr int pagesOfLog = 2'000;
+constexpr std::int64_t bytesOfLog = (pagesOfLog + 200) * (8'192 + 24);
 constexpr std::size_t idleReadersKept = 16;
 
 int openLock(const std::filesystem::path& folder) {
@@ -115,11 +115,28 @@ SqliteStorage::~SqliteStorage() {
 }
 
 void SqliteStorage::write(Work work, Done done) {
+    std::deque<Job> batch;
     {
         std::lock_guard lock(_mutex);
-        _waiting.push_back({std::move(work), std::move(done), {}, {}});
+        auto& where = _isWriting ? _waiting : batch;
+        where.push_back({std::move(work), std::move(done), {}, {}});
+        _isWriting = true;
     }
-    _news.notify_one();
+    if (batch.empty()) return;
+    // Nobody is writing: to wake the thread for it would take as long as the write.
+    runBatch(batch);
+    stopWriting();
+    report(batch);
+}
+
+void SqliteStorage::stopWriting() {
+    bool isSomebodyWaiting = false;
+    {
+        std::lock_guard lock(_mutex);
+        _isWriting = false;
+        isSomebodyWaiting = _isEnding || !_waiting.empty();
+    }
+    if (isSomebodyWaiting) _news.notify_one();
 }
 
 void SqliteStorage::runWriter() {
@@ -127,14 +144,16 @@ void SqliteStorage::runWriter() {
         std::deque<Job> batch;
         {
             std::unique_lock lock(_mutex);
-            _news.wait(lock, [this] { return _isEnding || !_waiting.empty(); });
+            _news.wait(lock, [this] { return !_isWriting && (_isEnding || !_waiting.empty()); });
             if (_waiting.empty()) return;
+            _isWriting = true;
             while (!_waiting.empty() && batch.size() < jobsPerTransaction) {
                 batch.push_back(std::move(_waiting.front()));
                 _waiting.pop_front();
             }
         }
         runBatch(batch);
+        stopWriting();
         report(batch);
     }
 }

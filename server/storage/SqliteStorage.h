@@ -1,8 +1,8 @@
 #pragma once
 
-// A storage in one SQLite file of a folder. One thread writes: whatever waits when it is free goes into one transaction
-// and is synced to the disk once for all. Reads run on the caller's thread, each on a connection of its own, and never
-// wait for writes. Any thread.
+// A storage in one SQLite file of a folder. One thread writes at a time: the caller's if nobody else does, else one
+// that puts whatever waits meanwhile into one transaction, which is synced to the disk once for all. Reads run on the
+// caller's thread, each on a connection of its own, and never wait for writes. Any thread.
 //
 // Another process may have the same folder open at the same time, for administration; wakes do not reach it.
 
@@ -43,6 +43,8 @@ class SqliteStorage final : public Storage {
     class WriteRight;
 
     void runWriter();
+    // Lets the next one.
+    void stopWriting();
     void runBatch(std::deque<Job>& batch);
     // False if something failed, and then nothing of it has happened.
     bool tryBatch(std::deque<Job>& batch);
@@ -57,6 +59,7 @@ class SqliteStorage final : public Storage {
     std::mutex _mutex;
     std::condition_variable _news;
     std::deque<Job> _waiting;
+    bool _isWriting = false;  // who sets it has the writer and the pages of its log
     bool _isEnding = false;
     std::shared_ptr<const WakeListener> _listener;
     std::vector<std::unique_ptr<SqliteConnection>> _idleReaders;
