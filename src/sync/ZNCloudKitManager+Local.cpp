@@ -108,7 +108,14 @@ void ZNCloudKitManager::handleLocalDeletions(Block completion) {
         if (completion) completion();
     };
     const auto failed = [this, completion](const OptionalError& error) {
-        if (ZNCloudKitErrorHandler::handleError(error) != ZNCloudKitErrorType::None) postSyncError(error);
+        const auto type = ZNCloudKitErrorHandler::handleError(error);
+        if (type != ZNCloudKitErrorType::None) postSyncError(error);
+        // One that the service never held, since it was set back, would hold up the others for ever: the additions send
+        // it like any other that was deleted before it was sent.
+        if (type == ZNCloudKitErrorType::PartialFailure)
+            markReminders(unknownItems(error), [](ReminderAttributes& row) {
+                return row.shouldDeleteRemote.value_or(false) && std::exchange(row.didPersistToiCloud, false);
+            });
         if (completion) completion();
     };
     saveRecordsToCloudkit(std::move(recordIDs), OverwriteValues::No, CloudDatabaseKind::Private, ShouldRetry::No, sent,

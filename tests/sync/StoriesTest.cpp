@@ -139,6 +139,25 @@ TEST(Stories, AnOrderOfTheCardsReachesTheOther) {
     EXPECT_EQ(world.desk.openIDs(), ids);
 }
 
+TEST(Stories, AnOrderWhoseUploadFailsStaysHereUntilAnythingChanges) {
+    TwoDevices world;
+    std::vector<std::string> ids;
+    for (const auto* title : {"a", "b", "c", "d"})
+        ids.push_back(world.desk.create(title));
+    EXPECT_GT(world.syncUntilQuiet(6), 0);
+    world.lap.setOnline(false);
+    world.lap.reorder(ids);
+    world.settle(10s);
+    world.lap.setOnline(true);
+    EXPECT_GT(world.syncUntilQuiet(6), 0);
+    EXPECT_THAT(world.lap.unsent(), IsEmpty());
+    EXPECT_EQ(world.lap.openIDs(), ids);
+    EXPECT_NE(world.desk.openIDs(), ids);
+    world.desk.complete(world.desk.create("anything"));
+    world.expectAgreement();
+    EXPECT_EQ(world.desk.openIDs(), ids);
+}
+
 TEST(Stories, SigningOutKeepsTheRemindersAndAnotherAccountStartsEmpty) {
     TwoDevices world;
     const auto milk = world.desk.create("milk");
@@ -225,6 +244,27 @@ TEST(Stories, AServiceThatWasRestoredGetsAgainWhatItWasSentSince) {
     EXPECT_EQ(world.title(world.lap, eggs), "eggs");
     EXPECT_EQ(world.title(world.desk, milk), "oat milk");
     EXPECT_EQ(world.title(world.desk, bread), "bread") << "who has restored it wants it";
+}
+
+TEST(Stories, ADeletionThatARestoredServiceKnowsNothingOfHoldsUpNoOther) {
+    TwoDevices world;
+    world.expectAgreement();
+    const auto bread = world.desk.create("bread");
+    world.backUpService();
+    const auto eggs = world.desk.create("eggs");
+    world.expectAgreement();
+    world.restoreService();
+    for (auto& device : world.devices)
+        device->learnEpoch();
+    // Found again after the epoch was learned, as where a deletion was under way meanwhile.
+    world.lap.setOnline(false);
+    world.lap.remove(eggs);
+    world.lap.remove(bread);
+    world.lap.database().markReminders({eggs}, CloudMark::DidPersist);
+    world.settle();
+    world.lap.setOnline(true);
+    world.expectAgreement();
+    EXPECT_EQ(world.title(world.desk, bread), "(none)");
 }
 
 TEST(Stories, ThousandsGoUpAndComeDownInFewRequests) {
