@@ -3,13 +3,14 @@
 namespace zun {
 namespace {
 
-void learnEpoch(const std::shared_ptr<CloudTransport>& transport, AccountKeeper& keeper) {
+void learnEpochOver(const std::shared_ptr<CloudTransport>& transport, AccountKeeper& keeper, const Block& done) {
     const auto session = keeper.currentSession();
-    if (!session) return;
-    transport->send(session->deviceToken, cloud::FetchAccount{}, [&keeper](const cloud::Answer& answer) {
+    if (!session) return done();
+    transport->send(session->deviceToken, cloud::FetchAccount{}, [&keeper, done](const cloud::Answer& answer) {
         const auto* account = std::get_if<cloud::Account>(&answer);
         const auto now = keeper.currentSession();
         if (account && now && now->accountID == account->accountID) keeper.setServiceEpoch(account->serviceEpoch);
+        done();
     });
 }
 
@@ -33,11 +34,16 @@ void AccountTransport::send(const std::string& deviceToken, cloud::Request reque
             deviceToken, std::move(request),
             [transport, &keeper = _keeper, completion = std::move(completion)](cloud::Answer answer) {
                 const auto* error = std::get_if<CKError>(&answer);
-                if (error && error->code == CKErrorCode::ChangeTokenExpired) learnEpoch(transport, keeper);
+                if (error && error->code == CKErrorCode::ChangeTokenExpired) learnEpochOver(transport, keeper, [] {});
                 completion(std::move(answer));
             });
     }
     completion(CKError{CKErrorCode::NotAuthenticated, "nobody is signed in", {}});
+}
+
+void AccountTransport::learnEpoch(const Block& done) {
+    if (const auto transport = current()) return learnEpochOver(transport, _keeper, done);
+    done();
 }
 
 std::unique_ptr<CloudPushStream> AccountTransport::openPushStream(const std::string& deviceToken,

@@ -29,6 +29,10 @@ class AccountTransport final : public CloudTransport {
     [[nodiscard]] std::unique_ptr<CloudPushStream> openPushStream(const std::string& deviceToken,
                                                                   PushHandlers handlers) override;
 
+    // For a program that does not live long enough to be told on the way. The block runs once, on any thread, whether
+    // the service has answered or not.
+    void learnEpoch(const Block& done);
+
   private:
     // Kept until the account names another service.
     [[nodiscard]] std::shared_ptr<CloudTransport> current();

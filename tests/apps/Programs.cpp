@@ -48,7 +48,8 @@ std::vector<std::string> withVariables(const std::map<std::string, std::string>&
 }  // namespace
 
 Program::Program(const std::string& name, const std::vector<std::string>& words,
-                 const std::map<std::string, std::string>& variables) {
+                 const std::map<std::string, std::string>& variables, const std::string& input) {
+    std::ofstream(_prints.path() / "in", std::ios::binary) << input;
     // A name with a path is taken as it stands.
     const auto program = (std::filesystem::path(std::getenv("ZUN_TEST_PROGRAMS")) / name).native();
     std::vector<std::string> texts{program};
@@ -58,7 +59,7 @@ Program::Program(const std::string& name, const std::vector<std::string>& words,
     posix_spawn_file_actions_t actions;
     posix_spawn_file_actions_init(&actions);
     const int flags = O_WRONLY | O_CREAT;
-    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, (_prints.path() / "in").c_str(), O_RDONLY, 0);
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, (_prints.path() / "out").c_str(), flags, 0600);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, (_prints.path() / "err").c_str(), flags, 0600);
     const int error =
@@ -101,6 +102,10 @@ std::unique_ptr<Program> ProgramsHome::start(std::vector<std::string> words) con
 
 Ended ProgramsHome::zunctl(std::vector<std::string> words) const {
     return start(std::move(words))->end();
+}
+
+Ended ProgramsHome::zunctlReading(const std::string& input, const std::vector<std::string>& words) const {
+    return Program("zunctl", words, environment(), input).end();
 }
 
 std::unique_ptr<Program> ProgramsHome::startApplication(const std::vector<std::string>& words) const {

@@ -22,7 +22,7 @@ struct Ended {
 class Program {
   public:
     Program(const std::string& name, const std::vector<std::string>& words,
-            const std::map<std::string, std::string>& variables);
+            const std::map<std::string, std::string>& variables, const std::string& input = {});
     ~Program();
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
@@ -40,6 +40,8 @@ class Program {
 class ProgramsHome {
   public:
     Ended zunctl(std::vector<std::string> words) const;
+    // With that on its standard input.
+    Ended zunctlReading(const std::string& input, const std::vector<std::string>& words) const;
     std::unique_ptr<Program> start(std::vector<std::string> words) const;
     // Starts the application and waits until it has taken its name on the session bus, at most half a minute.
     std::unique_ptr<Program> startApplication(const std::vector<std::string>& words = {}) const;

@@ -5,6 +5,7 @@
 #include <termios.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <climits>
 #include <cstdio>
 #include <iostream>
@@ -77,14 +78,42 @@ void CloudForCommands::sync(const SyncJournal::Block& completion) {
     // One at a time: what two commands push at once, each would find changed by the other.
     std::error_code none;
     std::filesystem::create_directories(_home.runtime, none);
-    const auto lock = std::make_shared<FileDescriptor>(
-        ::open((_home.runtime / "sync.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
-    if (lock->isOpen()) ::flock(lock->number(), LOCK_EX);
+    const FileDescriptor lock(::open((_home.runtime / "sync.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
+    if (lock.isOpen()) ::flock(lock.number(), LOCK_EX);
     _core.keeper.waitForSecret();
     _core.database.takeUnfinishedPushesForFailed();
     // How long a pass took belongs into the application's journal, not between the lines of a terminal.
-    const auto silence = std::make_shared<ScopedLogSink>([](std::string_view) {});
-    _cloud.journal.syncNow([lock, silence, completion](const SyncOutcome& outcome) { completion(outcome); });
+    const ScopedLogSink silence([](std::string_view) {});
+    await([this](const Block& done) { _cloud.transport.learnEpoch(done); });
+    const auto before = _cloud.manager.traffic();
+    auto outcome = runPass();
+    // Deletions go up at the beginning of a pass, when a new process does not know yet which zone they are for.
+    if (outcome.ending == SyncOutcome::Ending::Done && _core.manager.numberOfRemindersToSend() > 0) outcome = runPass();
+    const auto after = _cloud.manager.traffic();
+    outcome.traffic = {after.sent - before.sent, after.received - before.received};
+    completion(outcome);
+}
+
+SyncOutcome CloudForCommands::runPass() {
+    SyncOutcome outcome;
+    await([&](const Block& done) {
+        _cloud.journal.syncNow([&outcome, done](const SyncOutcome& ended) {
+            outcome = ended;
+            done();
+        });
+    });
+    // What came down is counted when it is durable.
+    _core.manager.waitUntilSettled();
+    return outcome;
+}
+
+void CloudForCommands::await(const std::function<void(const Block& done)>& start) {
+    std::atomic<bool> isDone = false;
+    start([&isDone, &dispatch = _core.dispatch] {
+        isDone = true;
+        dispatch.notify();
+    });
+    _core.dispatch.waitUntil([&isDone] { return isDone.load(); });
 }
 
 std::optional<std::string> readPassword(bool fromStandardInput) {

@@ -20,6 +20,9 @@ class CloudForCommands {
 
   private:
     void sync(const SyncJournal::Block& completion);
+    [[nodiscard]] SyncOutcome runPass();
+    // Until the block that `start` is given has run. The notifying thread may touch the dispatch just after.
+    void await(const std::function<void(const Block& done)>& start);
 
     const Home& _home;
     Core& _core;

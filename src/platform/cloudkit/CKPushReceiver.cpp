@@ -1,5 +1,7 @@
 #include "platform/cloudkit/CKPushReceiver.h"
 
+#include <atomic>
+
 #include "platform/foundation/BlockGate.h"
 
 namespace zun {
@@ -61,8 +63,9 @@ void CKPushReceiver::follow() {
     };
     CloudTransport::PushHandlers handlers;
     handlers.push = [post](const cloud::Push& push) { post(notificationOf(push)); };
-    handlers.opened = [post](bool hasGap) {
-        if (hasGap) post({});
+    // What came between the last look and the first opening was pushed to nobody.
+    handlers.opened = [post, isFirst = std::make_shared<std::atomic<bool>>(true)](bool hasGap) {
+        if (isFirst->exchange(false) || hasGap) post({});
     };
     _stream = _transport.openPushStream(token, std::move(handlers));
 }

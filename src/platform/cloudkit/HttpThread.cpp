@@ -1,5 +1,6 @@
 #include "platform/cloudkit/HttpThread.h"
 
+#include <fcntl.h>
 #include <signal.h>
 
 #include <algorithm>
@@ -30,6 +31,7 @@ class HttpTransfer {
         set(CURLOPT_PROTOCOLS_STR, "http,https");
         set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
         set(CURLOPT_NOSIGNAL, 1L);
+        set(CURLOPT_SOCKOPTFUNCTION, &closeInOtherPrograms);
         set(CURLOPT_CONNECTTIMEOUT, connectSeconds);
         set(CURLOPT_TCP_KEEPALIVE, 1L);
         set(CURLOPT_HTTPHEADER, _headers);
@@ -69,6 +71,10 @@ class HttpTransfer {
     template <class Value>
     void set(CURLoption option, Value value) {
         curl_easy_setopt(_handle, option, value);
+    }
+
+    static int closeInOtherPrograms(void*, curl_socket_t socket, curlsocktype) {
+        return ::fcntl(socket, F_SETFD, FD_CLOEXEC) == 0 ? CURL_SOCKOPT_OK : CURL_SOCKOPT_ERROR;
     }
 
     static std::size_t write(const char* bytes, std::size_t, std::size_t count, void* transfer) {
