@@ -82,9 +82,8 @@ void ZNCloudKitManager::handleChangeError(const OptionalError& error, const Bloc
     const auto type = ZNCloudKitErrorHandler::handleError(error);
     if (type == ZNCloudKitErrorType::None) return;
     if (type == ZNCloudKitErrorType::PartialFailure) {
-        // Gone from the cloud, so the edited copies go, too; what a service that was set back must be sent first was
-        // not there.
-        removeReminders(unknownItems(error), [](const ReminderAttributes& row) { return row.didPersistToiCloud; });
+        // Gone from the cloud, so the edited copies go, too.
+        removeReminders(unknownItems(error));
         if (success) success();
     }
     const bool mayWait = type == ZNCloudKitErrorType::Retry && shouldRetry == ShouldRetry::Yes;

@@ -88,6 +88,30 @@ TEST_F(CloudBookkeeping, APushThatNeverEndedLeavesTheMarksOfAFailedOne) {
     EXPECT_FALSE(device->stored("changed")->hasLocalChanges()) << "they are taken for failed once";
 }
 
+TEST_F(CloudBookkeeping, WhatIsBeingDeletedIsNotAddedByWhatArrivesMeanwhile) {
+    auto milk = namedReminder("milk", "Milk")->attributes();
+    milk.modified_date = environment.now();
+    auto later = milk;
+    later.modified_date = environment.now() + std::chrono::seconds(1);
+    for (const auto& [arrives, isAdded] : {std::pair(milk, false), std::pair(later, true)}) {
+        device->add(std::make_shared<ZNReminderObject>(milk));
+        remove("milk", {"push-1", {}});
+        const auto takeIn = [&arrives = arrives](std::size_t, std::optional<ReminderAttributes>& record) {
+            EXPECT_FALSE(record);
+            record = arrives;
+            return RecordVerdict::Write;
+        };
+        device->store->decideReminders({"milk"}, takeIn, {});
+        device->run();
+        EXPECT_EQ(device->stored("milk") != nullptr, isAdded);
+        device->store->addTombstones({std::make_shared<ZNReminderObject>(milk)}, {});
+        device->store->pushDidEnd("push-1");
+        device->run();
+        EXPECT_EQ(device->stored("milk")->shouldDeleteRemote().value_or(false), !isAdded);
+        remove("milk", {});
+    }
+}
+
 TEST_F(CloudBookkeeping, MarksLeaveEverythingElseAsItIsByThen) {
     device->add(namedReminder("a", "Milk"));
     const auto asPushed = device->stored("a");

@@ -57,7 +57,7 @@ std::string differences(const ReminderState& one, const ReminderState& other) {
     return lines;
 }
 
-// Sees what becomes of deletions, and of reorderings: nobody else asks for no answer.
+// Sees what becomes of reorderings: nobody else asks for no answer.
 class Device::WatchedPushes final : public ReminderCloudPushes {
   public:
     WatchedPushes(Device& device, ReminderCloudPushes& next) : _device(device), _next(next) {}
@@ -72,11 +72,7 @@ class Device::WatchedPushes final : public ReminderCloudPushes {
     }
     void deleteReminderOnCloudKit(const ReminderPtr& reminder, ShouldRetry shouldRetry, Block withSuccess,
                                   Block withError) override {
-        const auto sent = [&device = _device, id = reminder->reminderID().value_or(""), withSuccess] {
-            device._deletedThere.insert(id);
-            if (withSuccess) withSuccess();
-        };
-        _next.deleteReminderOnCloudKit(reminder, shouldRetry, sent, std::move(withError));
+        _next.deleteReminderOnCloudKit(reminder, shouldRetry, std::move(withSuccess), std::move(withError));
     }
     void bulkUpdateRemindersOnCloudKit(std::vector<ReminderPtr> reminders, ShouldRetry shouldRetry,
                                        ShouldDelete shouldDelete, ShouldUpdatePersistenceStatus shouldUpdate,

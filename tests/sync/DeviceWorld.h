@@ -100,10 +100,6 @@ class Device {
     [[nodiscard]] std::vector<std::string> openIDs();
     // Rows that wait for something to be sent.
     [[nodiscard]] std::vector<std::string> unsent();
-    // The service has confirmed its deletion here at once.
-    [[nodiscard]] bool hasDeletedThere(const std::string& reminderID) const {
-        return _deletedThere.contains(reminderID);
-    }
     // Its place was changed by a reordering of which no upload has succeeded.
     [[nodiscard]] bool hasUnsentOrder(const std::string& reminderID) const { return _unsentOrder.contains(reminderID); }
 
@@ -126,7 +122,6 @@ class Device {
     std::unique_ptr<TemporaryFolder> _left;
     std::map<std::string, int> _unsentOrder;  // with the number of the reordering
     int _reorderings = 0;
-    std::set<std::string> _deletedThere;
     SimulatedNetwork::Counts _formerCounts;
     std::unique_ptr<SimulatedNetwork> _network;
     std::unique_ptr<Running> _running;

@@ -113,6 +113,8 @@ DecidedRecord CloudChanges::decide(const std::string& reminderID, std::size_t in
         decided.record.reminderID = reminderID;
         makeStorable(decided.record);
     }
+    // While its deletion is under way there is no row, and what the user deleted would come back as something new.
+    if (decided.verdict == RecordVerdict::Write && !wasStored && isBeingDeleted(decided.record)) return {};
     switch (decided.verdict) {
         case RecordVerdict::Leave:
             break;
@@ -130,6 +132,17 @@ DecidedRecord CloudChanges::decide(const std::string& reminderID, std::size_t in
             break;
     }
     return decided;
+}
+
+bool CloudChanges::isBeingDeleted(const ReminderAttributes& arrived) {
+    // Somebody who has changed it since wants it. What has no date is older than anything.
+    static constexpr std::string_view sql =
+        "SELECT 1 FROM kept_versions WHERE pushID IS NOT NULL AND reminderID = ?1 AND ifnull(modified_date, ?2) >= ?3";
+    const StatementUse query(_connection.statement(sql));
+    query->bind(1, std::string_view(arrived.reminderID.value_or("")));
+    query->bind(2, NSDate::min());
+    query->bind(3, arrived.modified_date.value_or(NSDate::min()));
+    return query->step();
 }
 
 bool CloudChanges::addTombstone(ReminderAttributes record) {

@@ -20,7 +20,8 @@ class CloudChanges {
     void endPushes(const std::vector<std::string>& pushIDs);
     // True if such a record is stored and did not bear the mark.
     bool mark(const std::string& reminderID, CloudMark mark);
-    // Lets the decision settle what is stored under the identifier, and keeps what goes by it.
+    // Lets the decision settle what is stored under the identifier, and keeps what goes by it. What the user has just
+    // deleted is not added by it.
     [[nodiscard]] DecidedRecord decide(const std::string& reminderID, std::size_t index, const RecordDecision& decision,
                                        NSDate now);
     // Adds the record again, marked as one to be deleted, unless one with its identifier is stored.
@@ -31,6 +32,8 @@ class CloudChanges {
 
   private:
     void keep(const std::string& reminderID, KeptReason reason, const std::optional<std::string>& pushID, NSDate now);
+    // By a push whose outcome is open; what arrived is no later version.
+    [[nodiscard]] bool isBeingDeleted(const ReminderAttributes& arrived);
     [[nodiscard]] std::optional<ReminderAttributes> stored(const std::string& reminderID);
 
     StoreConnection& _connection;
