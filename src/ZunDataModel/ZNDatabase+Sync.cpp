@@ -46,12 +46,19 @@ void ZNDatabase::decideReminders(std::vector<std::string> reminderIDs, RecordDec
 }
 
 void ZNDatabase::addTombstones(const std::vector<ReminderPtr>& reminders, std::function<void()> completion) {
+    auto gone = std::make_shared<std::vector<ReminderPtr>>();
     _implementation->commit(
-        [records = snapshots(reminders)](RecordChanges& changes) {
+        [records = snapshots(reminders), gone](RecordChanges& changes) {
+            gone->clear();
             for (const ReminderAttributes& record : records)
-                CloudChanges(changes).addTombstone(record);
+                if (CloudChanges(changes).addTombstone(record))
+                    gone->push_back(std::make_shared<ZNReminderObject>(record));
         },
-        std::move(completion));
+        [store = _implementation.get(), gone, completion = std::move(completion)] {
+            for (const auto& reminder : *gone)
+                store->post(ZNReminderObjectRemovedNotification, reminder);
+            if (completion) completion();
+        });
 }
 
 void ZNDatabase::pushDidEnd(const std::string& pushID) {

@@ -92,7 +92,8 @@ class ZNDatabase {
     // verdict for each identifier, in their order.
     void decideReminders(std::vector<std::string> reminderIDs, RecordDecision decide,
                          std::function<void(const std::vector<DecidedRecord>&)> withCompletionBlock = {});
-    // Those of which none with the same identifier is stored come back, marked to be deleted at the service.
+    // Those of which none with the same identifier is stored come back, marked to be deleted at the service, and so
+    // does what sync has added in the place of one since its deletion.
     void addTombstones(const std::vector<ReminderPtr>& reminders, std::function<void()> completion = {});
     // Not urgent: goes with the next write or soon.
     void pushDidEnd(const std::string& pushID);

@@ -79,8 +79,8 @@ class ZNDatabase::Implementation {
             [this, work = std::move(work)](StoreWriter& writer) {
                 auto ended = _endedPushes.take();
                 const auto error = writer.commit([&](RecordChanges& changes) {
-                    CloudChanges(changes).endPushes(ended);
                     work(changes);
+                    CloudChanges(changes).endPushes(ended);
                 });
                 if (error) _endedPushes.add(std::move(ended));
                 return error;

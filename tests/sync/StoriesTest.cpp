@@ -153,7 +153,9 @@ TEST(Stories, AnOrderWhoseUploadFailsStaysHereUntilAnythingChanges) {
     EXPECT_THAT(world.lap.unsent(), IsEmpty());
     EXPECT_EQ(world.lap.openIDs(), ids);
     EXPECT_NE(world.desk.openIDs(), ids);
-    world.desk.complete(world.desk.create("anything"));
+    const auto anything = world.desk.create("anything");
+    world.settle();
+    world.desk.complete(anything);
     world.expectAgreement();
     EXPECT_EQ(world.desk.openIDs(), ids);
 }

@@ -16,6 +16,10 @@ const std::string& keepSQL() {
     return sql;
 }
 
+// Marks the versions of deletions whose push is under way.
+constexpr std::string_view arrivedSQL =
+    "UPDATE kept_versions SET shouldDeleteRemote = 1 WHERE pushID IS NOT NULL AND reminderID = ?";
+
 // The marks say what this device knows of the service; they are no part of a version.
 ReminderAttributes withoutMarks(ReminderAttributes record) {
     const ReminderAttributes unmarked;
@@ -113,8 +117,6 @@ DecidedRecord CloudChanges::decide(const std::string& reminderID, std::size_t in
         decided.record.reminderID = reminderID;
         makeStorable(decided.record);
     }
-    // While its deletion is under way there is no row, and what the user deleted would come back as something new.
-    if (decided.verdict == RecordVerdict::Write && !wasStored && isBeingDeleted(decided.record)) return {};
     switch (decided.verdict) {
         case RecordVerdict::Leave:
             break;
@@ -124,6 +126,8 @@ DecidedRecord CloudChanges::decide(const std::string& reminderID, std::size_t in
         case RecordVerdict::Write:
             note(reminderID, &decided.record, {.pushID = {}, .keeps = KeptReason::Replaced}, now);
             _records.addOrUpdate(decided.record);
+            // The row of a deletion under way is gone, so what the user deleted looks like something new.
+            if (!wasStored) runWith(_connection, arrivedSQL, reminderID);
             break;
         case RecordVerdict::Remove:
             // The user has deleted it here already.
@@ -134,22 +138,26 @@ DecidedRecord CloudChanges::decide(const std::string& reminderID, std::size_t in
     return decided;
 }
 
-bool CloudChanges::isBeingDeleted(const ReminderAttributes& arrived) {
-    // Somebody who has changed it since wants it. What has no date is older than anything.
-    static constexpr std::string_view sql =
-        "SELECT 1 FROM kept_versions WHERE pushID IS NOT NULL AND reminderID = ?1 AND ifnull(modified_date, ?2) >= ?3";
-    const StatementUse query(_connection.statement(sql));
-    query->bind(1, std::string_view(arrived.reminderID.value_or("")));
-    query->bind(2, NSDate::min());
-    query->bind(3, arrived.modified_date.value_or(NSDate::min()));
+bool CloudChanges::hasArrivedWhileDeleted(const std::string& reminderID) {
+    const StatementUse query(_connection.statement(
+        "SELECT 1 FROM kept_versions WHERE pushID IS NOT NULL AND reminderID = ? AND shouldDeleteRemote"));
+    query->bind(1, std::string_view(reminderID));
     return query->step();
 }
 
 bool CloudChanges::addTombstone(ReminderAttributes record) {
-    if (!record.reminderID || stored(*record.reminderID)) return false;
+    if (!record.reminderID) return false;
+    auto row = stored(*record.reminderID);
     record.shouldDeleteRemote = true;
-    _records.add(record);
-    return true;
+    if (!row) {
+        _records.add(record);
+        return false;
+    }
+    // Who brought it back, or has changed it since, wants it.
+    const bool isWanted = !hasArrivedWhileDeleted(*record.reminderID) || row->modified_date > record.modified_date;
+    if (isWanted || row->shouldDeleteRemote.value_or(false)) return false;
+    row->shouldDeleteRemote = true;
+    return _records.update(*row);
 }
 
 std::size_t CloudChanges::takeUnfinishedPushesForFailed() {

@@ -20,11 +20,11 @@ class CloudChanges {
     void endPushes(const std::vector<std::string>& pushIDs);
     // True if such a record is stored and did not bear the mark.
     bool mark(const std::string& reminderID, CloudMark mark);
-    // Lets the decision settle what is stored under the identifier, and keeps what goes by it. What the user has just
-    // deleted is not added by it.
+    // Lets the decision settle what is stored under the identifier, and keeps what goes by it.
     [[nodiscard]] DecidedRecord decide(const std::string& reminderID, std::size_t index, const RecordDecision& decision,
                                        NSDate now);
-    // Adds the record again, marked as one to be deleted, unless one with its identifier is stored.
+    // Adds the record again, marked as one to be deleted. One that is stored stays as it is, unless sync added it while
+    // the push of the deletion was under way: then it gets the mark, and the result is true.
     bool addTombstone(ReminderAttributes record);
     // Gives every record whose push did not end the mark that a failed push leaves. How many pushes there were.
     std::size_t takeUnfinishedPushesForFailed();
@@ -32,8 +32,7 @@ class CloudChanges {
 
   private:
     void keep(const std::string& reminderID, KeptReason reason, const std::optional<std::string>& pushID, NSDate now);
-    // By a push whose outcome is open; what arrived is no later version.
-    [[nodiscard]] bool isBeingDeleted(const ReminderAttributes& arrived);
+    [[nodiscard]] bool hasArrivedWhileDeleted(const std::string& reminderID);
     [[nodiscard]] std::optional<ReminderAttributes> stored(const std::string& reminderID);
 
     StoreConnection& _connection;
