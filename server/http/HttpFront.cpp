@@ -6,13 +6,15 @@
 
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>
+#include <boost/asio/executor_work_guard.hpp>
+#include <boost/asio/io_context.hpp>
 #include <boost/asio/ip/tcp.hpp>
 #include <boost/asio/local/stream_protocol.hpp>
 #include <boost/asio/post.hpp>
 #include <boost/asio/redirect_error.hpp>
 #include <boost/asio/steady_timer.hpp>
-#include <boost/asio/strand.hpp>
 #include <boost/asio/use_awaitable.hpp>
+#include <deque>
 #include <thread>
 
 #include "server/http/HttpSession.h"
@@ -25,6 +27,7 @@ using asio::ip::tcp;
 using asio::local::stream_protocol;
 using boost::system::error_code;
 
+constexpr int oneThread = 1;
 constexpr std::string_view localPrefix = "unix:";
 constexpr std::chrono::milliseconds waitAfterFailure(100);
 
@@ -59,18 +62,26 @@ std::string nameOf(const stream_protocol::socket&) {
 
 struct HttpFront::State {
     State(CloudService& service, Storage& storage, HttpOptions options, Log log)
-        : shared(std::make_shared<HttpShared>(service, storage, std::move(options), std::move(log))) {}
+        : shared(std::make_shared<HttpShared>(service, storage, std::move(options), std::move(log))) {
+        auto count = shared->options.threads;
+        if (count == 0) count = std::thread::hardware_concurrency() + 2;
+        for (unsigned thread = 0; thread <= count; ++thread)
+            loops.emplace_back(oneThread);
+    }
 
     unsigned short listen(const std::string& address, HttpRole role);
     template <class Acceptor>
     asio::awaitable<void> accept(std::shared_ptr<Acceptor> acceptor, HttpRole role);
     asio::awaitable<void> checkStreams();
     void readCertificate();
+    [[nodiscard]] asio::io_context& loopFor(HttpRole role);
 
     const std::shared_ptr<HttpShared> shared;
     std::optional<asio::ssl::context> tls;
-    asio::io_context io;
-    asio::executor_work_guard<asio::io_context::executor_type> guard{io.get_executor()};
+    // A thread each. A connection stays with one: what several threads share has to wake one of them for each step. The
+    // first has what must not wait for a request's work; the others take the connections in turn.
+    std::deque<asio::io_context> loops;
+    std::size_t lastLoop = 0;                    // the first loop's
     std::vector<std::function<void()>> closers;  // of the acceptors
     std::string localPath;
     unsigned short port = 0, healthPort = 0;
@@ -127,20 +138,20 @@ unsigned short HttpFront::State::listen(const std::string& address, HttpRole rol
         asio::co_spawn(acceptor->get_executor(), accept(acceptor, role), asio::detached);
     };
     try {
-        const asio::any_io_executor strand = asio::make_strand(io);
+        auto& loop = loops.front();
         if (address.starts_with(localPrefix)) {
             localPath = address.substr(localPrefix.size());
             ::unlink(localPath.c_str());
-            open(std::make_shared<stream_protocol::acceptor>(strand), stream_protocol::endpoint(localPath));
+            open(std::make_shared<stream_protocol::acceptor>(loop), stream_protocol::endpoint(localPath));
             return 0;
         }
         const auto [host, portText] = parse(address);
-        const tcp::endpoint endpoint = *tcp::resolver(io).resolve(host, portText, tcp::resolver::passive).begin();
+        const tcp::endpoint endpoint = *tcp::resolver(loop).resolve(host, portText, tcp::resolver::passive).begin();
         const bool isPlain = role == HttpRole::Health || !tls;
         if (isPlain && !endpoint.address().is_loopback() && !(role == HttpRole::Service && shared->options.allowPlain))
             throw std::runtime_error(
                 address + " can be reached from other machines: give a certificate, or listen on this machine only");
-        auto acceptor = std::make_shared<tcp::acceptor>(strand);
+        auto acceptor = std::make_shared<tcp::acceptor>(loop);
         open(acceptor, endpoint);
         return acceptor->local_endpoint().port();
     } catch (const boost::system::system_error& error) {
@@ -148,16 +159,22 @@ unsigned short HttpFront::State::listen(const std::string& address, HttpRole rol
     }
 }
 
+asio::io_context& HttpFront::State::loopFor(HttpRole role) {
+    if (role == HttpRole::Health) return loops.front();
+    lastLoop = lastLoop % (loops.size() - 1) + 1;
+    return loops[lastLoop];
+}
+
 template <class Acceptor>
 asio::awaitable<void> HttpFront::State::accept(std::shared_ptr<Acceptor> acceptor, HttpRole role) {
     while (acceptor->is_open()) {
         error_code error;
-        auto socket = co_await acceptor->async_accept(asio::any_io_executor(asio::make_strand(io)),
+        auto socket = co_await acceptor->async_accept(asio::any_io_executor(loopFor(role).get_executor()),
                                                       asio::redirect_error(asio::use_awaitable, error));
         if (!acceptor->is_open()) co_return;
         if (error) {
             // Out of descriptors, most likely: some will be free soon.
-            asio::steady_timer rest(io, waitAfterFailure);
+            asio::steady_timer rest(loops.front(), waitAfterFailure);
             co_await rest.async_wait(asio::use_awaitable);
             continue;
         }
@@ -170,7 +187,7 @@ asio::awaitable<void> HttpFront::State::accept(std::shared_ptr<Acceptor> accepto
 }
 
 asio::awaitable<void> HttpFront::State::checkStreams() {
-    asio::steady_timer timer(io);
+    asio::steady_timer timer(loops.front());
     while (!shared->isStopping) {
         timer.expires_after(shared->options.heartbeatInterval);
         co_await timer.async_wait(asio::use_awaitable);
@@ -179,11 +196,12 @@ asio::awaitable<void> HttpFront::State::checkStreams() {
 }
 
 void HttpFront::start() {
-    asio::co_spawn(_state->io, _state->checkStreams(), asio::detached);
-    auto count = _state->shared->options.threads;
-    if (count == 0) count = std::thread::hardware_concurrency() + 2;
-    for (unsigned thread = 0; thread < count; ++thread)
-        _state->threads.emplace_back([state = _state] { state->io.run(); });
+    asio::co_spawn(_state->loops.front(), _state->checkStreams(), asio::detached);
+    for (auto& loop : _state->loops)
+        _state->threads.emplace_back([state = _state, &loop] {
+            const auto guard = asio::make_work_guard(loop);
+            loop.run();
+        });
 }
 
 void HttpFront::stop() {
@@ -199,8 +217,8 @@ void HttpFront::stop() {
             connection->finish();
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
-    _state->guard.reset();
-    _state->io.stop();
+    for (auto& loop : _state->loops)
+        loop.stop();
     for (auto& thread : _state->threads)
         thread.join();
     _state->threads.clear();

@@ -27,7 +27,7 @@ struct HttpOptions {
     // The address of a stranger is the last one of X-Forwarded-For.
     bool isBehindProxy = false;
     bool logRequests = false;
-    unsigned threads = 0;  // 0: as many as there are cores, and two that may be busy with passwords
+    unsigned threads = 0;  // for connections; 0: as many as there are cores, and two that may wait for the storage
     std::size_t headerLimit = 16 << 10;
     std::size_t bodyLimit = 17 << 20;
     std::size_t connectionLimit = 10'000;

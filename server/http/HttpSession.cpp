@@ -16,6 +16,7 @@
 #include <deque>
 
 #include "platform/cloudprotocol/MessageCodec.h"
+#include "server/http/Handover.h"
 #include "server/http/HttpRules.h"
 
 namespace zun::cloud {
@@ -38,6 +39,8 @@ constexpr std::chrono::milliseconds farewell(300);
 // A receiver that is so far behind reads the rest when it comes back.
 constexpr std::size_t pushesWaiting = 1'000;
 constexpr std::size_t bufferKept = 64 << 10;
+// An edit of one reminder comes in one piece.
+constexpr std::size_t bufferAtFirst = 4 << 10;
 
 std::string_view asView(beast::string_view text) {
     return {text.data(), text.size()};
@@ -125,6 +128,7 @@ class Session final : public HttpConnection, public std::enable_shared_from_this
         parser.body_limit(_shared->options.bodyLimit);
         error_code error;
         _isIdle = _buffer.size() == 0;
+        _buffer.reserve(bufferAtFirst);
         lowest().expires_after(_shared->options.idleTimeout);
         co_await http::async_read_header(_stream, _buffer, parser, asio::redirect_error(asio::use_awaitable, error));
         _isIdle = false;
@@ -211,16 +215,10 @@ class Session final : public HttpConnection, public std::enable_shared_from_this
     }
 
     asio::awaitable<Answer> ask(std::string token, std::string peer, Request request) {
-        auto& service = _shared->service;
-        auto strand = executor();
-        auto begin = [&service, strand, &token, &peer, &request](auto handler) {
-            auto waiting = std::make_shared<decltype(handler)>(std::move(handler));
-            service.handle(token, peer, std::move(request), [strand, waiting](Answer given) {
-                asio::post(strand, [waiting, given = std::move(given)]() mutable { (*waiting)(std::move(given)); });
-            });
-        };
-        co_return co_await asio::async_initiate<const asio::use_awaitable_t<>&, void(Answer)>(begin,
-                                                                                              asio::use_awaitable);
+        auto answer = std::make_shared<Handover<Answer>>(executor());
+        _shared->service.handle(token, peer, std::move(request),
+                                [answer](Answer given) { answer->give(std::move(given)); });
+        co_return co_await Handover<Answer>::take(answer);
     }
 
     asio::awaitable<void> sendError(CKError error, bool goesOn) {
@@ -270,19 +268,13 @@ class Session final : public HttpConnection, public std::enable_shared_from_this
     }
 
     asio::awaitable<bool> storageAnswers() {
-        auto& storage = _shared->storage;
-        auto strand = executor();
-        auto begin = [&storage, strand](auto handler) {
-            auto waiting = std::make_shared<decltype(handler)>(std::move(handler));
-            auto look = [](Transaction& rows) {
-                (void)rows.get({}, Table::Service, {});
-                return Storage::Ending::Rollback;
-            };
-            storage.read(look, [strand, waiting](const std::optional<StorageFailure>& failure) {
-                asio::post(strand, [waiting, isWell = !failure] { (*waiting)(isWell); });
-            });
+        auto isWell = std::make_shared<Handover<bool>>(executor());
+        const auto look = [](Transaction& rows) {
+            (void)rows.get({}, Table::Service, {});
+            return Storage::Ending::Rollback;
         };
-        co_return co_await asio::async_initiate<const asio::use_awaitable_t<>&, void(bool)>(begin, asio::use_awaitable);
+        _shared->storage.read(look, [isWell](const auto& failure) { isWell->give(!failure); });
+        co_return co_await Handover<bool>::take(isWell);
     }
 
     // ---- pushes
@@ -293,22 +285,15 @@ class Session final : public HttpConnection, public std::enable_shared_from_this
                                  std::shared_ptr<PushQueue> queue) {
         PushStreamHandlers handlers{[queue](const Push& push) { queue->add(pushEvent(push)); },
                                     [queue] { queue->close(); }};
-        auto& service = _shared->service;
-        auto strand = executor();
-        auto begin = [&](auto handler) {
-            auto waiting = std::make_shared<decltype(handler)>(std::move(handler));
-            service.openPushStream(token, lastNumber, handlers, [strand, waiting](auto result) {
-                Opened opened;
-                if (auto* stream = std::get_if<OpenedPushStream>(&result)) {
-                    opened = std::make_shared<OpenedPushStream>(std::move(*stream));
-                } else {
-                    opened = std::get<CKError>(result);
-                }
-                asio::post(strand, [waiting, opened = std::move(opened)]() mutable { (*waiting)(std::move(opened)); });
-            });
-        };
-        co_return co_await asio::async_initiate<const asio::use_awaitable_t<>&, void(Opened)>(begin,
-                                                                                              asio::use_awaitable);
+        auto opened = std::make_shared<Handover<Opened>>(executor());
+        _shared->service.openPushStream(token, lastNumber, handlers, [opened](auto result) {
+            if (auto* stream = std::get_if<OpenedPushStream>(&result)) {
+                opened->give(std::make_shared<OpenedPushStream>(std::move(*stream)));
+            } else {
+                opened->give(std::move(std::get<CKError>(result)));
+            }
+        });
+        co_return co_await Handover<Opened>::take(opened);
     }
 
     asio::awaitable<void> streamPushes(const HttpRequest& request) {
@@ -328,6 +313,7 @@ class Session final : public HttpConnection, public std::enable_shared_from_this
                         versionHeader, protocolVersion) +
             openedEvent(stream->lastNumber, stream->hasGap));
         lowest().expires_never();
+        _buffer = beast::flat_buffer();
         co_await (sendPushes(queue) || readUntilEnd());
     }
 

@@ -1,6 +1,8 @@
 #include "server/model/CloudService.h"
 
 #include <atomic>
+#include <new>
+#include <utility>
 
 #include "server/model/Operations.h"
 #include "server/model/PushHub.h"
@@ -21,19 +23,20 @@ CKError withRetry(CKErrorCode code, std::string description, double seconds) {
     return error;
 }
 
-// One of the few that may hash passwords at the same time.
-class PasswordTurn {
-  public:
-    PasswordTurn(std::atomic<int>& count, int most) : _count(count), _mine(count.fetch_add(1) < most) {}
-    ~PasswordTurn() { --_count; }
-    PasswordTurn(const PasswordTurn&) = delete;
-    PasswordTurn& operator=(const PasswordTurn&) = delete;
-    [[nodiscard]] bool isMine() const { return _mine; }
+CKError noMemory() {
+    return withRetry(CKErrorCode::ServiceUnavailable, "there is no memory left for it", retryWhenBusyWithPasswords);
+}
 
-  private:
-    std::atomic<int>& _count;
-    const bool _mine;
-};
+std::optional<std::string> hashIfPossible(const std::string& password, const PasswordCost& cost) {
+    try {
+        return hashPassword(password, cost);
+    } catch (const std::bad_alloc&) {
+        return std::nullopt;
+    }
+}
+
+// One of the few that may hash passwords at the same time, from when it asks to when it is done.
+using PasswordTurn = std::shared_ptr<void>;
 
 }  // namespace
 
@@ -56,7 +59,9 @@ struct CloudService::State : std::enable_shared_from_this<CloudService::State> {
                       Completion completion);
     void createAccount(CreateAccount request, Completion completion);
     void changePassword(const std::string& deviceToken, ChangePassword request, Completion completion);
-    [[nodiscard]] std::optional<std::string> hash(const std::string& password, const Completion& completion);
+    void hash(std::string password, std::function<void(std::string hashed)> then, Completion completion);
+    // Runs work over a password aside, if not too much of it is under way. The work gives up the turn when it is done.
+    void takeTurn(std::function<void(PasswordTurn)> work, Completion completion);
     void dispatch(const std::string& deviceToken, Request request, Completion completion);
 
     Storage& storage;
@@ -117,27 +122,43 @@ void CloudService::State::run(Access access, const std::string& deviceToken, Ope
                             : storage.read(std::move(work), std::move(done));
 }
 
-std::optional<std::string> CloudService::State::hash(const std::string& password, const Completion& completion) {
-    try {
-        checkPassword(password);
-        const PasswordTurn turn(hashing, facts.options.limits.passwordsAtOnce);
-        if (turn.isMine()) return hashPassword(password, facts.options.passwordCost);
+void CloudService::State::takeTurn(std::function<void(PasswordTurn)> work, Completion completion) {
+    PasswordTurn turn(nullptr, [self = shared_from_this()](auto) { --self->hashing; });
+    if (hashing.fetch_add(1) >= facts.options.limits.passwordsAtOnce) {
         completion(
             withRetry(CKErrorCode::RequestRateLimited, "too many passwords at once", retryWhenBusyWithPasswords));
+        return;
+    }
+    auto run = [work = std::move(work), turn = std::move(turn)]() mutable { work(std::exchange(turn, nullptr)); };
+    facts.options.aside ? facts.options.aside(std::move(run)) : run();
+}
+
+void CloudService::State::hash(std::string password, std::function<void(std::string hashed)> then,
+                               Completion completion) {
+    try {
+        checkPassword(password);
     } catch (const RequestRefused& refusal) {
         completion(refusal.error);
+        return;
     }
-    return std::nullopt;
+    auto work = [self = shared_from_this(), password = std::move(password), then = std::move(then),
+                 completion](PasswordTurn turn) {
+        auto hashed = hashIfPossible(password, self->facts.options.passwordCost);
+        turn.reset();
+        hashed ? then(std::move(*hashed)) : completion(noMemory());
+    };
+    takeTurn(std::move(work), std::move(completion));
 }
 
 void CloudService::State::createAccount(CreateAccount request, Completion completion) {
-    auto hashed = hash(request.password, completion);
-    if (!hashed) return;
-    request.password.clear();
-    auto create = [request = std::move(request), hashed = std::move(*hashed)](RequestWork& work) {
-        return cloud::createAccount(work, request, hashed);
+    auto password = std::exchange(request.password, {});
+    auto create = [self = shared_from_this(), request = std::move(request), completion](std::string hashed) {
+        auto add = [request, hashed = std::move(hashed)](RequestWork& work) {
+            return cloud::createAccount(work, request, hashed);
+        };
+        self->run(Access::Write, {}, std::move(add), completion);
     };
-    run(Access::Write, {}, std::move(create), std::move(completion));
+    hash(std::move(password), std::move(create), std::move(completion));
 }
 
 // The password is compared outside of any transaction. The second transaction makes sure that it is still the
@@ -156,48 +177,53 @@ void CloudService::State::withPassword(Operation findAccount, const std::string&
             if (!account->isDisabled) *known = {account->id, account->passwordHash};
         return answer;
     };
-    auto compare = [self, known, deviceToken, password = std::move(password), then = std::move(then),
-                    completion = std::move(completion)](Answer looked) {
-        if (std::holds_alternative<CKError>(looked)) {
-            completion(std::move(looked));
-            return;
-        }
-        const PasswordTurn turn(self->hashing, self->facts.options.limits.passwordsAtOnce);
-        if (!turn.isMine()) {
-            completion(
-                withRetry(CKErrorCode::RequestRateLimited, "too many passwords at once", retryWhenBusyWithPasswords));
-            return;
-        }
-        // A name that nobody has takes as long as a wrong password.
-        if (known->hash.empty()) known->hash = hashPassword("nobody's", self->facts.options.passwordCost);
-        const bool isRight = passwordMatches(known->hash, password) && !known->id.empty();
-        if (!isRight) {
-            ++self->refused;
-            completion(makeError(CKErrorCode::NotAuthenticated, "the name or the password is wrong"));
-            return;
-        }
-        auto finish = [known, then](RequestWork& work) {
-            work.accountID = known->id;
-            const auto* account = work.findAccount(known->id);
-            if (!account || account->isDisabled || account->passwordHash != known->hash)
-                refuse(CKErrorCode::NotAuthenticated, "the name or the password is wrong");
-            return then(work);
-        };
-        self->run(Access::Write, deviceToken, std::move(finish), completion);
+    auto finish = [known, then = std::move(then)](RequestWork& work) {
+        work.accountID = known->id;
+        const auto* account = work.findAccount(known->id);
+        if (!account || account->isDisabled || account->passwordHash != known->hash)
+            refuse(CKErrorCode::NotAuthenticated, "the name or the password is wrong");
+        return then(work);
     };
-    run(Access::Read, deviceToken, std::move(look), std::move(compare));
+    auto compare = [self, known, deviceToken, password = std::move(password), finish = std::move(finish),
+                    completion](PasswordTurn turn) {
+        // A name that nobody has takes as long as a wrong password.
+        const auto hash = known->id.empty() ? hashIfPossible("nobody's", self->facts.options.passwordCost)
+                                            : std::optional(known->hash);
+        const bool isRight = hash && passwordMatches(*hash, password) && !known->id.empty();
+        turn.reset();
+        if (!hash) {
+            completion(noMemory());
+            return;
+        }
+        if (isRight) {
+            self->run(Access::Write, deviceToken, finish, completion);
+            return;
+        }
+        ++self->refused;
+        completion(makeError(CKErrorCode::NotAuthenticated, "the name or the password is wrong"));
+    };
+    auto looked = [self, compare = std::move(compare), completion = std::move(completion)](Answer answer) {
+        if (std::holds_alternative<CKError>(answer)) {
+            completion(std::move(answer));
+        } else {
+            self->takeTurn(compare, completion);
+        }
+    };
+    run(Access::Read, deviceToken, std::move(look), std::move(looked));
 }
 
 void CloudService::State::changePassword(const std::string& deviceToken, ChangePassword request,
                                          Completion completion) {
-    auto hashed = hash(request.newPassword, completion);
-    if (!hashed) return;
-    auto change = [hashed = std::move(*hashed)](RequestWork& work) -> Answer {
-        work.me().passwordHash = hashed;
-        return Done{};
+    auto compare = [self = shared_from_this(), deviceToken, old = std::move(request.oldPassword),
+                    completion](std::string hashed) {
+        auto change = [hashed = std::move(hashed)](RequestWork& work) -> Answer {
+            work.me().passwordHash = hashed;
+            return Done{};
+        };
+        self->withPassword([](RequestWork&) -> Answer { return Done{}; }, deviceToken, old, std::move(change),
+                           completion);
     };
-    withPassword([](RequestWork&) -> Answer { return Done{}; }, deviceToken, std::move(request.oldPassword),
-                 std::move(change), std::move(completion));
+    hash(std::move(request.newPassword), std::move(compare), std::move(completion));
 }
 
 namespace {

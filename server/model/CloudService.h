@@ -1,7 +1,8 @@
 #pragma once
 
 // The record service without sockets: accounts, zones, records, feeds, subscriptions, shares and pushes, with every
-// rule about them. It has no threads of its own: work runs on the caller's thread or on those of the storage.
+// rule about them. It has no threads of its own: work runs on the caller's thread, on those of the storage, or where
+// the options say.
 //
 // Any thread. handle() does not wait for the storage if the storage does not; a completion runs exactly once, perhaps
 // before handle() returns, and never under a lock. The service must outlive the completions of what it accepted. What
@@ -46,6 +47,9 @@ struct ServiceOptions {
     Registration registration = Registration::Open;
     // What the URLs of shares begin with; the address under which clients know the service.
     std::string shareURLBase = "zun-cloud://share/";
+    // Runs what keeps a core busy for long, which is the hash of a password, on a thread that nobody waits for. Must
+    // run all of it before the service's collaborators end. Empty: it runs at once.
+    std::function<void(std::function<void()>)> aside;
 };
 
 // Numbers since the start, for those who host it.

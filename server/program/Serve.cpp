@@ -7,6 +7,7 @@
 #include <cstdio>
 
 #include "platform/foundation/SystemEnvironment.h"
+#include "server/http/SideThreads.h"
 #include "server/program/Commands.h"
 
 namespace zun::cloud {
@@ -39,7 +40,10 @@ int serve(const ServeOptions& options) {
     const auto storage = openStorage(options.place);
     const SystemEnvironment environment;
     SystemRandomSource random;
-    CloudService service(*storage, environment, random, options.service);
+    SideThreads aside(options.service.limits.passwordsAtOnce);
+    auto how = options.service;
+    how.aside = [&aside](auto work) { aside.add(std::move(work)); };
+    CloudService service(*storage, environment, random, std::move(how));
     const auto log = [&environment](std::string_view line) {
         writeLine(
             fmt::format("time={:%FT%TZ} {}", std::chrono::floor<std::chrono::milliseconds>(environment.now()), line));

@@ -12,9 +12,11 @@
 #include <boost/asio/ssl.hpp>
 #include <boost/asio/write.hpp>
 #include <future>
+#include <semaphore>
 
 #include "platform/cloudprotocol/MessageCodec.h"
 #include "server/http/HttpFront.h"
+#include "server/http/SideThreads.h"
 #include "support/ServiceWorld.h"
 #include "support/TemporaryFolder.h"
 
@@ -247,6 +249,37 @@ TEST_F(Http, FinishesWhatItAcceptedWhenItStops) {
     Client<tcp::socket> late(io);
     late.stream.connect({asio::ip::address_v4::loopback(), front->port()}, error);
     EXPECT_TRUE(error);
+}
+
+TEST_F(Http, LetsNobodyWaitForSomebodysPassword) {
+    const TestDevice device(world, "anna");
+    std::counting_semaphore<> begun(0);
+    std::promise<void> letGo;
+    SideThreads aside(world.options.limits.passwordsAtOnce);
+    world.options.aside = [&, isFree = letGo.get_future().share()](auto work) {
+        aside.add([isFree, work = std::move(work)] {
+            isFree.wait();
+            work();
+        });
+        begun.release();
+    };
+    HttpOptions options;
+    options.threads = 1;
+    start(options);
+    const auto right = connect(), wrong = connect(), quick = connect();
+    right->say(posted("", SignIn{"anna", "password of anna", "second"}));
+    wrong->say(posted(device.token, ChangePassword{"somebody else's", "a new password"}));
+    begun.acquire();
+    begun.acquire();
+    quick->say(posted(device.token, FetchAccount{}) + posted("", SignIn{"anna", "password of anna", "third"}));
+    EXPECT_THAT(quick->answer(), HasSubstr(device.accountID));
+    EXPECT_THAT(quick->answer(), HasSubstr("\"code\":7")) << "two at once are enough";
+    letGo.set_value();
+    EXPECT_THAT(right->answer(), HasSubstr("\"deviceToken\""));
+    EXPECT_THAT(wrong->answer(), HasSubstr("\"code\":9"));
+    quick->say(posted("", SignIn{"anna", "password of anna", "third"}));
+    EXPECT_THAT(quick->answer(), HasSubstr("\"deviceToken\"")) << "the turns were given back";
+    front.reset();
 }
 
 TEST_F(Http, TellsItsHealthAndItsNumbersElsewhere) {
