@@ -7,11 +7,35 @@ namespace {
 
 constexpr std::string_view epochWillChange = "epoch";
 
+// The queue looks for a secret while whoever signs in saves another.
+class OneAtATime final : public SecretStore {
+  public:
+    explicit OneAtATime(std::unique_ptr<SecretStore> store) : _store(std::move(store)) {}
+
+    std::optional<Secret> find(const std::string& key) override {
+        const std::lock_guard lock(_mutex);
+        return _store->find(key);
+    }
+    std::optional<SecretPlace> save(const std::string& key, const std::string& text,
+                                    const std::string& label) override {
+        const std::lock_guard lock(_mutex);
+        return _store->save(key, text, label);
+    }
+    void remove(const std::string& key) override {
+        const std::lock_guard lock(_mutex);
+        _store->remove(key);
+    }
+
+  private:
+    std::mutex _mutex;
+    const std::unique_ptr<SecretStore> _store;
+};
+
 }  // namespace
 
 AccountKeeper::AccountKeeper(const Folders& folders, std::unique_ptr<SecretStore> secrets, Dispatch& dispatch)
     : _file(folders.configuration),
-      _secrets(secrets ? std::move(secrets) : makeSecretStore(folders.data / "secrets")),
+      _secrets(std::make_unique<OneAtATime>(secrets ? std::move(secrets) : makeSecretStore(folders.data / "secrets"))),
       _queue(dispatch.makeSerialQueue("account", QualityOfService::Utility)),
       _blocks(dispatch) {
     reload();
@@ -24,6 +48,13 @@ AccountKeeper::State AccountKeeper::state() const {
 
 std::optional<CloudSession> AccountKeeper::currentSession() const {
     return _session.currentSession();
+}
+
+std::optional<CloudSession> AccountKeeper::knownAccount() const {
+    auto session = currentSession();
+    const auto account = state().account;
+    if (session || !account) return session;
+    return CloudSession{account->accountID, {}, account->serviceEpoch};
 }
 
 Observation AccountKeeper::observeSession(std::function<void()> changed) {
@@ -44,13 +75,23 @@ bool AccountKeeper::signedIn(StoredAccount account, const std::string& deviceTok
     const auto former = state().account;
     const auto place = _secrets->save(account.secretKey, deviceToken, label);
     if (!place) return false;
-    if (!_file.write(account)) {
-        _secrets->remove(account.secretKey);
-        return false;
+    {
+        const std::lock_guard lock(_mutex);
+        ++_signInsUnderWay;
+        ++_signIns;
     }
-    if (former && former->secretKey != account.secretKey) _secrets->remove(former->secretKey);
-    become(std::move(account), Secret{deviceToken, *place});
-    return true;
+    const bool isKept = _file.write(account);
+    if (isKept) become(account, Secret{deviceToken, *place});
+    {
+        const std::lock_guard lock(_mutex);
+        --_signInsUnderWay;
+    }
+    if (!isKept) {
+        _secrets->remove(account.secretKey);
+    } else if (former && former->secretKey != account.secretKey) {
+        _secrets->remove(former->secretKey);
+    }
+    return isKept;
 }
 
 void AccountKeeper::signedOut() {
@@ -73,10 +114,17 @@ void AccountKeeper::setServiceEpoch(const std::string& epoch) {
 }
 
 void AccountKeeper::reload() {
+    std::uint64_t before = 0;
+    {
+        const std::lock_guard lock(_mutex);
+        before = _signIns;
+    }
     auto account = _file.read();
     bool isSame = false;
     {
         const std::lock_guard lock(_mutex);
+        // Whoever signs in here tells of it, and what was read may be older. Going by it would look like a sign-out.
+        if (_signInsUnderWay > 0 || _signIns != before) return;
         if (account && _account && _account->secretKey == account->secretKey) {
             _account = account;
             isSame = true;

@@ -36,14 +36,14 @@ class AccountKeeper final : public CloudSessionSource {
 
     [[nodiscard]] State state() const;
     [[nodiscard]] std::optional<CloudSession> currentSession() const override;
+    [[nodiscard]] std::optional<CloudSession> knownAccount() const override;
     [[nodiscard]] Observation observeSession(std::function<void()> changed) override;
     // The block runs with a new epoch of the service before anybody sends with it, on the thread that learned of it.
     [[nodiscard]] Observation observeEpoch(
         std::function<void(const std::string& accountID, const std::string& epoch)> willChange);
 
-    // Keeps both, durably, and lets everybody know. False if they could not be kept; then nothing has changed. Blocks:
-    // not on the main thread. The secret's key is
-    // chosen here, from the device's identifier.
+    // Keeps both, durably, and lets everybody know. False if they could not be kept; then nothing has changed. The
+    // secret's key is chosen here, from the device's identifier. Blocks: not on the main thread.
     [[nodiscard]] bool signedIn(StoredAccount account, const std::string& deviceToken);
     void signedOut();
     // What the service says by now. Another one is a change of the session.
@@ -60,11 +60,13 @@ class AccountKeeper final : public CloudSessionSource {
     void become(std::optional<StoredAccount> account, const std::optional<Secret>& secret);
 
     const AccountFile _file;
-    const std::unique_ptr<SecretStore> _secrets;  // the queue's
+    const std::unique_ptr<SecretStore> _secrets;
     const DispatchQueuePtr _queue;
     mutable std::mutex _mutex;
     std::optional<StoredAccount> _account;
     std::optional<SecretPlace> _secretPlace;
+    int _signInsUnderWay = 0;    // between the writing of the file and the word to everybody
+    std::uint64_t _signIns = 0;  // that were begun
     HeldCloudSession _session;
     NSNotificationCenter _epochs;
     BlocksUnderWay _blocks;

@@ -28,8 +28,16 @@ std::shared_ptr<CloudTransport> AccountTransport::current() {
     return _transport;
 }
 
+bool AccountTransport::belongsToAccount(const std::string& deviceToken) const {
+    const auto session = _keeper.currentSession();
+    const auto account = _keeper.state().account;
+    return session && account && session->accountID == account->accountID &&
+           deviceToken.starts_with(session->deviceToken);
+}
+
 void AccountTransport::send(const std::string& deviceToken, cloud::Request request, Completion completion) {
-    if (const auto transport = current()) {
+    const auto transport = belongsToAccount(deviceToken) ? current() : nullptr;
+    if (transport) {
         return transport->send(
             deviceToken, std::move(request),
             [transport, &keeper = _keeper, completion = std::move(completion)](cloud::Answer answer) {

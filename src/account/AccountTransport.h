@@ -2,7 +2,8 @@
 
 // The road to the service that the account names, whichever that is at the moment: what the sync is given. Without an
 // account every request is answered with code 9. Where the service refuses a request for what the device has seen of it
-// before, it is asked for its epoch, which the keeper then makes known. Any thread.
+// before, it is asked for its epoch, which the keeper then makes known. A token of another sign-in than the present one
+// is sent to nobody, since the service may be another one. Any thread.
 
 #include <functional>
 #include <memory>
@@ -34,6 +35,7 @@ class AccountTransport final : public CloudTransport {
     void learnEpoch(const Block& done);
 
   private:
+    [[nodiscard]] bool belongsToAccount(const std::string& deviceToken) const;
     // Kept until the account names another service.
     [[nodiscard]] std::shared_ptr<CloudTransport> current();
 

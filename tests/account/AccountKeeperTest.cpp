@@ -17,6 +17,7 @@ struct Keyring {
     std::map<std::string, std::string> texts;
     bool isLocked = false;
     bool isFull = false;
+    std::function<void()> whileItWorks;  // before a text is removed
 };
 class MemorySecretStore final : public SecretStore {
   public:
@@ -31,7 +32,10 @@ class MemorySecretStore final : public SecretStore {
         _keyring.texts[key] = text;
         return SecretPlace::SecretService;
     }
-    void remove(const std::string& key) override { _keyring.texts.erase(key); }
+    void remove(const std::string& key) override {
+        if (_keyring.whileItWorks) _keyring.whileItWorks();
+        _keyring.texts.erase(key);
+    }
 
   private:
     Keyring& _keyring;
@@ -97,8 +101,25 @@ TEST_F(AccountKeeperTest, WhatCannotBeKeptChangesNothing) {
     EXPECT_TRUE(locked->state().account);
     EXPECT_FALSE(locked->state().secretPlace);
     EXPECT_FALSE(locked->currentSession());
+    EXPECT_EQ(locked->knownAccount(), (CloudSession{"id-of-ada", "", "epoch-1"})) << "nobody has signed out";
     std::ofstream(keeper->file()) << "{\"service\": \"https://cloud.example\"";
     EXPECT_FALSE(open()->state().account);
+}
+
+TEST_F(AccountKeeperTest, WhoeverWatchesTheFileDoesNotTakeASignInForASignOut) {
+    auto keeper = open();
+    ASSERT_TRUE(keeper->signedIn(account("ada", "device-1"), "token-1"));
+    std::vector<std::string> seen;
+    const auto observation = keeper->observeSession([&] {
+        const auto session = keeper->currentSession();
+        seen.push_back(session ? session->accountID : "nobody");
+        // The word of the file system may come at any point of it.
+        keeper->reload();
+    });
+    keyring.whileItWorks = [&] { keeper->reload(); };
+    ASSERT_TRUE(keeper->signedIn(account("bob", "device-2"), "token-2"));
+    EXPECT_THAT(seen, ElementsAre("id-of-bob"));
+    EXPECT_EQ(keeper->currentSession()->deviceToken, "token-2");
 }
 
 }  // namespace

@@ -40,5 +40,23 @@ TEST(AccountTransport, LearnsTheEpochOfAServiceThatWasSetBackBeforeAnythingIsSen
     EXPECT_EQ(service->deviceTokens[1], "token") << "who asks for the epoch names none";
 }
 
+TEST(AccountTransport, SendsATokenToNobodyButTheServiceThatGaveIt) {
+    const TemporaryFolder folder;
+    SimulatedDispatch dispatch(1);
+    AccountKeeper keeper({folder.path() / "configuration", folder.path() / "data"}, nullptr, dispatch);
+    const auto service = std::make_shared<ScriptedCloudTransport>();
+    AccountTransport transport(keeper, [service](const ServiceAddress&) { return service; });
+    ASSERT_TRUE(keeper.signedIn({"https://one.example", "id-1", "ada", "", "", "first", "one", "", ""}, "token-1"));
+    const auto former = keeper.currentSession()->credential();
+    ASSERT_TRUE(keeper.signedIn({"https://two.example", "id-2", "ada", "", "", "second", "one", "", ""}, "token-2"));
+    std::vector<CKErrorCode> refused;
+    const auto note = [&](const cloud::Answer& answer) { refused.push_back(std::get<CKError>(answer).code); };
+    transport.send(former, cloud::FetchZones{}, note);
+    EXPECT_THAT(service->deviceTokens, ElementsAre());
+    transport.send(keeper.currentSession()->credential(), cloud::FetchZones{}, note);
+    EXPECT_THAT(service->deviceTokens, ElementsAre("token-2.one"));
+    EXPECT_THAT(refused, ElementsAre(CKErrorCode::NotAuthenticated, CKErrorCode::InternalError));
+}
+
 }  // namespace
 }  // namespace zun

@@ -200,6 +200,32 @@ TEST_F(CloudDatabaseTest, AnotherIdentityIsAnnouncedAndAnotherTokenIsNot) {
         [](AccountStatus status) { EXPECT_EQ(status, AccountStatus::NoAccount); });
 }
 
+TEST_F(CloudDatabaseTest, AnAccountWhoseSecretIsNotAtHandIsStillTheSame) {
+    // Its keyring has not answered yet.
+    struct SlowKeyring final : CloudSessionSource {
+        [[nodiscard]] std::optional<CloudSession> currentSession() const override { return held.currentSession(); }
+        [[nodiscard]] std::optional<CloudSession> knownAccount() const override {
+            return CloudSession{"anna", "", "epoch"};
+        }
+        [[nodiscard]] Observation observeSession(std::function<void()> changed) override {
+            return held.observeSession(std::move(changed));
+        }
+        HeldCloudSession held;
+    } keyring;
+    CloudContainer starting({transport, keyring, dispatch, notifications, cache});
+    int changes = 0;
+    const auto observation =
+        notifications.addObserver(NSUbiquityIdentityDidChangeNotification, [&](const NSNotification&) { ++changes; });
+    EXPECT_EQ(starting.ubiquityIdentityToken(), container.ubiquityIdentityToken());
+    EXPECT_EQ(starting.serviceEpoch(), "epoch");
+    starting.accountStatusWithCompletionHandler(
+        [](AccountStatus status) { EXPECT_EQ(status, AccountStatus::NoAccount); });
+    keyring.held.setSession(CloudSession{"anna", "token-1", "epoch"});
+    EXPECT_EQ(changes, 0) << "nobody else has come";
+    starting.accountStatusWithCompletionHandler(
+        [](AccountStatus status) { EXPECT_EQ(status, AccountStatus::Available); });
+}
+
 TEST_F(CloudDatabaseTest, PushesFollowTheDeviceThatIsSignedIn) {
     std::vector<std::pair<CKNotification::Type, std::string>> told;
     CKPushReceiver receiver(transport, session, dispatch, [&](const CKNotification& notification) {

@@ -26,7 +26,7 @@ class CKContainer {
     // The same database as long as the container lives.
     [[nodiscard]] virtual CKDatabase& privateCloudDatabase() = 0;
     [[nodiscard]] virtual CKDatabase& sharedCloudDatabase() = 0;
-    // Absent while nobody is signed in.
+    // Absent while there is no account. One whose secret is not at hand is none that has gone.
     [[nodiscard]] virtual std::optional<UbiquityIdentityToken> ubiquityIdentityToken() const = 0;
     // Of the service, as last seen: another one after it was set back to an earlier state. Empty if it is not known.
     [[nodiscard]] virtual std::string serviceEpoch() const { return {}; }

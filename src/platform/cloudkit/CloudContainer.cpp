@@ -4,9 +4,9 @@ namespace zun {
 namespace {
 
 std::optional<std::string> accountIDOf(const CloudSessionSource& sessions) {
-    auto session = sessions.currentSession();
-    if (!session) return std::nullopt;
-    return std::move(session->accountID);
+    auto account = sessions.knownAccount();
+    if (!account) return std::nullopt;
+    return std::move(account->accountID);
 }
 
 }  // namespace
@@ -49,8 +49,8 @@ std::optional<UbiquityIdentityToken> CloudContainer::ubiquityIdentityToken() con
 }
 
 std::string CloudContainer::serviceEpoch() const {
-    const auto session = _sessions.currentSession();
-    return session ? session->serviceEpoch : std::string();
+    const auto account = _sessions.knownAccount();
+    return account ? account->serviceEpoch : std::string();
 }
 
 void CloudContainer::acceptShares(std::vector<cloud::ShareMetadata> shareMetadatas,

@@ -30,6 +30,9 @@ class CloudSessionSource {
     virtual ~CloudSessionSource() = default;
     // Absent while nobody is signed in. Any thread; never blocks.
     [[nodiscard]] virtual std::optional<CloudSession> currentSession() const = 0;
+    // Whose account it is, with an empty token while its secret is not at hand: a keyring that is locked, or has not
+    // answered yet, has signed nobody out. Any thread; never blocks.
+    [[nodiscard]] virtual std::optional<CloudSession> knownAccount() const { return currentSession(); }
     // The block runs after each change, on the thread that changed it, under no lock. The observation must end before
     // the source does.
     [[nodiscard]] virtual Observation observeSession(std::function<void()> changed) = 0;
