@@ -42,9 +42,15 @@ std::optional<std::string> AccountClient::serviceURL(std::string_view typed) {
     return std::nullopt;
 }
 
-void AccountClient::ask(cloud::Request request, std::function<void(cloud::Answer)> completion) {
+AccountClient::AnswerBlock AccountClient::whileHere(AnswerBlock block) const {
+    return
+        [gate = _gate, block = std::move(block)](const cloud::Answer& answer) { gate->pass([&] { block(answer); }); };
+}
+
+void AccountClient::ask(cloud::Request request, AnswerBlock completion) {
     const auto session = _with.keeper.currentSession();
-    _with.transport.send(session ? session->deviceToken : std::string(), std::move(request), std::move(completion));
+    _with.transport.send(session ? session->deviceToken : std::string(), std::move(request),
+                         whileHere(std::move(completion)));
 }
 
 void AccountClient::askForDone(cloud::Request request, Done completion) {
@@ -56,23 +62,23 @@ void AccountClient::askForDone(cloud::Request request, Done completion) {
 
 void AccountClient::enter(const ServiceAddress& service, cloud::Request request, Done completion) {
     const auto transport = _with.makeTransport(service);
-    transport->send(
-        {}, std::move(request),
-        [transport, service, &keeper = _with.keeper, completion = std::move(completion)](const cloud::Answer& answer) {
-            const auto* entered = std::get_if<cloud::SignedIn>(&answer);
-            if (!entered) return completion(errorOf(answer).value_or(unexpected()));
-            StoredAccount account{service.URL,
-                                  entered->accountID,
-                                  entered->name,
-                                  entered->displayName,
-                                  entered->emailAddress,
-                                  entered->deviceID,
-                                  entered->serviceEpoch,
-                                  service.certificateFingerprint,
-                                  {}};
-            if (keeper.signedIn(std::move(account), entered->deviceToken)) return completion(std::nullopt);
-            completion(CKError{CKErrorCode::InternalError, "the sign-in could not be kept here", {}});
-        });
+    transport->send({}, std::move(request),
+                    whileHere([transport, service, &keeper = _with.keeper,
+                               completion = std::move(completion)](const cloud::Answer& answer) {
+                        const auto* entered = std::get_if<cloud::SignedIn>(&answer);
+                        if (!entered) return completion(errorOf(answer).value_or(unexpected()));
+                        StoredAccount account{service.URL,
+                                              entered->accountID,
+                                              entered->name,
+                                              entered->displayName,
+                                              entered->emailAddress,
+                                              entered->deviceID,
+                                              entered->serviceEpoch,
+                                              service.certificateFingerprint,
+                                              {}};
+                        if (keeper.signedIn(std::move(account), entered->deviceToken)) return completion(std::nullopt);
+                        completion(CKError{CKErrorCode::InternalError, "the sign-in could not be kept here", {}});
+                    }));
 }
 
 void AccountClient::createAccount(ServiceAddress service, cloud::CreateAccount account, Done completion) {

@@ -2,7 +2,7 @@
 
 // What a person does with an account: make one, sign in and out, change the password, look at the devices, take
 // everything along, delete it. Answers come once, on any thread, perhaps before the call returns, with the service's
-// error or none. Blocks of calls under way are waited for when it goes.
+// error or none. When it goes, blocks that are running are waited for, and what has not been answered never is.
 //
 // Signing in and out reach the keyring, which may ask the user: that happens on the keeper's side, on the thread of the
 // service's answer.
@@ -13,6 +13,7 @@
 
 #include "account/AccountTransport.h"
 #include "platform/cloudprotocol/Messages.h"
+#include "platform/foundation/BlockGate.h"
 
 namespace zun {
 
@@ -30,6 +31,9 @@ class AccountClient {
     };
 
     explicit AccountClient(Collaborators collaborators) : _with(std::move(collaborators)) {}
+    ~AccountClient() { _gate->close(); }
+    AccountClient(const AccountClient&) = delete;
+    AccountClient& operator=(const AccountClient&) = delete;
 
     // Both end signed in. The address may lack "https://" and may end with a slash.
     void createAccount(ServiceAddress service, cloud::CreateAccount account, Done completion);
@@ -49,12 +53,16 @@ class AccountClient {
 
   private:
     struct Export;
+    using AnswerBlock = std::function<void(const cloud::Answer&)>;
+    // The block, as long as this is there.
+    [[nodiscard]] AnswerBlock whileHere(AnswerBlock block) const;
     void enter(const ServiceAddress& service, cloud::Request request, Done completion);
-    void ask(cloud::Request request, std::function<void(cloud::Answer)> completion);
+    void ask(cloud::Request request, AnswerBlock completion);
     void askForDone(cloud::Request request, Done completion);
     void exportNext(const std::shared_ptr<Export>& state);
 
     const Collaborators _with;
+    const std::shared_ptr<BlockGate> _gate = std::make_shared<BlockGate>();
 };
 
 }  // namespace zun

@@ -7,9 +7,9 @@
 namespace zun {
 
 SyncJournal::SyncJournal(const Collaborators& collaborators)
-    : _with(collaborators), _formerEnd(collaborators.environment.now()) {
+    : _with(collaborators), _formerGood(collaborators.defaults.onGetLastSyncDate()), _guard(collaborators.dispatch) {
     const auto on = [this](std::string_view name, auto act) {
-        _observations.push_back(_with.notifications.addObserver(name, act));
+        _observations.push_back(_with.notifications.addObserver(name, _guard.guarded(act)));
     };
     on(ZNiCloudSyncError, [this](const NSNotification& notification) {
         const auto* error = std::any_cast<CKError>(&notification.object);
@@ -18,14 +18,7 @@ SyncJournal::SyncJournal(const Collaborators& collaborators)
         _error = *error;
     });
     on(ZNiCloudSyncFinished, [this](const NSNotification&) {
-        // The end of a pass is told alike whether it went well; the date of the last good one is set only then.
-        const auto good = _with.defaults.onGetLastSyncDate();
-        bool isGood = false;
-        {
-            const std::lock_guard lock(_mutex);
-            isGood = good && *good >= _formerEnd;
-        }
-        passEnded(isGood ? SyncOutcome::Ending::Done : SyncOutcome::Ending::Failed);
+        passEnded(wasGood() ? SyncOutcome::Ending::Done : SyncOutcome::Ending::Failed);
     });
     on(ZNiCloudSyncTimeoutError, [this](const NSNotification&) { passEnded(SyncOutcome::Ending::TimedOut); });
     on(ZNiCloudSyncUnreachableError, [this](const NSNotification&) {
@@ -36,6 +29,27 @@ SyncJournal::SyncJournal(const Collaborators& collaborators)
         }
         if (!_with.manager.isPassUnderWay()) passEnded(SyncOutcome::Ending::Unreachable);
     });
+    // No pass begins while a single record is being fetched, and nothing else tells when that has ended.
+    _observations.push_back(_with.manager.observe({"isSyncing"}, _guard.guarded([this](std::string_view) {
+        if (!_with.manager.isSyncing() && !_with.manager.isPassUnderWay()) goOn();
+    })));
+}
+
+bool SyncJournal::wasGood() {
+    // The end of a pass is told alike whether it went well; the date of the last good one is set only then. It may be
+    // an earlier one, where the clock was set back.
+    const auto good = _with.defaults.onGetLastSyncDate();
+    const std::lock_guard lock(_mutex);
+    return std::exchange(_formerGood, good) != good && good;
+}
+
+void SyncJournal::goOn() {
+    {
+        const std::lock_guard lock(_mutex);
+        if (_waiting.empty()) return;
+    }
+    // A pass that has run out of time still drops its steps after it has said so, and would drop those of the next.
+    _with.dispatch.main()->async(_guard.guarded([this] { _with.manager.syncChangesFromCloudKit(); }));
 }
 
 void SyncJournal::syncNow(Block completion) {
@@ -58,7 +72,6 @@ void SyncJournal::passEnded(SyncOutcome::Ending ending) {
     const auto failure = _with.manager.failure();
     std::vector<Waiting> ended;
     SyncOutcome outcome;
-    bool goesOn = false;
     {
         const std::lock_guard lock(_mutex);
         if (ending == SyncOutcome::Ending::Failed && _wasUnreachable) ending = SyncOutcome::Ending::Unreachable;
@@ -66,17 +79,15 @@ void SyncJournal::passEnded(SyncOutcome::Ending ending) {
         outcome = {ending, std::exchange(_error, std::nullopt), {}};
         if (!outcome.error) outcome.error = failure;
         if (ending == SyncOutcome::Ending::Done) outcome.error.reset();
-        _formerEnd = _with.environment.now();
         _last = outcome;
         ended = std::exchange(_waiting, std::exchange(_waitingNext, {}));
-        goesOn = !_waiting.empty();
     }
     const auto after = _with.manager.traffic();
     for (const Waiting& each : ended) {
         outcome.traffic = {after.sent - each.before.sent, after.received - each.before.received};
         each.completion(outcome);
     }
-    if (goesOn) _with.manager.syncChangesFromCloudKit();
+    goOn();
 }
 
 }  // namespace zun

@@ -27,7 +27,7 @@ class SyncJournal {
         const CloudSessionSource& sessions;
         ZNUserDefaults& defaults;
         NSNotificationCenter& notifications;
-        const Environment& environment;
+        Dispatch& dispatch;
     };
     using Block = std::function<void(const SyncOutcome&)>;
 
@@ -45,17 +45,22 @@ class SyncJournal {
         ZNCloudKitManager::Traffic before;
     };
 
+    // Of the pass that has just ended.
+    [[nodiscard]] bool wasGood();
     void passEnded(SyncOutcome::Ending ending);
+    // Starts the pass that somebody waits for, once what is going on now has come to its end.
+    void goOn();
 
     const Collaborators _with;
     mutable std::mutex _mutex;
     OptionalError _error;  // of the pass under way, the last of several
     bool _wasUnreachable = false;
-    NSDate _formerEnd;  // of the pass before
+    OptionalDate _formerGood;  // the date of the last good pass, at the end of the last one
     SyncOutcome _last;
     std::vector<Waiting> _waiting;      // for the pass under way
     std::vector<Waiting> _waitingNext;  // for the one after it
     std::vector<Observation> _observations;
+    const LifeGuard _guard;
 };
 
 }  // namespace zun

@@ -100,6 +100,8 @@ void ZNCloudKitManager::remoteRecordIDWasUpdated(const CKRecordID& recordID) {
                     postSyncError(error);
                 }
                 setIsSyncing(false);
+                // What was pushed for many records meanwhile could not start a pass.
+                if (_isAnotherPassWanted && !isPassUnderWay()) syncChangesFromCloudKit();
             }));
 }
 

@@ -34,12 +34,13 @@ struct Cloud {
           subscriptions(core.dispatch, container),
           manager({container, core.manager, core.settings, stateManager, subscriptions, core.cloud, core.notifications,
                    core.environment, core.dispatch}),
-          journal({manager, core.keeper, core.defaults, core.notifications, core.environment}),
+          journal({manager, core.keeper, core.defaults, core.notifications, core.dispatch}),
           pushes(transport, core.keeper, core.dispatch,
                  [this](const CKNotification& notification) { manager.didReceiveRemoteNotification(notification); }),
-          epochs(core.keeper.observeEpoch([this](const std::string& accountID, const std::string& epoch) {
+          guard(core.dispatch),
+          epochs(core.keeper.observeEpoch(guard.guarded([this](const std::string& accountID, const std::string& epoch) {
               manager.serviceWillHaveEpoch(accountID, epoch);
-          })) {}
+          }))) {}
 
     TransportFactory makeTransport;
     AccountTransport transport;
@@ -52,6 +53,7 @@ struct Cloud {
     ZNCloudKitManager manager;
     SyncJournal journal;
     CKPushReceiver pushes;
+    LifeGuard guard;
     Observation epochs;
 };
 

@@ -22,8 +22,9 @@ CloudOfApplication::CloudOfApplication(const Home& home, Core& core)
     : _core(core),
       _monitor(SystemNetworkMonitor::onSystemBus()),
       _cloud(home, core, makeReachability()),
-      _service(_cloud.journal, QString::fromStdString(home.busName)) {
-    _session = core.keeper.observeSession([this] { followAccount(); });
+      _service(_cloud.journal, QString::fromStdString(home.busName)),
+      _guard(core.dispatch) {
+    _session = core.keeper.observeSession(_guard.guarded([this] { followAccount(); }));
     watchAccountFile();
 }
 

@@ -39,6 +39,7 @@ class CloudOfApplication final : public SyncStatus {
     Cloud _cloud;
     SyncService _service;
     QFileSystemWatcher _accountFile;
+    LifeGuard _guard;
     Observation _session;
     NSTimer _daily;
 };
