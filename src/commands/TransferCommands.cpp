@@ -38,6 +38,7 @@ int importCommand(CommandContext& context, std::istream& lines) {
     std::vector<ReminderPtr> batch;
     const auto flush = [&] {
         if (batch.empty()) return;
+        if (imported == 0) context.manager.backUpBeforeImport();
         imported += batch.size();
         context.manager.importReminders(std::exchange(batch, {}));
         context.manager.waitUntilSettled();

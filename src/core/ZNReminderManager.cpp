@@ -152,7 +152,19 @@ void ZNReminderManager::bulkDeleteReminders(Reminders reminders, ShouldSyncWithi
     _writes->database().bulkDeleteReminders(std::move(reminders), done, notes);
 }
 
+void ZNReminderManager::backUpBeforeImport() {
+    _writes->database().backUpBeforeSweep({});
+}
+
 void ZNReminderManager::importReminders(Reminders reminders) {
+    for (const auto& reminder : reminders) {
+        // What the cloud has of it, this store knows and not the file, which may come from another account's device.
+        const auto row = fetchReminderWithReminderID(reminder->reminderID());
+        const bool isThere = row && row->didPersistToiCloud();
+        reminder->setDidPersistToiCloud(isThere);
+        reminder->setHasLocalChanges(isThere);
+        reminder->setSharedZoneID(row ? row->sharedZoneID() : std::nullopt);
+    }
     _writes->database().replaceReminders(std::move(reminders), [this](const Reminders& stored) {
         for (const auto& reminder : stored)
             scheduleNotificationsForReminder(reminder);

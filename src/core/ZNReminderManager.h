@@ -72,7 +72,10 @@ class ZNReminderManager {
                              std::function<void()> withCompletion = {});
     void bulkDeleteReminders(Reminders reminders, ShouldSyncWithiCloud shouldSyncWithiCloud,
                              std::function<void()> withCompletion = {});
-    // Adds or replaces records as they stand, marks included, and schedules their alerts. Nothing goes to the cloud.
+    // Once, before the first records of an import.
+    void backUpBeforeImport();
+    // Adds or replaces records as they stand, and schedules their alerts. They go to the cloud with the next pass, as
+    // new ones or as edits of those it has. Reads the store.
     void importReminders(Reminders reminders);
 
     // Puts back a version that was replaced or deleted, as an edit of the user, now. Reads the store.

@@ -196,19 +196,24 @@ TEST(Writing, AStoreThatRefusesLetsNothingFollow) {
     EXPECT_THAT(manager.fetchAllReminders(), IsEmpty());
 }
 
-TEST(Writing, ImportKeepsEveryAttributeReplacesAndSchedules) {
+TEST(Writing, ImportKeepsEveryAttributeButMarksReplacesAndSchedules) {
     ManagerWorld world;
     world.settings.setShouldUseCloudKit(true);
-    world.store(world.dated("known", "2026-01-20T09:00"));
+    auto sent = world.dated("known", "2026-01-20T09:00");
+    sent.didPersistToiCloud = true;
+    world.store(sent);
     auto known = world.dated("known", "2027-01-01T00:00");
-    known.hasLocalChanges = true;
     known.modified_date = world.at("2020-02-02T02:02:02.000002Z");
     auto fresh = world.dated("fresh", "0001-01-01T00:00");
     fresh.rank = -5;
     fresh.shouldDeleteRemote = false;
+    fresh.didPersistToiCloud = true;
     world.manager.importReminders(
         {std::make_shared<ZNReminderObject>(known), std::make_shared<ZNReminderObject>(fresh)});
     world.settle();
+    // What the cloud has, the file cannot know.
+    known.didPersistToiCloud = known.hasLocalChanges = true;
+    fresh.didPersistToiCloud = false;
     EXPECT_EQ(world.stored("known")->attributes(), known);
     EXPECT_EQ(world.stored("fresh")->attributes(), fresh);
     EXPECT_THAT(world.alerts("known"), ElementsAre("2027-01-01T00:00:00"));
