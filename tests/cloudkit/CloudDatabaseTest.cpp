@@ -226,6 +226,25 @@ TEST_F(CloudDatabaseTest, AnAccountWhoseSecretIsNotAtHandIsStillTheSame) {
         [](AccountStatus status) { EXPECT_EQ(status, AccountStatus::Available); });
 }
 
+TEST_F(CloudDatabaseTest, AnAnswerThatComesAfterAnotherSignInTellsNothing) {
+    answerWith(cloud::Zones{{zone}});
+    transport.holdsBack = true;
+    std::vector<std::pair<std::size_t, CKErrorCode>> told;
+    for (const auto& comes : {session.currentSession(), std::optional(CloudSession{"ben", "token-2"})}) {
+        const auto operation = CKFetchRecordZonesOperation::fetchAllRecordZonesOperation();
+        operation->setFetchRecordZonesCompletionBlock(
+            [&](const std::vector<CKRecordZoneID>& zones, const OptionalError& error) {
+                told.emplace_back(zones.size(), error ? error->code : CKErrorCode{});
+            });
+        container.privateCloudDatabase().addOperation(operation);
+        dispatch.runUntilIdle();
+        session.setSession(comes);
+        transport.answerHeld();
+        dispatch.runUntilIdle();
+    }
+    EXPECT_THAT(told, ElementsAre(testing::Pair(1U, CKErrorCode{}), testing::Pair(0U, CKErrorCode::NotAuthenticated)));
+}
+
 TEST_F(CloudDatabaseTest, PushesFollowTheDeviceThatIsSignedIn) {
     std::vector<std::pair<CKNotification::Type, std::string>> told;
     CKPushReceiver receiver(transport, session, dispatch, [&](const CKNotification& notification) {

@@ -14,6 +14,7 @@ std::optional<std::string> accountIDOf(const CloudSessionSource& sessions) {
 CloudContainer::CloudContainer(const Collaborators& collaborators)
     : _sessions(collaborators.sessions),
       _notifications(collaborators.notifications),
+      _cache(collaborators.cache),
       _requests(
           std::make_shared<CloudRequests>(collaborators.transport, collaborators.sessions, collaborators.dispatch)),
       _private(cloud::DatabaseScope::Private, _requests, collaborators.cache),
@@ -35,6 +36,8 @@ void CloudContainer::sessionChanged() {
         if (accountID == _accountID) return;
         _accountID = std::move(accountID);
     }
+    // The records of the former account have nothing more to do here.
+    _requests->run(QualityOfService::Utility, [&cache = _cache] { cache.forgetAll(); });
     _notifications.postNotificationName(NSUbiquityIdentityDidChangeNotification);
 }
 

@@ -38,6 +38,7 @@ class CloudContainer final : public CKContainer {
 
     CloudSessionSource& _sessions;
     NSNotificationCenter& _notifications;
+    RecordCache& _cache;
     const std::shared_ptr<CloudRequests> _requests;
     CloudDatabase _private;
     CloudDatabase _shared;

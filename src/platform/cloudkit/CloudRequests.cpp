@@ -14,9 +14,16 @@ void CloudRequests::send(const CloudSession& session, QualityOfService quality, 
                          AnswerBlock block) {
     _gate.pass([&] {
         _transport.send(session.credential(), std::move(request),
-                        [self = shared_from_this(), quality, block = std::move(block)](cloud::Answer answer) {
+                        [self = shared_from_this(), quality, accountID = session.accountID,
+                         block = std::move(block)](cloud::Answer answer) {
                             auto shared = std::make_shared<cloud::Answer>(std::move(answer));
-                            self->run(quality, [block, shared] { block(*shared); });
+                            self->run(quality, [self, accountID, block, shared] {
+                                // Late news of one account must not get into the store of another.
+                                const auto now = self->_sessions.knownAccount();
+                                if (!now || now->accountID != accountID)
+                                    *shared = makeCKError(CKErrorCode::NotAuthenticated, "signed out meanwhile");
+                                block(*shared);
+                            });
                         });
     });
 }
