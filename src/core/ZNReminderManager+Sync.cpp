@@ -24,14 +24,19 @@ void ZNReminderManager::decideReminders(std::vector<std::string> reminderIDs, Re
         });
 }
 
-void ZNReminderManager::forgetThatRemindersWereSent(std::function<void()> withCompletion) {
-    const auto wasSent = [](const ReminderAttributes& record) {
-        return !record.sharedZoneID && (record.didPersistToiCloud || record.shouldDeleteRemote.value_or(false));
+void ZNReminderManager::forgetThatRemindersWereSent(UnsentDeletions unsentDeletions,
+                                                    std::function<void()> withCompletion) {
+    const auto verdictOf = [unsentDeletions](const ReminderAttributes& record) {
+        if (record.sharedZoneID) return RecordVerdict::Leave;
+        // A service that was set back holds what it had deleted meanwhile; only who deleted it can tell it again.
+        if (record.shouldDeleteRemote.value_or(false))
+            return unsentDeletions == UnsentDeletions::Forget ? RecordVerdict::Remove : RecordVerdict::Leave;
+        return record.didPersistToiCloud ? RecordVerdict::Mark : RecordVerdict::Leave;
     };
     std::vector<std::string> reminderIDs;
     for (const auto& reminder : fetchAllReminders()) {
         const auto record = reminder->attributes();
-        if (wasSent(record)) reminderIDs.push_back(*record.reminderID);
+        if (verdictOf(record) != RecordVerdict::Leave) reminderIDs.push_back(*record.reminderID);
     }
     if (reminderIDs.empty()) {
         if (withCompletion) withCompletion();
@@ -39,11 +44,10 @@ void ZNReminderManager::forgetThatRemindersWereSent(std::function<void()> withCo
     }
     // The store takes writes in order. What the sync finds from now on meets the marks as they are then.
     _writes->database().backUpBeforeSweep({});
-    const auto forget = [wasSent](std::size_t, std::optional<ReminderAttributes>& record) {
-        if (!record || !wasSent(*record)) return RecordVerdict::Leave;
-        if (record->shouldDeleteRemote.value_or(false)) return RecordVerdict::Remove;
-        record->didPersistToiCloud = false;
-        return RecordVerdict::Mark;
+    const auto forget = [verdictOf](std::size_t, std::optional<ReminderAttributes>& record) {
+        const auto verdict = record ? verdictOf(*record) : RecordVerdict::Leave;
+        if (verdict == RecordVerdict::Mark) record->didPersistToiCloud = false;
+        return verdict;
     };
     decideReminders(std::move(reminderIDs), forget, [withCompletion = std::move(withCompletion)](const auto&) {
         if (withCompletion) withCompletion();

@@ -36,6 +36,7 @@ namespace zun {
 enum class ShouldSyncWithiCloud { No, Yes };
 // Equality with the record's `shouldSuppressNotifications`: Yes finds only the suppressed ones.
 enum class IncludeSuppressed { No, Yes };
+enum class UnsentDeletions { Forget, Keep };
 
 class ZNReminderManager {
   public:
@@ -86,8 +87,9 @@ class ZNReminderManager {
     void decideReminders(std::vector<std::string> reminderIDs, RecordDecision decide,
                          std::function<void(const std::vector<DecidedRecord>&)> withCompletion = {});
     // Another account, or one that was set back, does not have what the former had: after a dated backup, all records
-    // of the user's own count as never sent, and what was still to be deleted goes.
-    void forgetThatRemindersWereSent(std::function<void()> withCompletion = {});
+    // of the user's own count as never sent. What was still to be deleted goes with the former account, and stays to be
+    // deleted if the account is the same.
+    void forgetThatRemindersWereSent(UnsentDeletions unsentDeletions, std::function<void()> withCompletion = {});
 
     // Ranks n, n - 1, ... 1. The upload waits until no other reordering has followed for reorderDelay, and takes only
     // the last.

@@ -79,6 +79,7 @@ void ZNCloudKitManager::fitMarksTo(const Bytes& identity, const std::string& epo
     }
     // Whatever is still here, this account at this service has never seen it.
     _with.reminders.forgetThatRemindersWereSent(
+        wasRestored ? UnsentDeletions::Keep : UnsentDeletions::Forget,
         guarded([this, holder] { defaults().onSetIdentityOfSentReminders(holder); }));
 }
 

@@ -248,6 +248,24 @@ TEST(Stories, AServiceThatWasRestoredGetsAgainWhatItWasSentSince) {
     EXPECT_EQ(world.title(world.desk, bread), "bread") << "who has restored it wants it";
 }
 
+TEST(Stories, ADeletionThatWaitedWhileTheServiceWasRestoredIsStillSent) {
+    for (const bool isInBackup : {true, false}) {
+        TwoDevices world;
+        if (!isInBackup) world.backUpService();
+        const auto bread = world.desk.create("bread");
+        world.expectAgreement();
+        if (isInBackup) world.backUpService();
+        world.lap.setOnline(false);
+        world.lap.remove(bread);
+        world.restoreService();
+        for (auto& device : world.devices)
+            device->learnEpoch();
+        world.lap.setOnline(true);
+        world.expectAgreement();
+        EXPECT_EQ(world.title(world.desk, bread), "(none)");
+    }
+}
+
 TEST(Stories, ADeletionThatARestoredServiceKnowsNothingOfHoldsUpNoOther) {
     TwoDevices world;
     world.expectAgreement();
