@@ -29,29 +29,35 @@ class ZNCloudKitManager::Intake {
         : _manager(manager), _reading(std::move(reading)) {}
 
     void add(RemoteChange change) {
-        std::vector<RemoteChange> full;
-        {
-            const std::lock_guard lock(_mutex);
-            _changes.push_back(std::move(change));
-            if (_changes.size() >= mostAtOnce) full = std::exchange(_changes, {});
-        }
-        if (!full.empty()) _manager.applyRemoteChanges(std::move(full), _reading, {});
+        const std::lock_guard lock(_mutex);
+        _changes.push_back(std::move(change));
+        if (_changes.size() >= mostAtOnce) store({});
     }
-    // The block runs once all that was added is durable.
-    void finish(Block done) {
-        std::vector<RemoteChange> rest;
-        {
-            const std::lock_guard lock(_mutex);
-            rest = std::exchange(_changes, {});
-        }
-        _manager.applyRemoteChanges(std::move(rest), _reading, std::move(done));
+    // The zone was read to its end. The receipt is given once all that was added is durable; never, if the store has
+    // refused some of it or it is no longer wanted.
+    void finish(const std::optional<CKRecordZoneID>& wholeZone, Block receipt) {
+        const std::lock_guard lock(_mutex);
+        store([reading = _reading, wholeZone, receipt = std::move(receipt)] {
+            if (wholeZone) reading->didReadZone(*wholeZone);
+            if (receipt && reading->isWanted()) receipt();
+        });
     }
 
   private:
+    // Under the lock, so that the parts get to the store in their order, in which it also ends them.
+    void store(Block done) {
+        _manager.applyRemoteChanges(std::exchange(_changes, {}), _reading,
+                                    [stored = _stored, number = ++_parts, done = std::move(done)] {
+                                        if (++*stored == number && done) done();
+                                    });
+    }
+
     ZNCloudKitManager& _manager;
     const ChangeTokens::ReadingPtr _reading;
     std::mutex _mutex;
     std::vector<RemoteChange> _changes;
+    int _parts = 0;
+    const std::shared_ptr<std::atomic<int>> _stored = std::make_shared<std::atomic<int>>(0);
 };
 
 void ZNCloudKitManager::fetchRemoteChangesAndDeletions(QualityOfService quality, Block success, Failure failure) {
@@ -140,9 +146,7 @@ void ZNCloudKitManager::fetchChangesOfPrivateZone(const OptionalToken& serverTok
             if (type == ZNCloudKitErrorType::None) {
                 reading->setToken(token);
                 const bool isWhole = !raw->moreComing();
-                intake->finish([=] {
-                    if (isWhole) reading->didReadZone(zone);
-                });
+                intake->finish(isWhole ? std::optional(zone) : std::nullopt, raw->takeReceipt());
                 if (isWhole && success) success();
                 return;
             }
@@ -177,18 +181,16 @@ void ZNCloudKitManager::fetchZoneChanges(const std::shared_ptr<const ZoneFetch>&
     operation->setRecordChangedBlock(guarded([intake, privateZone](const CKRecord& record) {
         if (!record.isShare()) intake->add(RemoteChange::changed(record, RemoteChange::Kind::Changed, privateZone));
     }));
-    operation->setRecordZoneFetchCompletionBlock(
-        guarded([this, fetch, intake](const CKRecordZoneID& zone, const OptionalToken& token, const Bytes&,
-                                      MoreComing moreComing, const OptionalError& error) {
+    operation->setRecordZoneFetchCompletionBlock(guarded(
+        [this, fetch, intake, raw = operation.get()](const CKRecordZoneID& zone, const OptionalToken& token,
+                                                     const Bytes&, MoreComing moreComing, const OptionalError& error) {
             if (fetch->kind == CloudDatabaseKind::Private)
                 NSLog(fmt::format("Finished fetch record changes after {:f} seconds", elapsed()));
             const auto type = ZNCloudKitErrorHandler::handleError(error);
             if (type == ZNCloudKitErrorType::None) {
                 if (fetch->reading->isWanted()) storeZoneToken(fetch->kind, token);
                 const bool isWhole = moreComing == MoreComing::No;
-                intake->finish([fetch, zone, isWhole] {
-                    if (isWhole) fetch->reading->didReadZone(zone);
-                });
+                intake->finish(isWhole ? std::optional(zone) : std::nullopt, raw->takeReceipt());
                 if (isWhole && fetch->success) fetch->success();
                 return;
             }

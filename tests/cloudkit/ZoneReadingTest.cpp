@@ -71,6 +71,7 @@ class ZoneReadingTest : public CloudFixture {
         std::vector<std::string> deleted;
         OptionalToken token;
         OptionalError error;
+        Block receipt;
         int finished = 0;
     };
 
@@ -95,19 +96,30 @@ class ZoneReadingTest : public CloudFixture {
         operation->setRecordWithIDWasDeletedBlock(
             [&told](const CKRecordID& recordID, const std::string&) { told.deleted.push_back(recordID.recordName); });
         operation->setRecordZoneFetchCompletionBlock(
-            [&told](const auto&, const OptionalToken& last, const Bytes&, MoreComing more, const OptionalError& error) {
+            [&told, raw = operation.get()](const auto&, const OptionalToken& last, const Bytes&, MoreComing more,
+                                           const OptionalError& error) {
                 EXPECT_EQ(more, MoreComing::No);
+                told.receipt = raw->takeReceipt();
                 told.token = last;
                 told.error = error;
                 ++told.finished;
             });
         return operation;
     }
-    Told read(CloudContainer& from, const OptionalToken& token = {}) {
+    Told readUnconfirmed(CloudContainer& from, const OptionalToken& token = {}) {
         Told told;
         from.privateCloudDatabase().addOperation(reading(told, token));
         dispatch.runUntilIdle();
         EXPECT_EQ(told.finished, 1);
+        return told;
+    }
+    void confirm(const Told& told) {
+        callIfSet(told.receipt);
+        dispatch.runUntilIdle();
+    }
+    Told read(CloudContainer& from, const OptionalToken& token = {}) {
+        const auto told = readUnconfirmed(from, token);
+        confirm(told);
         return told;
     }
     Told read(const OptionalToken& token = {}) { return read(container, token); }
@@ -156,6 +168,25 @@ TEST_F(ZoneReadingTest, ADeletionIsToldUntilAReadingCameToItsEnd) {
     EXPECT_THAT(read().deleted, UnorderedElementsAre("a", "b"));
     service.remove("c");
     service.save(record("c", "again"));
+    EXPECT_THAT(read().deleted, IsEmpty());
+}
+
+TEST_F(ZoneReadingTest, ADeletionIsToldUntilItsReaderHasStoredIt) {
+    for (const std::string name : {"a", "b", "c"})
+        service.save(record(name));
+    EXPECT_FALSE(read().receipt) << "nothing to confirm";
+    service.remove("a");
+    service.remove("b");
+    const auto first = readUnconfirmed(container);
+    EXPECT_THAT(first.deleted, ElementsAre("a", "b"));
+    // Back and deleted again before the first reader has stored that it went: that is another deletion.
+    service.save(record("b"));
+    EXPECT_THAT(readUnconfirmed(container).deleted, ElementsAre("a"));
+    service.remove("b");
+    service.remove("c");
+    EXPECT_THAT(readUnconfirmed(container).deleted, ElementsAre("a", "b", "c"));
+    confirm(first);
+    EXPECT_THAT(read().deleted, ElementsAre("b", "c"));
     EXPECT_THAT(read().deleted, IsEmpty());
 }
 

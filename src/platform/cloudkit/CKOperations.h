@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/cloudkit/CKDatabase.h"
@@ -56,13 +57,22 @@ class CKFetchDatabaseChangesOperation final : public CKDatabaseOperation {
     std::function<void(const OptionalToken&, MoreComing, const OptionalError&)> completion;
 };
 
+// Reads zones.
+class CKZoneChangesOperation : public CKDatabaseOperation {
+  public:
+    // For the block that ends a zone to take: to be called once what was told of the zone is stored, from any thread.
+    // Until then its deletions are told again by later readings. May be empty.
+    [[nodiscard]] Block takeReceipt() { return std::exchange(receipt, {}); }
+    Block receipt;
+};
+
 // One for all zones of an operation.
 struct CKFetchRecordZoneChangesOptions {
     OptionalToken previousServerChangeToken;
     void setPreviousServerChangeToken(OptionalToken token) { previousServerChangeToken = std::move(token); }
 };
 
-class CKFetchRecordZoneChangesOperation final : public CKDatabaseOperation {
+class CKFetchRecordZoneChangesOperation final : public CKZoneChangesOperation {
   public:
     CKFetchRecordZoneChangesOperation(std::vector<CKRecordZoneID> zoneIDs,
                                       std::map<CKRecordZoneID, CKFetchRecordZoneChangesOptions> options)
@@ -90,7 +100,7 @@ class CKFetchRecordZoneChangesOperation final : public CKDatabaseOperation {
 };
 
 // The older fetch of one zone.
-class CKFetchRecordChangesOperation final : public CKDatabaseOperation {
+class CKFetchRecordChangesOperation final : public CKZoneChangesOperation {
   public:
     CKFetchRecordChangesOperation(CKRecordZoneID zone, OptionalToken token)
         : recordZoneID(std::move(zone)), previousServerChangeToken(std::move(token)) {}

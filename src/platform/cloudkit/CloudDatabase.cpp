@@ -54,7 +54,8 @@ void CloudDatabase::start(const std::shared_ptr<CKFetchRecordZoneChangesOperatio
     blocks.changed = operation->recordChanged;
     blocks.deleted = operation->recordDeleted;
     blocks.finished = [operation](const CKRecordZoneID& zoneID, const OptionalToken& token, MoreComing more,
-                                  const OptionalError& error) {
+                                  const OptionalError& error, const Block& receipt) {
+        operation->receipt = receipt;
         callIfSet(operation->zoneCompletion, zoneID, token, Bytes(), more, error);
     };
     auto reading = std::make_shared<ZoneReading>(caller(operation->qualityOfService), _scope, _cache, std::move(blocks),
@@ -75,7 +76,8 @@ void CloudDatabase::start(const std::shared_ptr<CKFetchRecordChangesOperation>& 
         callIfSet(operation->recordDeleted, recordID);
     };
     blocks.finished = [operation](const CKRecordZoneID&, const OptionalToken& token, MoreComing more,
-                                  const OptionalError& error) {
+                                  const OptionalError& error, const Block& receipt) {
+        operation->receipt = receipt;
         operation->hasMore = more == MoreComing::Yes;
         callIfSet(operation->completion, token, Bytes(), error);
     };

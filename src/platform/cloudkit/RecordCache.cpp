@@ -13,7 +13,7 @@ namespace {
 using cloud::ZoneChanges;
 
 // Raised when records are written in another form; what an older program kept is deleted then.
-constexpr int version = 1;
+constexpr int version = 2;
 
 constexpr std::string_view fileName = "records.sqlite", journalName = "records.sqlite-journal";
 
@@ -25,7 +25,8 @@ CREATE TABLE zone(
 CREATE TABLE record(
     zone INTEGER NOT NULL, name BLOB NOT NULL, bytes INTEGER NOT NULL, body BLOB NOT NULL, UNIQUE(zone, name));
 CREATE TABLE deleted(
-    zone INTEGER NOT NULL, name BLOB NOT NULL, recordType BLOB NOT NULL, PRIMARY KEY(zone, name)) WITHOUT ROWID;
+    number INTEGER PRIMARY KEY AUTOINCREMENT, zone INTEGER NOT NULL, name BLOB NOT NULL, recordType BLOB NOT NULL,
+    UNIQUE(zone, name));
 )";
 
 // Texts are bound as blobs, since they may hold a zero byte.
@@ -225,26 +226,24 @@ std::optional<RecordCache::Contents> RecordCache::contentsOf(const CachedZoneKey
         records.bind(1, zone->row);
         while (records.executeStep())
             contents.records.push_back(textAt(records, 0));
-        SQLite::Statement deleted(database, "SELECT name, recordType FROM deleted WHERE zone = ?");
+        SQLite::Statement deleted(database, "SELECT name, recordType, number FROM deleted WHERE zone = ? ORDER BY 3");
         deleted.bind(1, zone->row);
-        while (deleted.executeStep())
+        while (deleted.executeStep()) {
             contents.deleted.push_back({{textAt(deleted, 0), key.zoneID}, textAt(deleted, 1)});
+            contents.lastDeletion = deleted.getColumn(2).getInt64();
+        }
         return contents;
     });
 }
 
-void RecordCache::forgetDeletions(const CachedZoneKey& key, const std::vector<ZoneChanges::Deleted>& deleted) {
-    if (deleted.empty()) return;
+void RecordCache::forgetDeletions(const CachedZoneKey& key, std::int64_t lastDeletion) {
     guarded(false, [&](SQLite::Database& database) {
         const auto zone = find(database, key);
         if (!zone) return false;
-        SQLite::Statement statement(database, "DELETE FROM deleted WHERE zone = ? AND name = ?");
-        for (const auto& one : deleted) {
-            statement.bind(1, zone->row);
-            bind(statement, 2, one.recordID.recordName);
-            statement.exec();
-            statement.reset();
-        }
+        SQLite::Statement statement(database, "DELETE FROM deleted WHERE zone = ? AND number <= ?");
+        statement.bind(1, zone->row);
+        statement.bind(2, lastDeletion);
+        statement.exec();
         return true;
     });
 }

@@ -4,7 +4,7 @@
 // beginning costs one small request: what has changed since, and the rest from here.
 //
 //     records of a zone = what the service held when it gave the token
-//     deletions of a zone = what was deleted since then and nobody was told of yet
+//     deletions of a zone = what was deleted since it was first read and nobody has taken in yet
 //
 // One SQLite file in the folder, held by one process at a time; a second process, or one with an empty folder, keeps it
 // in memory. Nothing here is the only copy of anything: what cannot be read is deleted, and the next reading takes
@@ -41,6 +41,7 @@ class RecordCache {
     struct Contents {
         std::vector<std::string> records;  // encoded
         std::vector<cloud::ZoneChanges::Deleted> deleted;
+        std::int64_t lastDeletion = 0;  // the number of the newest of them
     };
 
     explicit RecordCache(std::filesystem::path folder, std::uint64_t limit = defaultLimit);
@@ -55,8 +56,8 @@ class RecordCache {
                                 const cloud::ZoneChanges::Zone& page);
     // Absent if the zone is not kept or stands at another token.
     [[nodiscard]] std::optional<Contents> contentsOf(const CachedZoneKey& key, const cloud::Token& token);
-    // Whoever reads has been told of these.
-    void forgetDeletions(const CachedZoneKey& key, const std::vector<cloud::ZoneChanges::Deleted>& deleted);
+    // Whoever reads has taken in those that came up to this one.
+    void forgetDeletions(const CachedZoneKey& key, std::int64_t lastDeletion);
     void forget(const CachedZoneKey& key);
     void forgetAll();
 

@@ -111,8 +111,10 @@ bool ZoneReading::tellFromCache(Zone& zone) {
     }
     for (const auto& deleted : contents->deleted)
         callIfSet(_blocks.deleted, deleted.recordID, deleted.recordType);
-    finish(zone, zone.token, MoreComing::No);
-    _cache.forgetDeletions(key, contents->deleted);
+    const auto confirm = [caller = _caller, &cache = _cache, key, last = contents->lastDeletion] {
+        caller.run([&cache, key, last] { cache.forgetDeletions(key, last); });
+    };
+    finish(zone, zone.token, MoreComing::No, contents->deleted.empty() ? Block() : confirm);
     return false;
 }
 
@@ -129,12 +131,12 @@ bool ZoneReading::readWithoutCache(Zone& zone) {
 }
 
 bool ZoneReading::fail(const Zone& zone, const CKError& error) {
-    callIfSet(_blocks.finished, zone.zoneID, std::nullopt, MoreComing::No, error);
+    callIfSet(_blocks.finished, zone.zoneID, std::nullopt, MoreComing::No, error, Block());
     return false;
 }
 
-void ZoneReading::finish(const Zone& zone, const OptionalToken& token, MoreComing more) {
-    callIfSet(_blocks.finished, zone.zoneID, token, more, std::nullopt);
+void ZoneReading::finish(const Zone& zone, const OptionalToken& token, MoreComing more, const Block& receipt) {
+    callIfSet(_blocks.finished, zone.zoneID, token, more, std::nullopt, receipt);
 }
 
 }  // namespace zun

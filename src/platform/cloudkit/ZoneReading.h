@@ -9,6 +9,9 @@
 //       the cache fails, or others keep writing it: asked from the beginning, told as it comes
 //     from a token:        told as it comes
 //
+// What was deleted stays in the cache, and is told again, until whoever was told confirms with the receipt that came
+// with the end of the zone.
+//
 // Lives until it has finished every zone.
 
 #include "platform/cloudkit/CKOperations.h"
@@ -22,7 +25,10 @@ class ZoneReading : public std::enable_shared_from_this<ZoneReading> {
     struct Blocks {
         std::function<void(const CKRecord&)> changed;
         std::function<void(const CKRecordID&, const std::string& recordType)> deleted;
-        std::function<void(const CKRecordZoneID&, const OptionalToken&, MoreComing, const OptionalError&)> finished;
+        // Without a receipt there is nothing to confirm.
+        std::function<void(const CKRecordZoneID&, const OptionalToken&, MoreComing, const OptionalError&,
+                           const Block& receipt)>
+            finished;
     };
 
     // Without `readsAllPages`, a zone that is read from a token ends after one page.
@@ -50,7 +56,7 @@ class ZoneReading : public std::enable_shared_from_this<ZoneReading> {
     bool restart(Zone& zone);
     bool readWithoutCache(Zone& zone);
     bool fail(const Zone& zone, const CKError& error);
-    void finish(const Zone& zone, const OptionalToken& token, MoreComing more);
+    void finish(const Zone& zone, const OptionalToken& token, MoreComing more, const Block& receipt = {});
     [[nodiscard]] CachedZoneKey keyOf(const Zone& zone) const;
 
     const CloudCaller _caller;
