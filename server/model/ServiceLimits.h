@@ -18,8 +18,8 @@ struct ServiceLimits {
     // Of records that are only looked for, without their fields: a device asks so for all that it has open.
     std::size_t outlinesPerRequest = 20'000;
     std::size_t bytesPerRequest = 16 << 20;
-    // Far above the longest text of the application, far below what a page can carry.
-    std::size_t bytesPerRecord = 1 << 20;
+    // Above all the texts of a reminder together at their longest, and below what a page can carry.
+    std::size_t bytesPerRecord = 4 << 20;
     std::uint64_t bytesPerAccount = 1ULL << 30;
     // A page of a feed or of a query ends at whichever comes first, but holds at least one record.
     std::size_t recordsPerPage = 5'000;

@@ -9,6 +9,7 @@
 #include <QTextBlock>
 #include <QWheelEvent>
 
+#include "ZunDataModel/TextLimits.h"
 #include "checklist/ChecklistLayout.h"
 #include "checklist/ZNChecklistTextView.h"
 #include "toolkit/ZNFonts.h"
@@ -53,7 +54,26 @@ void ZNChecklistTextView::removeSelection(Kind kind) {
     if (textCursor().hasSelection()) change(selectedRange(), {}, kind);
 }
 
-QString ZNChecklistTextView::limited(const QString& text, qsizetype location) const {
+// The stored list has a marker before each item.
+QString ZNChecklistTextView::withinRoom(const QString& text) const {
+    constexpr qsizetype mostBytesOfUnit = 3;
+    constexpr qsizetype bytesOfMarker = 3;
+    constexpr auto all = static_cast<qsizetype>(longestReminderText);
+    const auto bytes = [](QStringView part) { return part.toUtf8().size() + (part.count(u'\n') + 1) * bytesOfMarker; };
+    if ((_lines.text().size() + text.size() + 2) * (mostBytesOfUnit + bytesOfMarker) <= all) return text;
+    const qsizetype room = std::max<qsizetype>(all - bytes(_lines.text()) - 1, 0);
+    if (bytes(text) <= room) return text;
+    qsizetype fits = 0;
+    for (qsizetype step = text.size(); step > 0; step /= 2) {
+        while (fits + step <= text.size() && bytes(QStringView(text).first(fits + step)) <= room)
+            fits += step;
+    }
+    if (fits > 0 && text[fits - 1].isHighSurrogate()) --fits;
+    return text.first(fits);
+}
+
+QString ZNChecklistTextView::limited(const QString& whole, qsizetype location) const {
+    const QString text = withinRoom(whole);
     const auto cut = [](QStringView item, qsizetype limit) {
         if (item.size() <= limit) return item;
         limit = std::max<qsizetype>(limit, 0);
@@ -64,13 +84,13 @@ QString ZNChecklistTextView::limited(const QString& text, qsizetype location) co
         return cut(text, itemLengthLimit - std::min<qsizetype>(itemLengthLimit, block.length() - 1)).toString();
     }
     if (text.size() <= itemLengthLimit) return text;
-    QString whole;
-    whole.reserve(text.size());
+    QString shortened;
+    shortened.reserve(text.size());
     for (const QStringView item : QStringView(text).split(u'\n')) {
-        if (!whole.isEmpty()) whole += u'\n';
-        whole += cut(item, itemLengthLimit);
+        if (!shortened.isEmpty()) shortened += u'\n';
+        shortened += cut(item, itemLengthLimit);
     }
-    return whole;
+    return shortened;
 }
 
 // ---- keys

@@ -8,7 +8,8 @@
 // where the cursor is. Ctrl+Return or Ctrl+Space checks the item of the cursor; Tab leaves the view.
 //
 // Owned by its parent widget. Main thread. Lists of any length show at once; a single item is one paragraph, so what is
-// typed or pasted into one beyond itemLengthLimit is left out. An item that came longer is kept whole.
+// typed or pasted into one beyond itemLengthLimit is left out, and so is what makes the stored list longer than
+// longestReminderText. What came longer is kept whole.
 
 #include <QTextEdit>
 #include <memory>
@@ -121,7 +122,8 @@ class ZNChecklistTextView final : public QTextEdit {
     void endComposition();
     void removeSelection(Kind kind = Kind::Other);
     [[nodiscard]] Range selectedRange() const;
-    [[nodiscard]] QString limited(const QString& text, qsizetype location) const;
+    [[nodiscard]] QString withinRoom(const QString& text) const;
+    [[nodiscard]] QString limited(const QString& whole, qsizetype location) const;
     [[nodiscard]] ChecklistHistory::Moment moment() const;
     void rewrite(const Block& operation);
     void travel(const ChecklistHistory::Moment& moment);

@@ -62,6 +62,8 @@ int openCommand(CommandContext& context, const std::string& url) {
     reminderFromURL(url, [&](bool shouldShowEditor, const ReminderPtr& reminder, const URLIntakeError* error) {
         if (!reminder) {
             context.err += urlIntakeLogLine(error) + "\n";
+        } else if (const auto tooLong = textError(reminder->attributes()); tooLong && !shouldShowEditor) {
+            status = failWith(context, *tooLong);
         } else if (!shouldShowEditor) {
             reminder->setCreated_date(context.environment.now());
             context.manager.saveReminder(reminder, ShouldSyncWithiCloud::Yes);

@@ -6,6 +6,7 @@
 #include <array>
 #include <charconv>
 
+#include "ZunDataModel/TextLimits.h"
 #include "platform/foundation/ISO8601.h"
 #include "text/ChecklistText.h"
 
@@ -222,8 +223,20 @@ std::optional<OptionError> applyFields(const ReminderFields& fields, ZNReminderO
     if (fields.date || fields.early) {
         attributes.fire_date = ZNReminderObject(attributes).dateAdjustedForEarlyReminderType(dueDateOf(attributes));
     }
+    if (const auto error = textError(attributes)) return error;
     reminder.setAttributes(std::move(attributes));
     return std::nullopt;
+}
+
+std::optional<OptionError> textError(const ReminderAttributes& attributes) {
+    static_assert(longestReminderText == 1'000'000, "as the sentence says");
+    const auto name = tooLongText(attributes);
+    if (name.empty()) return std::nullopt;
+    const auto* subject = name == "title"       ? "The title is"
+                          : name == "notes"     ? "The notes are"
+                          : name == "checklist" ? "The checklist is"
+                                                : "The name of the place is";
+    return notPossible(fmt::format("{} longer than 1,000,000 bytes.", subject));
 }
 
 }  // namespace zun

@@ -59,6 +59,9 @@ enum class RequiresDate { No, Yes };
 // unchanged.
 [[nodiscard]] std::optional<OptionError> applyFields(const ReminderFields& fields, ZNReminderObject& reminder);
 
+// An error if one of the texts is longer than a reminder's may be.
+[[nodiscard]] std::optional<OptionError> textError(const ReminderAttributes& attributes);
+
 // "10m", "2h", "1d", "1w".
 [[nodiscard]] std::optional<EarlyReminder> earlyReminderFromText(std::string_view text);
 // "mon,wed": weekday names in English, three letters or whole, any case; in the order given, each once.

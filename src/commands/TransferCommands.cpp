@@ -3,6 +3,7 @@
 #include <boost/json/object.hpp>
 #include <istream>
 
+#include "ZunDataModel/TextLimits.h"
 #include "commands/Commands.h"
 #include "text/JSONText.h"
 #include "text/RecordJSON.h"
@@ -20,7 +21,13 @@ std::variant<ReminderAttributes, RecordJSONError> recordFromLine(const std::stri
     std::string error;
     const auto value = jsonFromText(line, error);
     if (!value) return RecordJSONError{"it is not JSON (" + error + ")"};
-    return recordFromJSON(*value);
+    auto record = recordFromJSON(*value);
+    if (const auto* attributes = std::get_if<ReminderAttributes>(&record)) {
+        const auto name = tooLongText(*attributes);
+        if (!name.empty())
+            return RecordJSONError{fmt::format("its \"{}\" is longer than {} bytes", name, longestReminderText)};
+    }
+    return record;
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include <utility>
 
+#include "ZunDataModel/TextLimits.h"
 #include "cards/ScreenBar.h"
 #include "cards/ZNCardView.h"
 #include "core/NotificationNames.h"
@@ -44,7 +45,7 @@ void ZNEditViewController::onRightButtonPress() {
     const ReminderAttributes edited = editedRecord();
     _model.reminder().setNotes(edited.notes);
     _model.reminder().setTitle(edited.title);
-    if (!_model.isValid()) {
+    if (!_model.isValid() || !tooLongText(edited).empty()) {
         _cardView->shakeCard();
         explainRefusal();
         return;
@@ -58,10 +59,13 @@ void ZNEditViewController::onRightButtonPress() {
 // The shaking for those who do not see it, and what it means for those who do.
 void ZNEditViewController::explainRefusal() {
     const bool isTitleMissing = _model.reminder().title().empty();
-    const QString reason = text(isTitleMissing ? "Editor_Title_Missing" : "Editor_Place_Missing");
+    const auto tooLong = tooLongText(_model.reminder().attributes());
+    const QString reason = text(isTitleMissing    ? "Editor_Title_Missing"
+                                : tooLong.empty() ? "Editor_Place_Missing"
+                                                  : "Editor_Text_Too_Long");
     rightButton().setToolTip(reason);
     rightButton().setAccessibleDescription(reason);
-    if (!isTitleMissing) return;
+    if (!isTitleMissing && tooLong != "title") return;
     _reminderTitle->setAccessibleDescription(reason);
     _reminderTitle->setFocus(Qt::OtherFocusReason);
 }

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "ZunDataModel/TextLimits.h"
 #include "core/NotificationNames.h"
 #include "platform/foundation/Log.h"
 #include "text/URLIntake.h"
@@ -50,7 +51,8 @@ LinkIntake::Opened LinkIntake::open(const std::string& url) {
                     [this, &opened](bool shouldShowEditor, const ReminderPtr& reminder, const URLIntakeError* error) {
                         if (!reminder) {
                             NSLog(urlIntakeLogLine(error));
-                        } else if (shouldShowEditor) {
+                        } else if (shouldShowEditor || !tooLongText(reminder->attributes()).empty()) {
+                            // The editor says what has to be shortened.
                             opened = Opened::ForALook;
                             _with.notifications.postNotificationName(ZNEditControllerRequested, reminder);
                         } else {

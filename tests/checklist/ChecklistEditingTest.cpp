@@ -13,6 +13,7 @@
 #include <random>
 #include <set>
 
+#include "ZunDataModel/TextLimits.h"
 #include "checklist/ChecklistGutter.h"
 #include "checklist/ChecklistWorld.h"
 #include "core/NotificationNames.h"
@@ -367,8 +368,8 @@ TEST_F(ChecklistEditingTest, AMegabyteDoesNotHang) {
         QString text;
         qsizetype lines;
     } pastes[] = {
-        {"sentences", QString("Buy some milk and bread at the shop, and butter\n").repeated(21'000), 21'000},
-        {"single letters", QString("a\n").repeated(500'000), 500'000},
+        {"sentences", QString("Buy some milk and bread at the shop, and butter\n").repeated(19'000), 19'000},
+        {"single letters", QString("a\n").repeated(190'000), 190'000},
         {"one line", QString("word ").repeated(200'000), 1},
         {"one word", QString(1'000'000, u'w'), 1},
     };
@@ -386,6 +387,10 @@ TEST_F(ChecklistEditingTest, AMegabyteDoesNotHang) {
         view.undo();
         view.undo();
     }
+    view.setChecklist("");
+    paste(QString("\u00e9\U0001F34E\n").repeated(150'000));
+    EXPECT_LE(view.formattedChecklist().size(), longestReminderText);
+    EXPECT_GT(view.formattedChecklist().size(), longestReminderText - 20);
     const std::string stored = "[x]" + std::string(1'000'000, 'w');
     view.setChecklist(stored);
     EXPECT_EQ(view.formattedChecklist(), stored) << "what came long is kept whole";

@@ -215,6 +215,23 @@ TEST_F(CommandLineTest, ExportAndImportLoseNothing) {
     EXPECT_EQ(err, "zunctl: The answer could not be written.\n");
 }
 
+TEST_F(CommandLineTest, TextsThatNoServiceWouldTakeAreRefusedAtOnce) {
+    const auto id = add({"short"});
+    const std::string longest(1'000'000, 'x');
+    EXPECT_EQ(zunctl({"edit", id, "--notes", longest}), 0) << err;
+    EXPECT_EQ(zunctl({"edit", id, "--notes", longest + "x"}), 1);
+    EXPECT_EQ(err, "zunctl: The notes are longer than 1,000,000 bytes.\n");
+    EXPECT_EQ(zunctl({"add", longest + "x"}), 1);
+    EXPECT_EQ(zunctl({"open", "zun.create://" + longest + "x?silent=0"}), 1);
+    EXPECT_NE(err.find("longer than"), std::string::npos) << err;
+    const auto file = folder.path() / "records.jsonl";
+    std::ofstream(file) << R"({"reminderID": "a", "title": "a", "checklist": ")" << longest << "x\"}\n"
+                        << R"({"reminderID": "b", "title": "b"})";
+    EXPECT_EQ(zunctl({"import", file}), 1);
+    EXPECT_NE(err.find("Line 1 was left out: its \"checklist\" is longer"), std::string::npos) << err;
+    EXPECT_EQ(zunctlJSON({"list", "--all"}).as_array().size(), 2);
+}
+
 TEST_F(CommandLineTest, LinksForTheEditorGoToTheRunningApplication) {
     EXPECT_EQ(zunctl({"open", "zun.create://Call%20mom"}), 1);
     EXPECT_NE(err.find("not running"), std::string::npos);

@@ -42,6 +42,19 @@ TEST_F(SavingTest, WhatCannotBeSavedStaysOpen) {
     EXPECT_TRUE(only());
 }
 
+TEST_F(SavingTest, WhatNoServiceWouldTakeIsRefusedAndKept) {
+    open();
+    type("Novel");
+    editor->reminderNotes().setString(QString(1'000'001, u'w'));
+    editor->onRightButtonPress();
+    EXPECT_EQ(dismissals, 0);
+    EXPECT_TRUE(editor->rightButton().toolTip().contains("shorten")) << editor->rightButton().toolTip().toStdString();
+    editor->onLeftButtonPress();
+    const auto draft = drafts.draftForNewReminder([](const std::string&) { return false; });
+    ASSERT_TRUE(draft);
+    EXPECT_EQ(draft->edited.notes.value_or("").size(), 1'000'001);
+}
+
 TEST_F(SavingTest, ReturnSavesOnlyWhereTheUserWantsThat) {
     open();
     type("one");
