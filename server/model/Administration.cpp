@@ -46,7 +46,7 @@ class Checker {
 
     void lookAtRecord(std::string_view row, std::string_view value) {
         const auto stored = decodeStored(value);
-        _bytes += stored.body.size();
+        _bytes += stored.bytesTaken();
         const auto name = row.substr(zonePrefix(0).size());
         if (!stored.isDeleted && stored.record().recordID.recordName != name)
             complain(_account.id, "a record bears the name of another one");

@@ -4,6 +4,7 @@
 #include <new>
 #include <utility>
 
+#include "server/model/DeviceToken.h"
 #include "server/model/Operations.h"
 #include "server/model/PushHub.h"
 #include "server/model/RateLimiter.h"
@@ -23,6 +24,11 @@ CKError withRetry(CKErrorCode code, std::string description, double seconds) {
     return error;
 }
 
+OptionalError errorOf(const Answer& answer) {
+    const auto* error = std::get_if<CKError>(&answer);
+    return error ? OptionalError(*error) : std::nullopt;
+}
+
 CKError noMemory() {
     return withRetry(CKErrorCode::ServiceUnavailable, "there is no memory left for it", retryWhenBusyWithPasswords);
 }
@@ -30,6 +36,16 @@ CKError noMemory() {
 std::optional<std::string> hashIfPossible(const std::string& password, const PasswordCost& cost) {
     try {
         return hashPassword(password, cost);
+    } catch (const std::bad_alloc&) {
+        return std::nullopt;
+    }
+}
+
+// A name that nobody has takes as long as a wrong password.
+std::optional<bool> matchIfPossible(const std::string& hash, const std::string& password, const PasswordCost& cost) {
+    if (hash.empty()) return hashIfPossible(password, cost) ? std::optional(false) : std::nullopt;
+    try {
+        return passwordMatches(hash, password);
     } catch (const std::bad_alloc&) {
         return std::nullopt;
     }
@@ -48,10 +64,11 @@ struct CloudService::State : std::enable_shared_from_this<CloudService::State> {
     State(Storage& rows, const Environment& environment, RandomSource& random, ServiceOptions options,
           ServiceIdentity identity)
         : storage(rows),
-          facts{std::move(options), environment, random, std::move(identity.epoch), std::move(identity.secret)},
+          facts(std::make_shared<const ServiceFacts>(ServiceFacts{
+              std::move(options), environment, random, std::move(identity.epoch), std::move(identity.secret)})),
           hub(std::make_shared<PushHub>(storage, facts)),
-          ofDevices(facts.options.limits.requestsPerSecond, facts.options.limits.requestsAtOnce),
-          ofStrangers(facts.options.limits.strangersPerSecond, facts.options.limits.strangersAtOnce) {}
+          ofDevices(facts->options.limits.requestsPerSecond, facts->options.limits.requestsAtOnce),
+          ofStrangers(facts->options.limits.strangersPerSecond, facts->options.limits.strangersAtOnce) {}
 
     void run(Access access, const std::string& deviceToken, Operation operation, Completion completion);
     // The account whose password is right; code 9 otherwise. Takes long.
@@ -63,9 +80,13 @@ struct CloudService::State : std::enable_shared_from_this<CloudService::State> {
     // Runs work over a password aside, if not too much of it is under way. The work gives up the turn when it is done.
     void takeTurn(std::function<void(PasswordTurn)> work, Completion completion);
     void dispatch(const std::string& deviceToken, Request request, Completion completion);
+    // Why the asker is not even listened to, if so.
+    [[nodiscard]] OptionalError whyNotDevice(const std::string& deviceToken);
+    [[nodiscard]] OptionalError whyNotStranger(const std::string& peer);
+    [[nodiscard]] OptionalError throttle(RateLimiter& limiter, const std::string& key);
 
     Storage& storage;
-    const ServiceFacts facts;
+    const std::shared_ptr<const ServiceFacts> facts;
     const std::shared_ptr<PushHub> hub;
     RateLimiter ofDevices, ofStrangers;
     std::atomic<bool> isStopping{false};
@@ -84,7 +105,7 @@ void CloudService::State::run(Access access, const std::string& deviceToken, Ope
     auto outcome = std::make_shared<Outcome>();
     auto self = shared_from_this();
     auto work = [self, access, deviceToken, operation, outcome](Transaction& rows) {
-        RequestWork request(rows, self->facts, access);
+        RequestWork request(rows, *self->facts, access);
         try {
             if (!deviceToken.empty()) request.authenticate(deviceToken);
             *outcome = {operation(request)};
@@ -95,6 +116,9 @@ void CloudService::State::run(Access access, const std::string& deviceToken, Ope
         } catch (const NeedsWriting&) {
             *outcome = {CKError{}, true};
             return Storage::Ending::Rollback;
+        } catch (const std::bad_alloc&) {
+            // One request that is too much for the machine ends by itself.
+            throw StorageFailure("there is no memory left for the work");
         }
         outcome->saved = request.recordsSaved;
         outcome->deleted = request.recordsDeleted;
@@ -122,15 +146,33 @@ void CloudService::State::run(Access access, const std::string& deviceToken, Ope
                             : storage.read(std::move(work), std::move(done));
 }
 
+OptionalError CloudService::State::whyNotDevice(const std::string& deviceToken) {
+    const auto token = DeviceToken::read(deviceToken);
+    if (token) return throttle(ofDevices, std::string(token->credentials));
+    ++refused;
+    return makeError(CKErrorCode::NotAuthenticated, "not signed in");
+}
+
+OptionalError CloudService::State::whyNotStranger(const std::string& peer) {
+    return throttle(ofStrangers, peer);
+}
+
+OptionalError CloudService::State::throttle(RateLimiter& limiter, const std::string& key) {
+    const auto wait = limiter.take(key, facts->environment.now());
+    if (!wait) return std::nullopt;
+    ++throttled;
+    return withRetry(CKErrorCode::RequestRateLimited, "too many requests", *wait);
+}
+
 void CloudService::State::takeTurn(std::function<void(PasswordTurn)> work, Completion completion) {
     PasswordTurn turn(nullptr, [self = shared_from_this()](auto) { --self->hashing; });
-    if (hashing.fetch_add(1) >= facts.options.limits.passwordsAtOnce) {
+    if (hashing.fetch_add(1) >= facts->options.limits.passwordsAtOnce) {
         completion(
             withRetry(CKErrorCode::RequestRateLimited, "too many passwords at once", retryWhenBusyWithPasswords));
         return;
     }
     auto run = [work = std::move(work), turn = std::move(turn)]() mutable { work(std::exchange(turn, nullptr)); };
-    facts.options.aside ? facts.options.aside(std::move(run)) : run();
+    facts->options.aside ? facts->options.aside(std::move(run)) : run();
 }
 
 void CloudService::State::hash(std::string password, std::function<void(std::string hashed)> then,
@@ -143,7 +185,7 @@ void CloudService::State::hash(std::string password, std::function<void(std::str
     }
     auto work = [self = shared_from_this(), password = std::move(password), then = std::move(then),
                  completion](PasswordTurn turn) {
-        auto hashed = hashIfPossible(password, self->facts.options.passwordCost);
+        auto hashed = hashIfPossible(password, self->facts->options.passwordCost);
         turn.reset();
         hashed ? then(std::move(*hashed)) : completion(noMemory());
     };
@@ -186,16 +228,13 @@ void CloudService::State::withPassword(Operation findAccount, const std::string&
     };
     auto compare = [self, known, deviceToken, password = std::move(password), finish = std::move(finish),
                     completion](PasswordTurn turn) {
-        // A name that nobody has takes as long as a wrong password.
-        const auto hash = known->id.empty() ? hashIfPossible("nobody's", self->facts.options.passwordCost)
-                                            : std::optional(known->hash);
-        const bool isRight = hash && passwordMatches(*hash, password) && !known->id.empty();
+        const auto isRight = matchIfPossible(known->hash, password, self->facts->options.passwordCost);
         turn.reset();
-        if (!hash) {
+        if (!isRight) {
             completion(noMemory());
             return;
         }
-        if (isRight) {
+        if (*isRight) {
             self->run(Access::Write, deviceToken, finish, completion);
             return;
         }
@@ -345,34 +384,37 @@ void CloudService::handle(const std::string& deviceToken, const std::string& pee
     const bool isStranger = std::holds_alternative<CreateAccount>(request) || std::holds_alternative<SignIn>(request);
     ++_state->requests;
     if (_state->isStopping) {
-        const std::chrono::duration<double> wait = _state->facts.options.limits.retryWhenStopping;
+        const std::chrono::duration<double> wait = _state->facts->options.limits.retryWhenStopping;
         completion(withRetry(CKErrorCode::ServiceUnavailable, "the service is stopping", wait.count()));
         return;
     }
-    if (!isStranger && deviceToken.empty()) {
-        ++_state->refused;
-        completion(makeError(CKErrorCode::NotAuthenticated, "not signed in"));
-        return;
-    }
-    auto& limiter = isStranger ? _state->ofStrangers : _state->ofDevices;
-    if (const auto wait = limiter.take(isStranger ? peer : deviceToken, _state->facts.environment.now())) {
-        ++_state->throttled;
-        completion(withRetry(CKErrorCode::RequestRateLimited, "too many requests", *wait));
+    const auto refused = isStranger ? _state->whyNotStranger(peer) : _state->whyNotDevice(deviceToken);
+    if (refused) {
+        completion(*refused);
         return;
     }
     _state->dispatch(deviceToken, std::move(request), std::move(completion));
 }
 
+void CloudService::authenticate(const std::string& deviceToken, std::function<void(OptionalError)> completion) {
+    if (!DeviceToken::read(deviceToken)) {
+        completion(makeError(CKErrorCode::NotAuthenticated, "not signed in"));
+        return;
+    }
+    _state->run(
+        Access::Read, deviceToken, [](RequestWork&) -> Answer { return Done{}; },
+        [completion = std::move(completion)](const Answer& answer) { completion(errorOf(answer)); });
+}
+
 void CloudService::openPushStream(const std::string& deviceToken, std::optional<std::uint64_t> lastNumber,
                                   PushStreamHandlers handlers, StreamOpened opened) {
     if (_state->isStopping) {
-        const std::chrono::duration<double> wait = _state->facts.options.limits.retryWhenStopping;
+        const std::chrono::duration<double> wait = _state->facts->options.limits.retryWhenStopping;
         opened(withRetry(CKErrorCode::ServiceUnavailable, "the service is stopping", wait.count()));
         return;
     }
-    if (const auto wait = _state->ofDevices.take(deviceToken, _state->facts.environment.now())) {
-        ++_state->throttled;
-        opened(withRetry(CKErrorCode::RequestRateLimited, "too many requests", *wait));
+    if (auto refused = _state->whyNotDevice(deviceToken)) {
+        opened(std::move(*refused));
         return;
     }
     _state->hub->open(deviceToken, lastNumber, std::move(handlers), std::move(opened));
@@ -400,10 +442,8 @@ void CloudService::seedDefaultZone(const std::string& accountID, std::vector<CKR
         seedRecords(work, records);
         return Done{};
     };
-    _state->run(Access::Write, {}, std::move(seed), [completion = std::move(completion)](const Answer& answer) {
-        const auto* error = std::get_if<CKError>(&answer);
-        completion(error ? OptionalError(*error) : std::nullopt);
-    });
+    _state->run(Access::Write, {}, std::move(seed),
+                [completion = std::move(completion)](const Answer& answer) { completion(errorOf(answer)); });
 }
 
 }  // namespace zun::cloud

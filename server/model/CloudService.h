@@ -73,6 +73,10 @@ class CloudService {
     // `peer` tells strangers apart, such as an address; `deviceToken` may be empty where the request needs none.
     void handle(const std::string& deviceToken, const std::string& peer, Request request, Completion completion);
 
+    // Whether a request of this device would be listened to, for whoever wants to know before reading all of it. Code 9
+    // if not.
+    void authenticate(const std::string& deviceToken, std::function<void(OptionalError)> completion);
+
     // Goes on after `lastNumber`; without one, with what comes from now on. The handlers may run before `opened`.
     void openPushStream(const std::string& deviceToken, std::optional<std::uint64_t> lastNumber,
                         PushStreamHandlers handlers, StreamOpened opened);

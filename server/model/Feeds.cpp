@@ -2,6 +2,7 @@
 // which it was given, sealed for the account, the database, the zone and the service's epoch.
 
 #include <algorithm>
+#include <set>
 
 #include "server/model/Operations.h"
 #include "server/model/RowCoding.h"
@@ -83,6 +84,21 @@ CKError expired() {
     return makeError(CKErrorCode::ChangeTokenExpired, "the change token has expired");
 }
 
+// What is left of an answer.
+struct Room {
+    std::size_t records, bytes;
+    std::size_t taken = 0;  // in bytes; each zone may have one record even if there is no room
+
+    [[nodiscard]] bool isFull() const { return records == 0 || bytes == 0; }
+    void take(std::size_t size) {
+        size += bytesOfName;
+        records -= std::min<std::size_t>(records, 1);
+        bytes -= std::min(bytes, size);
+        taken += size;
+    }
+    static constexpr std::size_t bytesOfName = 64;
+};
+
 // One zone's page.
 class Page {
   public:
@@ -90,25 +106,25 @@ class Page {
         : _work(work), _view(view), _records(work, view.ownerID, view.ownerIncarnation), _answer(answer) {}
 
     // Returns the place that was reached.
-    std::uint64_t fill(std::uint64_t from, std::uint64_t sequence, std::size_t& recordsLeft, std::size_t& bytesLeft) {
+    std::uint64_t fill(std::uint64_t from, std::uint64_t sequence, Room& room) {
         const bool isFromStart = from == 0;
         auto place = from;
         while (place < sequence) {
-            std::vector<std::pair<std::uint64_t, FeedEntry>> entries;
-            std::vector<std::string> names;
+            Entries entries;
             _work.rows.scan(_work.accountID, Table::Feed, zonePrefix(_view.incarnation),
                             feedRow(_view.incarnation, place), rowsAtOnce,
                             [&](std::string_view name, std::string_view value) {
                                 entries.emplace_back(numberAtEnd(name), decodeEntry(value));
-                                if (!entries.back().second.isDeleted) names.push_back(entries.back().second.recordName);
                                 return true;
                             });
-            _records.prefetch(names);
-            for (const auto& [number, entry] : entries) {
+            auto read = entries.cbegin();
+            for (auto next = entries.cbegin(); next != entries.cend(); ++next) {
+                const auto& [number, entry] = *next;
                 const bool isFirst = _answer.changed.empty() && _answer.deleted.empty();
-                if (!isFirst && (recordsLeft == 0 || bytesLeft == 0)) return place;
+                if (!isFirst && room.isFull()) return place;
+                if (next == read) read = readAhead(next, entries.cend(), room);
                 // Who starts at the beginning knows of nothing that could be deleted.
-                if (!entry.isDeleted || !isFromStart) add(entry, recordsLeft, bytesLeft);
+                if (!entry.isDeleted || !isFromStart) add(entry, room);
                 place = number;
             }
             if (entries.size() < rowsAtOnce) place = sequence;
@@ -117,19 +133,32 @@ class Page {
     }
 
   private:
-    void add(const FeedEntry& entry, std::size_t& recordsLeft, std::size_t& bytesLeft) {
+    using Entries = std::vector<std::pair<std::uint64_t, FeedEntry>>;
+
+    // Reads the records for which there is room, and one at least. Returns where it ended.
+    Entries::const_iterator readAhead(Entries::const_iterator from, Entries::const_iterator end, Room room) {
+        std::vector<std::string> names;
+        do {
+            const auto& entry = from->second;
+            if (!entry.isDeleted) names.push_back(entry.recordName);
+            room.take(entry.bytes);
+        } while (++from != end && !room.isFull());
+        _records.prefetch(names);
+        return from;
+    }
+
+    void add(const FeedEntry& entry, Room& room) {
         CKRecordID recordID{entry.recordName, _answer.zoneID};
-        std::size_t bytes = 64;
+        std::size_t bytes = 0;
         if (entry.isDeleted) {
             _answer.deleted.push_back({std::move(recordID), entry.recordType});
         } else if (const auto* stored = _records.findLive(entry.recordName)) {
-            bytes += stored->body.size();
+            bytes = stored->body.size();
             auto record = asSeen(_work, _view, stored->record());
             record.recordID = std::move(recordID);
             _answer.changed.push_back(std::move(record));
         }
-        recordsLeft -= std::min<std::size_t>(recordsLeft, 1);
-        bytesLeft -= std::min(bytesLeft, bytes);
+        room.take(bytes);
     }
 
     RequestWork& _work;
@@ -174,11 +203,17 @@ Answer fetchZoneChanges(RequestWork& work, const FetchZoneChanges& request) {
     const auto& limits = work.facts.options.limits;
     if (request.zones.size() > zonesPerRequest) refuse(CKErrorCode::LimitExceeded, "too many zones in one request");
     ZoneChanges answer;
-    auto recordsLeft = limits.recordsPerPage;
-    auto bytesLeft = limits.bytesPerPage;
+    Room room{limits.recordsPerPage, limits.bytesPerPage};
+    std::set<CKRecordZoneID> seen;
     for (const auto& asked : request.zones) {
         auto& zone = answer.zones.emplace_back();
         zone.zoneID = asked.zoneID;
+        if (!seen.insert(asked.zoneID).second)
+            refuse(CKErrorCode::InvalidArguments, "a zone is named twice in one request");
+        if (room.taken > limits.bytesPerRequest) {
+            zone.error = makeError(CKErrorCode::LimitExceeded, "the answer is too large");
+            continue;
+        }
         const auto view = work.findZone(request.database, asked.zoneID);
         if (!view) {
             zone.error = noSuchZone();
@@ -195,7 +230,7 @@ Answer fetchZoneChanges(RequestWork& work, const FetchZoneChanges& request) {
             zone.error = expired();
             continue;
         }
-        const auto reached = Page(work, *view, zone).fill(place->sequence, state.sequence, recordsLeft, bytesLeft);
+        const auto reached = Page(work, *view, zone).fill(place->sequence, state.sequence, room);
         zone.token = nextToken(work, binding, *place, reached, asked.previousToken);
         zone.moreComing = reached < state.sequence;
         zone.fromBeginning = place->sequence == 0;

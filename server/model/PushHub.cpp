@@ -56,7 +56,7 @@ void PushHub::open(const std::string& deviceToken, std::optional<std::uint64_t> 
     auto outcome = std::make_shared<Outcome>();
     auto work = [this, stream, outcome, lastNumber](Transaction& rows) {
         try {
-            RequestWork asker(rows, _facts, Access::Read);
+            RequestWork asker(rows, *_facts, Access::Read);
             asker.authenticate(stream->deviceToken);
             const auto& device = *asker.me().device(asker.deviceID);
             stream->accountID = asker.accountID;
@@ -72,11 +72,12 @@ void PushHub::open(const std::string& deviceToken, std::optional<std::uint64_t> 
     };
     _storage.read(work, [self = shared_from_this(), stream, outcome, opened = std::move(opened)](auto failure) {
         if (failure) outcome->error = makeError(CKErrorCode::ServiceUnavailable, "the storage is not available");
+        if (!outcome->error && !self->add(stream))
+            outcome->error = makeError(CKErrorCode::ServiceUnavailable, "the service is stopping");
         if (outcome->error) {
             opened(*outcome->error);
             return;
         }
-        self->add(stream);
         outcome->stream.stream = std::make_unique<Handle>(self, stream);
         opened(std::move(outcome->stream));
         // What was committed since the read.
@@ -84,11 +85,13 @@ void PushHub::open(const std::string& deviceToken, std::optional<std::uint64_t> 
     });
 }
 
-void PushHub::add(std::shared_ptr<Stream> stream) {
+bool PushHub::add(std::shared_ptr<Stream> stream) {
     std::lock_guard lock(_mutex);
+    if (_isClosed) return false;
     auto account = stream->accountID;
     _streams.emplace(std::move(account), std::move(stream));
     ++_count;
+    return true;
 }
 
 void PushHub::remove(const std::shared_ptr<Stream>& stream) {
@@ -133,6 +136,7 @@ void PushHub::closeAll() {
     std::vector<std::shared_ptr<Stream>> streams;
     {
         std::lock_guard lock(_mutex);
+        _isClosed = true;
         for (const auto& [account, stream] : _streams)
             streams.push_back(stream);
     }
@@ -171,7 +175,7 @@ void PushHub::pump(const std::shared_ptr<Stream>& stream) {
 PushHub::Batch PushHub::readBatch(Transaction& rows, const Stream& stream) const {
     Batch batch;
     try {
-        RequestWork(rows, _facts, Access::Read).authenticate(stream.deviceToken);
+        RequestWork(rows, *_facts, Access::Read).authenticate(stream.deviceToken);
     } catch (const RequestRefused&) {
         batch.isSignedOut = true;
         return batch;

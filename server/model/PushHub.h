@@ -18,12 +18,14 @@ namespace zun::cloud {
 
 class PushHub : public std::enable_shared_from_this<PushHub> {
   public:
-    PushHub(Storage& storage, const ServiceFacts& facts) : _storage(storage), _facts(facts) {}
+    PushHub(Storage& storage, std::shared_ptr<const ServiceFacts> facts)
+        : _storage(storage), _facts(std::move(facts)) {}
 
     void open(const std::string& deviceToken, std::optional<std::uint64_t> lastNumber, PushStreamHandlers handlers,
               CloudService::StreamOpened opened);
     void wake(const std::string& accountID);
     void wakeAll();
+    // Nothing is opened after that.
     void closeAll();
     [[nodiscard]] std::uint64_t count() const { return _count; }
 
@@ -31,7 +33,8 @@ class PushHub : public std::enable_shared_from_this<PushHub> {
     struct Stream;
     class Handle;
     struct Batch;
-    void add(std::shared_ptr<Stream> stream);
+    // False once all are closed.
+    [[nodiscard]] bool add(std::shared_ptr<Stream> stream);
     void remove(const std::shared_ptr<Stream>& stream);
     void pump(const std::shared_ptr<Stream>& stream);
     void deliver(const std::shared_ptr<Stream>& stream, const Batch& batch);
@@ -39,9 +42,11 @@ class PushHub : public std::enable_shared_from_this<PushHub> {
     [[nodiscard]] Batch readBatch(Transaction& rows, const Stream& stream) const;
 
     Storage& _storage;
-    const ServiceFacts& _facts;
+    // Reads that are under way may outlive the service.
+    const std::shared_ptr<const ServiceFacts> _facts;
     std::mutex _mutex;
     std::multimap<std::string, std::shared_ptr<Stream>> _streams;  // by account
+    bool _isClosed = false;
     std::atomic<std::uint64_t> _count{0};
 };
 

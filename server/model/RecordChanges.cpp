@@ -3,13 +3,12 @@
 #include <algorithm>
 #include <set>
 
+#include "platform/cloudprotocol/ProtocolLimits.h"
 #include "server/model/Operations.h"
 #include "server/model/SharedRecords.h"
 
 namespace zun::cloud {
 namespace {
-
-constexpr std::size_t longestName = 255;
 
 std::size_t bytesOf(const CKRecordValue& value) {
     if (const auto* text = std::get_if<std::string>(&value.value)) return text->size();
@@ -28,7 +27,11 @@ std::size_t bytesOf(const CKRecord& record) {
     std::size_t sum = 256 + record.recordType.size() + record.recordID.recordName.size();
     for (const auto& [key, value] : record.fields)
         sum += key.size() + bytesOf(value) + 8;
-    if (record.shareDetails) sum += 256 * record.shareDetails->participants.size();
+    if (!record.shareDetails) return sum;
+    for (const auto& participant : record.shareDetails->participants) {
+        const auto& identity = participant.userIdentity;
+        sum += 128 + identity.userRecordName.size() + identity.displayName.size() + identity.emailAddress.size();
+    }
     return sum;
 }
 
@@ -83,11 +86,10 @@ class ZoneChange {
         if (_view.isDefaultZone) return makeError(CKErrorCode::PermissionFailure, "the default zone takes no changes");
         if (!isGoodName(name) || !isGoodName(record.recordType))
             return makeError(CKErrorCode::InvalidArguments, "names and types have 1 to 255 bytes");
-        if (bytesOf(record) > _work.facts.options.limits.bytesPerRecord)
-            return makeError(CKErrorCode::LimitExceeded, "the record is too large");
         if (!_view.isOwn()) {
             if (auto error = whyNotChangeShared(name, record.isShare())) return error;
         }
+        if (isTooLarge(record)) return makeError(CKErrorCode::LimitExceeded, "the record is too large");
         const auto* stored = _records.findLive(name);
         if (record.isShare() != record.shareDetails.has_value() || (stored && stored->recordType != record.recordType))
             return makeError(CKErrorCode::InvalidArguments, "a record keeps its type");
@@ -96,6 +98,21 @@ class ZoneChange {
         if (stored->changeTag != record.recordChangeTag)
             return makeError(CKErrorCode::ServerRecordChanged, "the record has changed on the service");
         return std::nullopt;
+    }
+
+    bool isTooLarge(const CKRecord& record) {
+        const auto limit = _work.facts.options.limits.bytesPerRecord;
+        const auto bytes = bytesOf(record);
+        const auto* stored = _records.findLive(record.recordID.recordName);
+        if (bytes > limit || !stored || _request.savePolicy != SavePolicy::ChangedKeys) return bytes > limit;
+        // Keys that are added one save after the other must not make a record that nobody can carry any more. Most are
+        // far from it: at most three times of what is stored is counted, and no field is stored in fewer bytes.
+        constexpr std::size_t shortestField = 12;
+        if (bytes + 3 * stored->body.size() <= limit &&
+            record.fields.size() + stored->body.size() / shortestField <= mostFields)
+            return false;
+        const auto whole = merged(record);
+        return bytesOf(whole) > limit || whole.fields.size() > mostFields;
     }
 
     OptionalError whyNotChangeShared(const std::string& name, bool isShare) {

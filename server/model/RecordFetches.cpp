@@ -29,6 +29,65 @@ bool isVisible(RequestWork& work, const ZoneView& view, const std::string& name)
     return visible && !visible->isGone;
 }
 
+// One page of a query: records by their names, from a place on, that are of the type asked for.
+class QueryPage {
+  public:
+    QueryPage(RequestWork& work, const QueryRecords& request, const ZoneView& view)
+        : _work(work), _request(request), _view(view) {}
+
+    QueriedRecords answer;
+    std::string last;  // the name that was looked at last
+    bool isAtEnd = true;
+
+    void readOwn(const std::string& after) {
+        const auto prefix = zonePrefix(_view.ownerIncarnation);
+        _work.rows.scan(_view.ownerID, Table::Record, prefix, after.empty() ? after : prefix + after, rowsPerQuery + 1,
+                        [&](std::string_view name, std::string_view row) {
+                            isAtEnd = !isFull();
+                            if (isAtEnd) look(std::string(name.substr(prefix.size())), decodeStored(row));
+                            return isAtEnd;
+                        });
+    }
+
+    // By what the asker sees, so that not even the places of the pages tell of what else the owner has.
+    void readShared(const std::string& after) {
+        const auto prefix = zonePrefix(_view.incarnation);
+        std::vector<std::string> names;
+        _work.rows.scan(_work.accountID, Table::Visible, prefix, after.empty() ? after : prefix + after, SIZE_MAX,
+                        [&](std::string_view name, std::string_view row) {
+                            if (!decodeVisible(row).isGone) names.emplace_back(name.substr(prefix.size()));
+                            return names.size() <= rowsPerQuery;
+                        });
+        ZoneRecords records(_work, _view.ownerID, _view.ownerIncarnation);
+        for (auto& name : names) {
+            isAtEnd = !isFull();
+            if (!isAtEnd) return;
+            if (const auto* stored = records.findLive(name)) look(std::move(name), *stored);
+        }
+    }
+
+  private:
+    [[nodiscard]] bool isFull() const {
+        const auto& limits = _work.facts.options.limits;
+        return answer.records.size() >= limits.recordsPerPage || _bytes >= limits.bytesPerPage || _seen >= rowsPerQuery;
+    }
+
+    void look(std::string name, const StoredRecord& stored) {
+        ++_seen;
+        last = std::move(name);
+        if (stored.isDeleted || stored.recordType != _request.recordType) return;
+        _bytes += stored.body.size();
+        auto record = asSeen(_work, _view, stored.record());
+        record.recordID = {last, _request.zoneID};
+        answer.records.push_back(std::move(record));
+    }
+
+    RequestWork& _work;
+    const QueryRecords& _request;
+    const ZoneView& _view;
+    std::size_t _bytes = 0, _seen = 0;
+};
+
 }  // namespace
 
 Answer fetchRecords(RequestWork& work, const FetchRecords& request) {
@@ -75,7 +134,6 @@ Answer fetchRecords(RequestWork& work, const FetchRecords& request) {
 }
 
 Answer queryRecords(RequestWork& work, const QueryRecords& request) {
-    const auto& limits = work.facts.options.limits;
     const auto view = work.findZone(request.database, request.zoneID);
     if (!view) throw RequestRefused{noSuchZone()};
     const auto binding = RowWriter()
@@ -91,33 +149,10 @@ Answer queryRecords(RequestWork& work, const QueryRecords& request) {
         if (!opened) refuse(CKErrorCode::InvalidArguments, "this cursor belongs to another query");
         after = std::move(*opened);
     }
-    QueriedRecords answer;
-    std::size_t bytes = 0, seen = 0;
-    std::string last;
-    std::vector<std::pair<std::string, StoredRecord>> found;
-    const auto prefix = zonePrefix(view->ownerIncarnation);
-    bool isAtEnd = true;
-    work.rows.scan(view->ownerID, Table::Record, prefix, after.empty() ? after : prefix + after, rowsPerQuery + 1,
-                   [&](std::string_view name, std::string_view row) {
-                       isAtEnd =
-                           found.size() < limits.recordsPerPage && bytes < limits.bytesPerPage && seen < rowsPerQuery;
-                       if (!isAtEnd) return false;
-                       ++seen;
-                       last = name.substr(prefix.size());
-                       auto stored = decodeStored(row);
-                       if (stored.isDeleted || stored.recordType != request.recordType) return true;
-                       bytes += stored.body.size();
-                       found.emplace_back(last, std::move(stored));
-                       return true;
-                   });
-    for (auto& [name, stored] : found) {
-        if (!isVisible(work, *view, name)) continue;
-        auto record = asSeen(work, *view, stored.record());
-        record.recordID = {name, request.zoneID};
-        answer.records.push_back(std::move(record));
-    }
-    if (!isAtEnd) answer.cursor = seal(last, binding, work.facts.secret);
-    return answer;
+    QueryPage page(work, request, *view);
+    view->isOwn() ? page.readOwn(after) : page.readShared(after);
+    if (!page.isAtEnd) page.answer.cursor = seal(page.last, binding, work.facts.secret);
+    return std::move(page.answer);
 }
 
 }  // namespace zun::cloud

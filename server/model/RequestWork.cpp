@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "platform/cloudprotocol/MessageCodec.h"
+#include "server/model/DeviceToken.h"
 #include "server/model/RowCoding.h"
 #include "server/model/Secrets.h"
 
@@ -44,17 +45,14 @@ std::string pushRow(std::string_view deviceID, std::uint64_t number) {
 }
 
 void RequestWork::authenticate(std::string_view deviceToken) {
-    const auto first = deviceToken.find('.');
-    const auto second = first == std::string_view::npos ? first : deviceToken.find('.', first + 1);
-    if (second == std::string_view::npos) refuse(CKErrorCode::NotAuthenticated, "not signed in");
-    accountID = deviceToken.substr(0, first);
-    deviceID = deviceToken.substr(first + 1, second - first - 1);
-    const auto third = std::min(deviceToken.find('.', second + 1), deviceToken.size());
-    const auto secret = deviceToken.substr(second + 1, third - second - 1);
-    epochOfAsker = deviceToken.substr(std::min(third + 1, deviceToken.size()));
-    auto* state = accountID.empty() ? nullptr : findAccount(accountID);
+    const auto token = DeviceToken::read(deviceToken);
+    if (!token) refuse(CKErrorCode::NotAuthenticated, "not signed in");
+    accountID = token->accountID;
+    deviceID = token->deviceID;
+    epochOfAsker = token->epoch;
+    auto* state = findAccount(accountID);
     auto* device = state ? state->device(deviceID) : nullptr;
-    if (!device || state->isDisabled || !equalSecrets(device->secretHash, hashSecret(secret)))
+    if (!device || state->isDisabled || !equalSecrets(device->secretHash, hashSecret(token->secret)))
         refuse(CKErrorCode::NotAuthenticated, "not signed in");
     if (access == Access::Write && now - device->lastSeen > lastSeenPrecision) device->lastSeen = now;
 }
@@ -145,6 +143,22 @@ void RequestWork::forgetOldZones(AccountState& state) {
             if (isOld) database.forgottenThrough = std::max(database.forgottenThrough, zone.databaseSequence);
             return isOld;
         });
+        forgetSurplusZones(database);
+    }
+}
+
+// Whoever makes and deletes zones all day long must not make the account's row longer with each of them.
+void RequestWork::forgetSurplusZones(DatabaseState& database) const {
+    const auto isDeleted = [](const ZoneState& zone) { return zone.isDeleted; };
+    auto deleted = static_cast<std::size_t>(std::count_if(database.zones.begin(), database.zones.end(), isDeleted));
+    for (; deleted > facts.options.limits.zonesPerAccount; --deleted) {
+        const auto oldest = std::min_element(database.zones.begin(), database.zones.end(),
+                                             [](const ZoneState& left, const ZoneState& right) {
+                                                 return std::pair(!left.isDeleted, left.databaseSequence) <
+                                                        std::pair(!right.isDeleted, right.databaseSequence);
+                                             });
+        database.forgottenThrough = std::max(database.forgottenThrough, oldest->databaseSequence);
+        database.zones.erase(oldest);
     }
 }
 

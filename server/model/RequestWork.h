@@ -105,6 +105,7 @@ class RequestWork {
   private:
     void forgetOldDeletions(const std::string& viewerID, ZoneState& zone);
     void forgetOldZones(AccountState& account);
+    void forgetSurplusZones(DatabaseState& database) const;
     struct Changes {
         std::vector<Change> list;
         bool areMany = false;

@@ -3,6 +3,8 @@
 #include <sodium.h>
 
 #include <array>
+#include <cerrno>
+#include <new>
 #include <stdexcept>
 
 #include "server/model/RowCoding.h"
@@ -58,7 +60,11 @@ std::string hashPassword(std::string_view password, const PasswordCost& cost) {
 
 bool passwordMatches(std::string_view hash, std::string_view password) {
     startLibrary();
-    return crypto_pwhash_str_verify(std::string(hash).c_str(), password.data(), password.size()) == 0;
+    errno = 0;
+    if (crypto_pwhash_str_verify(std::string(hash).c_str(), password.data(), password.size()) == 0) return true;
+    // Nobody shall hear that the password is wrong because the machine is short of memory.
+    if (errno == ENOMEM) throw std::bad_alloc();
+    return false;
 }
 
 std::string asText(std::string_view bytes) {

@@ -12,6 +12,7 @@
 
 namespace zun::cloud {
 
+// Both throw std::bad_alloc where there is no memory for it.
 [[nodiscard]] std::string hashPassword(std::string_view password, const PasswordCost& cost);
 [[nodiscard]] bool passwordMatches(std::string_view hash, std::string_view password);
 

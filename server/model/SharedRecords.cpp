@@ -79,9 +79,9 @@ void showRecord(RequestWork& work, const std::string& viewerID, ZoneRecords& zon
     const auto former = work.rows.get(viewerID, Table::Visible, row);
     VisibleRecord visible;
     visible.shareName = stored.shareName;
-    visible.sequence =
-        work.appendToFeed(viewerID, DatabaseScope::Shared, view->incarnation,
-                          former ? decodeVisible(*former).sequence : 0, {name, false, stored.recordType});
+    visible.sequence = work.appendToFeed(viewerID, DatabaseScope::Shared, view->incarnation,
+                                         former ? decodeVisible(*former).sequence : 0,
+                                         {name, false, stored.recordType, stored.body.size()});
     work.rows.put(viewerID, Table::Visible, row, encodeVisible(visible));
     work.noteChange(viewerID, DatabaseScope::Shared,
                     {{name, {zone.zoneName(), zone.ownerID()}}, stored.recordType, reason});
@@ -98,7 +98,7 @@ void hideRecord(RequestWork& work, const std::string& viewerID, ZoneRecords& zon
     if (!former || visible.isGone) return;
     visible.isGone = true;
     visible.sequence = work.appendToFeed(viewerID, DatabaseScope::Shared, view->incarnation, visible.sequence,
-                                         {name, true, recordType});
+                                         {name, true, recordType, 0});
     work.rows.put(viewerID, Table::Visible, row, encodeVisible(visible));
     work.noteChange(viewerID, DatabaseScope::Shared,
                     {{name, {zone.zoneName(), zone.ownerID()}}, recordType, Push::Reason::Deleted});

@@ -95,6 +95,11 @@ OptionalError accept(RequestWork& work, Found& found) {
         entry->role = Role::PublicUser;
         entry->permission = details.publicPermission;
     }
+    const auto& zones = me.sharedDatabase.zones;
+    const auto* view = me.sharedDatabase.zone(found.zone.ownerID(), found.zone.zoneName());
+    const auto inUse = std::count_if(zones.begin(), zones.end(), [](const ZoneState& each) { return !each.isDeleted; });
+    if ((!view || view->isDeleted) && static_cast<std::size_t>(inUse) >= work.facts.options.limits.zonesPerAccount)
+        return makeError(CKErrorCode::LimitExceeded, "too many zones are shared with this account");
     if (entry->acceptanceStatus == Status::Accepted) return std::nullopt;
     entry->acceptanceStatus = Status::Accepted;
     entry->userIdentity = me.identity();

@@ -62,12 +62,12 @@ std::string feedRow(std::uint64_t incarnation, std::uint64_t sequence) {
 }
 
 std::string encodeEntry(const FeedEntry& entry) {
-    return RowWriter().text(entry.recordName).flag(entry.isDeleted).text(entry.recordType).take();
+    return RowWriter().text(entry.recordName).flag(entry.isDeleted).text(entry.recordType).number(entry.bytes).take();
 }
 
 FeedEntry decodeEntry(std::string_view bytes) {
     RowReader row(bytes);
-    return {row.string(), row.flag(), row.string()};
+    return {row.string(), row.flag(), row.string(), row.number()};
 }
 
 std::string encodeVisible(const VisibleRecord& visible) {

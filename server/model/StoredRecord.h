@@ -18,6 +18,10 @@ struct StoredRecord {
     std::string shareName;  // of a record that is shared, and of the share itself; else empty
     std::string body;       // the whole record encoded, its zone that of its owner
 
+    // Of the account's room. One that was deleted still takes some, or an account could fill the disk with them.
+    [[nodiscard]] std::uint64_t bytesTaken() const { return isDeleted ? bytesOfDeleted : body.size(); }
+    static constexpr std::uint64_t bytesOfDeleted = 100;
+
     // Throws StorageFailure.
     [[nodiscard]] CKRecord record() const;
     // Only the type, the tag, the date and the share.
@@ -36,7 +40,8 @@ struct StoredRecord {
 struct FeedEntry {
     std::string recordName;
     bool isDeleted = false;
-    std::string recordType;  // of a deletion
+    std::string recordType;   // of a deletion
+    std::uint64_t bytes = 0;  // of the record
 };
 [[nodiscard]] std::string encodeEntry(const FeedEntry& entry);
 [[nodiscard]] FeedEntry decodeEntry(std::string_view row);

@@ -84,15 +84,15 @@ void ZoneRecords::remove(const std::string& name) {
 void ZoneRecords::keep(const std::string& name, StoredRecord stored, Push::Reason reason) {
     auto& owner = _work.account(_ownerID);
     const auto* former = find(name);
-    const auto formerBytes = former ? former->body.size() : 0;
+    const auto formerBytes = former ? former->bytesTaken() : 0;
     if (_zoneName == CKRecordZoneDefaultName) {
         stored.sequence = ++owner.privateDatabase.incarnation(_incarnation)->sequence;
     } else {
         stored.sequence =
             _work.appendToFeed(_ownerID, DatabaseScope::Private, _incarnation, former ? former->sequence : 0,
-                               {name, stored.isDeleted, stored.recordType});
+                               {name, stored.isDeleted, stored.recordType, stored.body.size()});
     }
-    owner.usedBytes = owner.usedBytes - std::min<std::uint64_t>(owner.usedBytes, formerBytes) + stored.body.size();
+    owner.usedBytes = owner.usedBytes - std::min(owner.usedBytes, formerBytes) + stored.bytesTaken();
     _work.noteChange(_ownerID, DatabaseScope::Private,
                      {{name, {_zoneName, std::string(CKCurrentUserDefaultName)}}, stored.recordType, reason});
     _work.rows.put(_ownerID, Table::Record, recordRow(_incarnation, name), encodeStored(stored));

@@ -24,7 +24,7 @@ void deleteZone(RequestWork& work, ZoneState& zone) {
     std::uint64_t bytes = 0;
     work.rows.scan(me.id, Table::Record, zonePrefix(incarnation), {}, SIZE_MAX,
                    [&](std::string_view, std::string_view row) {
-                       bytes += decodeStored(row).body.size();
+                       bytes += decodeStored(row).bytesTaken();
                        return true;
                    });
     for (auto table : {Table::Record, Table::Feed, Table::Grave})

@@ -37,9 +37,10 @@ int serve(const ServeOptions& options) {
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     ::signal(SIGPIPE, SIG_IGN);
     const ServingRight right(options.place);
-    const auto storage = openStorage(options.place);
     const SystemEnvironment environment;
     SystemRandomSource random;
+    // What it still has to do when it ends uses the two above.
+    const auto storage = openStorage(options.place);
     SideThreads aside(options.service.limits.passwordsAtOnce);
     auto how = options.service;
     how.aside = [&aside](auto work) { aside.add(std::move(work)); };

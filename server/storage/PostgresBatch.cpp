@@ -104,6 +104,10 @@ void PostgresBatch::scan(std::string_view account, Table table, std::string_view
         found.emplace(row->first.name, row->second.value);
         if (!row->second.value) ++gone;
     }
+    if (found.empty()) {
+        below().scan(account, table, prefix, after, limit, visitor);
+        return;
+    }
     const auto most = limit > SIZE_MAX - gone ? SIZE_MAX : limit + gone;
     below().scan(account, table, prefix, after, most, [&](std::string_view name, std::string_view value) {
         found.try_emplace(std::string(name), value);

@@ -5,7 +5,14 @@
 namespace zun::cloud {
 namespace {
 
-constexpr std::size_t rowsPerFetch = 1'000;
+// Rows that are fetched together: from few to many while they are small, so that large ones do not fill the memory.
+constexpr std::size_t fewRows = 64, manyRows = 1'000;
+constexpr std::size_t bytesPerFetch = 1 << 20;
+
+std::size_t rowsAfter(std::size_t rows, std::size_t bytes) {
+    const auto fitting = rows * bytesPerFetch / std::max<std::size_t>(bytes, 1);
+    return std::clamp<std::size_t>(std::min(fitting, 4 * rows), 1, manyRows);
+}
 // The numbers of types.
 constexpr std::uint64_t bytesType = 17, smallType = 21;
 
@@ -157,14 +164,20 @@ void PostgresConnection::scan(std::string_view account, Table table, std::string
     const auto kind = kindOf(table), end = endOfPrefix(prefix);
     std::string place(after < prefix ? prefix : after);
     const char* statement = after < prefix ? "scanFrom" : "scanAfter";
+    auto together = fewRows;
     while (limit > 0) {
-        const auto wanted = std::min(limit, rowsPerFetch);
+        const auto wanted = std::min(limit, together);
         const auto count = big<8>(wanted);
         const auto result = _link.ask(statement, {account, kind, place, end, count});
         const int rows = PQntuples(result.get());
-        for (int row = 0; row < rows; ++row)
-            if (!visitor(bytesAt(result.get(), row, 0), bytesAt(result.get(), row, 1))) return;
+        std::size_t bytes = 0;
+        for (int row = 0; row < rows; ++row) {
+            const auto value = bytesAt(result.get(), row, 1);
+            bytes += value.size();
+            if (!visitor(bytesAt(result.get(), row, 0), value)) return;
+        }
         if (static_cast<std::size_t>(rows) < wanted) return;
+        together = rowsAfter(wanted, bytes);
         place = bytesAt(result.get(), rows - 1, 0);
         statement = "scanAfter";
         limit -= wanted;
@@ -185,16 +198,20 @@ void PostgresConnection::erasePrefix(std::string_view account, Table table, std:
 
 void PostgresConnection::dump(const Storage::RowVisitor& visitor) {
     std::string account, kind = big<2>(0), name;
-    const auto count = big<8>(rowsPerFetch);
+    auto together = fewRows;
     while (true) {
+        const auto count = big<8>(together);
         const auto result = _link.ask("next", {account, kind, name, count});
         const int rows = PQntuples(result.get());
         if (rows == 0) return;
+        std::size_t bytes = 0;
         for (int row = 0; row < rows; ++row) {
-            const auto table = bytesAt(result.get(), row, 1);
+            const auto table = bytesAt(result.get(), row, 1), value = bytesAt(result.get(), row, 3);
+            bytes += value.size();
             visitor(bytesAt(result.get(), row, 0), static_cast<Table>(static_cast<unsigned char>(table[1])),
-                    bytesAt(result.get(), row, 2), bytesAt(result.get(), row, 3));
+                    bytesAt(result.get(), row, 2), value);
         }
+        together = rowsAfter(static_cast<std::size_t>(rows), bytes);
         account = bytesAt(result.get(), rows - 1, 0);
         kind = bytesAt(result.get(), rows - 1, 1);
         name = bytesAt(result.get(), rows - 1, 2);

@@ -170,6 +170,7 @@ TEST(Accounts, AreThrottledBothAsDevicesAndAsStrangers) {
     const auto refused = anna.ask<CKError>(FetchAccount{});
     EXPECT_EQ(refused.code, CKErrorCode::RequestRateLimited);
     EXPECT_DOUBLE_EQ(refused.retryAfter(), 0.5);
+    EXPECT_EQ(codeOf(world.ask(anna.token + ".another epoch", FetchAccount{})), 7) << "it is the same device";
     EXPECT_EQ(bert.codeOf(FetchAccount{}), 0) << "another one's haste is its own";
     world.environment.advance(std::chrono::milliseconds(500));
     EXPECT_EQ(anna.codeOf(FetchAccount{}), 0);

@@ -145,6 +145,40 @@ TEST(Feeds, SayOnceForADeviceThatATokenIsExpiredThenBeginAnew) {
     }
 }
 
+TEST(Feeds, OfManyZonesKeepWithinBounds) {
+    auto options = quickOptions();
+    options.limits.zonesPerAccount = 5;
+    options.limits.bytesPerPage = 1'000;
+    options.limits.bytesPerRequest = 4'000;
+    ServiceWorld world(std::make_unique<MemoryStorage>(), options);
+    const TestDevice device(world, "anna");
+    const auto zoneOf = [](int number) { return CKRecordZoneID{std::to_string(number), remindersZone.ownerName}; };
+    const auto zones = [&](const std::optional<Token>& token) {
+        return device.ask<DatabaseChanges>(FetchDatabaseChanges{DatabaseScope::Private, token});
+    };
+    const auto first = zones({}).token;
+    for (int number = 0; number < 12; ++number) {
+        device.makeZone(zoneOf(number));
+        EXPECT_EQ(device.codeOf(ModifyZones{DatabaseScope::Private, {}, {zoneOf(number)}}), 0);
+    }
+    EXPECT_EQ(device.codeOf(FetchDatabaseChanges{DatabaseScope::Private, first}), 21)
+        << "more were deleted than are remembered";
+    const auto now = zones({}).token;
+    FetchZoneChanges request{DatabaseScope::Private, {}};
+    for (int number = 0; number < 4; ++number) {
+        device.makeZone(zoneOf(number));
+        (void)device.save({makeRecord("r", std::string(1'500, 'x'), zoneOf(number))});
+        request.zones.push_back({zoneOf(number), {}});
+    }
+    EXPECT_EQ(zones(now).changed.size(), 4U);
+    const auto answer = device.ask<ZoneChanges>(request).zones;
+    for (int number = 0; number < 3; ++number)
+        EXPECT_EQ(answer.at(static_cast<std::size_t>(number)).changed.size(), 1U);
+    EXPECT_EQ(answer.at(3).error.value_or(CKError{}).code, CKErrorCode::LimitExceeded);
+    request.zones[1] = request.zones[0];
+    EXPECT_EQ(device.codeOf(request), 12) << "the same one twice";
+}
+
 TEST(Feeds, ForgetDeletionsAfterTheirTimeAndStayReadableFromTheStart) {
     auto options = quickOptions();
     options.limits.recordsPerPage = 2;

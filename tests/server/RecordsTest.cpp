@@ -199,6 +199,35 @@ TEST(Records, HaveLimits) {
     (void)device.remove({id("1"), id("2")});
     EXPECT_EQ(device.codeOf(third), 0);
     EXPECT_LE(device.ask<Account>(FetchAccount{}).usedBytes, 5'000U);
+    int code = 0;
+    for (int number = 5; number < 100 && code == 0; ++number) {
+        code = device.codeOf(
+            ModifyRecords{DatabaseScope::Private, SavePolicy::AllKeys, {makeRecord(std::to_string(number), "x")}, {}});
+        if (code == 0) (void)device.remove({id(std::to_string(number))});
+    }
+    EXPECT_EQ(code, 25) << "what was deleted takes room for ever";
+}
+
+TEST(Records, DoNotOutgrowTheirLimitKeyByKey) {
+    auto options = quickOptions();
+    options.limits.bytesPerRecord = 20'000;
+    ServiceWorld world(std::make_unique<MemoryStorage>(), options);
+    const TestDevice device(world, "anna");
+    device.makeZone();
+    const auto grow = [&](const char* name, const char* prefix, int keys, std::size_t bytes) {
+        auto record = makeRecord(name, "x");
+        for (int key = 0; key < keys; ++key)
+            record.setObject(prefix + std::to_string(key), CKRecordValue(std::string(bytes, 'x')));
+        const auto failed = codes(device.save({record}, SavePolicy::ChangedKeys));
+        return failed.empty() ? 0 : failed.begin()->second;
+    };
+    EXPECT_EQ(grow("long", "a", 1, 15'000), 0);
+    EXPECT_EQ(grow("long", "b", 1, 15'000), 27);
+    EXPECT_EQ(grow("long", "a", 1, 16'000), 0) << "another text for the same key";
+    EXPECT_EQ(grow("wide", "a", 400, 0), 0);
+    EXPECT_EQ(grow("wide", "b", 400, 0), 0);
+    EXPECT_EQ(grow("wide", "c", 400, 0), 27) << "it could not be read any more";
+    EXPECT_EQ(device.fetch({id("long"), id("wide")}).records.size(), 2U);
 }
 
 }  // namespace

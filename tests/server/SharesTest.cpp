@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "server/model/Administration.h"
+#include "server/model/Secrets.h"
 #include "support/ServiceWorld.h"
 
 namespace zun::cloud {
@@ -92,6 +93,46 @@ TEST_F(Shares, ShowAParticipantWhatWasSharedAndNothingElse) {
     const auto found = bert.ask<QueriedRecords>(QueryRecords{shared, annasZone(), "Reminder", {}});
     EXPECT_EQ(found.records.size(), 1U);
     EXPECT_THAT(accept(cleo, URL).failed, testing::SizeIs(1)) << "not invited";
+}
+
+TEST_F(Shares, TellNothingOfTheRestByTheirPages) {
+    (void)anna.save({makeRecord("a", "before all"), makeRecord("qr", "between"), makeRecord("z", "after all")});
+    for (const char* root : {"q", "r"})
+        (void)accept(bert, share(root, Permission::ReadOnly).shareDetails->URL);
+    world.options.limits.recordsPerPage = 1;
+    world.restart();
+    QueryRecords query{shared, annasZone(), "Reminder", {}};
+    std::vector<std::string> found;
+    int pages = 0;
+    do {
+        const auto page = bert.ask<QueriedRecords>(query);
+        for (const auto& record : page.records)
+            found.push_back(record.recordID.recordName);
+        const auto place = fromText(page.cursor).value_or("");
+        for (const char* unseen : {"a", "private", "qr", "z"})
+            EXPECT_FALSE(place.starts_with(unseen)) << place;
+        query.cursor = page.cursor;
+    } while (!query.cursor.empty() && ++pages < 10);
+    EXPECT_THAT(found, ElementsAre("q", "r"));
+}
+
+TEST_F(Shares, OfTooManyPeopleAreNotAccepted) {
+    const auto URL = share("r", Permission::ReadOnly).shareDetails->URL;
+    (void)accept(bert, share("q", Permission::ReadOnly).shareDetails->URL);
+    cleo.makeZone();
+    const auto saved =
+        cleo.save({makeRecord("c", "Cleo's"), [] {
+                       CKRecord record;
+                       record.recordType = CKRecordTypeShare;
+                       record.recordID = {"share of c", remindersZone};
+                       record.shareDetails = CKShareDetails{{"c", remindersZone}, {}, Permission::ReadOnly, {}};
+                       return record;
+                   }()});
+    world.options.limits.zonesPerAccount = 1;
+    world.restart();
+    const auto& other = saved.saved.at(1).shareDetails->URL;
+    EXPECT_EQ(accept(bert, other).failed.at(other).code, CKErrorCode::LimitExceeded);
+    EXPECT_THAT(accept(bert, URL).failed, IsEmpty()) << "another one of the same zone takes none";
 }
 
 TEST_F(Shares, LetParticipantsWriteAsTheirPermissionSays) {

@@ -11,6 +11,8 @@ namespace zun::cloud {
 inline constexpr std::size_t largestBody = 64u << 20;
 // Bytes of the names of records, zones, owners and fields. They are keys in every store, so they stay short.
 inline constexpr std::size_t longestName = 255;
+// Fields of a record. They are kept sorted as they come, which takes the square of their number at worst.
+inline constexpr std::size_t mostFields = 1'000;
 // Bytes of every other text outside of a record's fields: tokens, cursors, addresses, descriptions.
 inline constexpr std::size_t longestText = 4096;
 

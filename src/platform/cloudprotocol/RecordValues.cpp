@@ -115,6 +115,7 @@ bool read(JSONReader& from, RecordFields& fields, Text) {
     fields.reserve(usualFields);
     while (from.nextKey(name)) {
         if (name.empty() || name.size() > longestName) return from.fail("an unfit name");
+        if (fields.size() == mostFields) return from.fail("too many fields");
         auto* value = fields.add(name);
         if (!value) return from.fail("a field twice");
         if (!read(from, *value)) return false;
