@@ -17,6 +17,7 @@
 #include <deque>
 #include <thread>
 
+#include "server/http/HttpRules.h"
 #include "server/http/HttpSession.h"
 
 namespace zun::cloud {
@@ -52,7 +53,7 @@ void tune(stream_protocol::socket&) {}
 
 std::string nameOf(const tcp::socket& socket) {
     error_code ignored;
-    return socket.remote_endpoint(ignored).address().to_string(ignored);
+    return strangerOf(socket.remote_endpoint(ignored).address().to_string());
 }
 std::string nameOf(const stream_protocol::socket&) {
     return "local";
@@ -72,6 +73,8 @@ struct HttpFront::State {
     unsigned short listen(const std::string& address, HttpRole role);
     template <class Acceptor>
     asio::awaitable<void> accept(std::shared_ptr<Acceptor> acceptor, HttpRole role);
+    template <class TheSocket>
+    void serve(TheSocket socket, HttpRole role);
     asio::awaitable<void> checkStreams();
     void readCertificate();
     [[nodiscard]] asio::io_context& loopFor(HttpRole role);
@@ -178,12 +181,22 @@ asio::awaitable<void> HttpFront::State::accept(std::shared_ptr<Acceptor> accepto
             co_await rest.async_wait(asio::use_awaitable);
             continue;
         }
-        if (role == HttpRole::Service && shared->connectionCount() >= shared->options.connectionLimit) continue;
-        tune(socket);
-        auto peer = nameOf(socket);
-        startHttpSession(shared, Socket(std::move(socket)), std::move(peer), role,
-                         role == HttpRole::Service && tls ? &*tls : nullptr);
+        try {
+            serve(std::move(socket), role);
+        } catch (const std::exception& failure) {
+            // Out of memory, most likely. The next one may fare better.
+            shared->log(fmt::format("event=connection-refused reason=\"{}\"", failure.what()));
+        }
     }
+}
+
+template <class TheSocket>
+void HttpFront::State::serve(TheSocket socket, HttpRole role) {
+    auto peer = nameOf(socket);
+    if (role == HttpRole::Service && !shared->hasRoomFor(peer)) return;
+    tune(socket);
+    startHttpSession(shared, Socket(std::move(socket)), std::move(peer), role,
+                     role == HttpRole::Service && tls ? &*tls : nullptr);
 }
 
 asio::awaitable<void> HttpFront::State::checkStreams() {

@@ -30,9 +30,16 @@ struct HttpOptions {
     unsigned threads = 0;  // for connections; 0: as many as there are cores, and two that may wait for the storage
     std::size_t headerLimit = 16 << 10;
     std::size_t bodyLimit = 17 << 20;
+    // Longer ones are read of devices that are signed in only.
+    std::size_t strangersBodyLimit = 32 << 10;
+    // Of the longer ones that are under way together, both requests and answers. Who comes on top is to try again.
+    std::size_t bodiesLimit = 512 << 20;
     std::size_t connectionLimit = 10'000;
-    std::chrono::seconds requestTimeout{30};  // from its first byte to its last, and for the answer to be taken
-    std::chrono::seconds idleTimeout{120};    // between requests
+    // Of one other machine that is not known to be a proxy, so that it cannot have them all.
+    std::size_t connectionsOfOne = 2'000;
+    // For a body to come, and for an answer to be taken: a client waits no longer, and a slow line needs it.
+    std::chrono::seconds requestTimeout{60};
+    std::chrono::seconds idleTimeout{120};  // between requests
     std::chrono::seconds heartbeatInterval{25};
     std::chrono::seconds stopTimeout{20};  // for what was accepted
 };

@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <boost/asio/ip/address.hpp>
+#include <boost/asio/ip/network_v6.hpp>
 #include <charconv>
 
 #include "platform/cloudprotocol/MessageCodec.h"
@@ -57,6 +59,17 @@ std::optional<std::uint64_t> lastEventOf(std::string_view header) {
     const auto [stop, error] = std::from_chars(header.data(), end, number);
     if (header.empty() || error != std::errc() || stop != end) return std::nullopt;
     return number;
+}
+
+std::string strangerOf(std::string_view text) {
+    namespace ip = boost::asio::ip;
+    constexpr unsigned short bitsOfNetwork = 64;
+    boost::system::error_code error;
+    const auto address = ip::make_address(text, error);
+    if (error || !address.is_v6()) return std::string(text);
+    const auto known = address.to_v6();
+    if (known.is_v4_mapped()) return ip::make_address_v4(ip::v4_mapped, known).to_string();
+    return ip::network_v6(known, bitsOfNetwork).canonical().to_string();
 }
 
 std::string openedEvent(std::uint64_t lastNumber, bool hasGap) {

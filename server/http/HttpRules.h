@@ -18,6 +18,10 @@ namespace zun::cloud {
 // The number that a stream goes on from; nothing if it is none.
 [[nodiscard]] std::optional<std::uint64_t> lastEventOf(std::string_view header);
 
+// By what strangers are told apart: an address, but of IPv6 the network, since whoever has one address there has all of
+// its network.
+[[nodiscard]] std::string strangerOf(std::string_view address);
+
 // The events of a push stream: that it is open, and each push.
 [[nodiscard]] std::string openedEvent(std::uint64_t lastNumber, bool hasGap);
 [[nodiscard]] std::string pushEvent(const Push& push);

@@ -36,6 +36,8 @@ constexpr std::string_view versionHeader = "Zun-Protocol";
 constexpr double slowSeconds = 1;
 // For the other side to say goodbye, too.
 constexpr std::chrono::milliseconds farewell(300);
+constexpr std::chrono::seconds patienceWithTalkers(2);
+constexpr double retryWhenFull = 2;
 // A receiver that is so far behind reads the rest when it comes back.
 constexpr std::size_t pushesWaiting = 1'000;
 constexpr std::size_t bufferKept = 64 << 10;
@@ -84,7 +86,7 @@ class Session final : public HttpConnection, public std::enable_shared_from_this
     ~Session() override { _shared->remove(this); }
 
     void start() {
-        _shared->add(this->shared_from_this());
+        _shared->add(this->shared_from_this(), _peer);
         asio::co_spawn(
             executor(), [self = this->shared_from_this()] { return self->run(); }, asio::detached);
     }
@@ -129,9 +131,17 @@ class Session final : public HttpConnection, public std::enable_shared_from_this
         error_code error;
         _isIdle = _buffer.size() == 0;
         _buffer.reserve(bufferAtFirst);
-        lowest().expires_after(_shared->options.idleTimeout);
+        const auto& how = _shared->options;
+        lowest().expires_after(std::exchange(_isNew, false) ? how.requestTimeout : how.idleTimeout);
         co_await http::async_read_header(_stream, _buffer, parser, asio::redirect_error(asio::use_awaitable, error));
         _isIdle = false;
+        RoomForBodies::Part room;
+        if (!error) {
+            if (const auto refused = co_await makeRoom(parser, room)) {
+                co_await hangUp(*refused);
+                co_return false;
+            }
+        }
         lowest().expires_after(_shared->options.requestTimeout);
         if (!error && asView(parser.get()[http::field::expect]) == "100-continue") co_await sendContinue();
         if (!error)
@@ -151,6 +161,43 @@ class Session final : public HttpConnection, public std::enable_shared_from_this
         co_return co_await answerRequest(request);
     }
 
+    // What strangers send is kept short, and what devices send together has a limit. The part is kept until the request
+    // is answered.
+    asio::awaitable<OptionalError> makeRoom(const http::request_parser<http::string_body>& parser,
+                                            RoomForBodies::Part& part) {
+        const auto length = parser.content_length();
+        const auto bytes = parser.chunked() ? _shared->options.bodyLimit : length ? *length : 0;
+        if (bytes <= _shared->options.strangersBodyLimit) co_return std::nullopt;
+        if (_role == HttpRole::Health) co_return makeError(CKErrorCode::LimitExceeded, "the request is too large");
+        lowest().expires_never();
+        auto known = std::make_shared<Handover<OptionalError>>(executor());
+        _shared->service.authenticate(bearerOf(asView(parser.get()[http::field::authorization])),
+                                      [known](OptionalError error) { known->give(std::move(error)); });
+        auto refused = co_await Handover<OptionalError>::take(known);
+        if (refused) co_return refused;
+        part = _shared->bodies.take(bytes);
+        if (!part) co_return noRoom();
+        co_return std::nullopt;
+    }
+
+    static CKError noRoom() {
+        auto error = makeError(CKErrorCode::ServiceUnavailable, "too much is under way");
+        error.userInfo.CKErrorRetryAfterKey = retryWhenFull;
+        return error;
+    }
+
+    // Refuses what has not been read yet. Who still talks when the connection ends may not hear why, so the rest is
+    // listened to for a while.
+    asio::awaitable<void> hangUp(CKError why) {
+        co_await sendError(std::move(why), false);
+        std::array<char, 4'096> rest{};
+        error_code error;
+        if constexpr (!isTls) lowest().socket().shutdown(Socket::shutdown_send, error);
+        lowest().expires_after(patienceWithTalkers);
+        while (!error)
+            co_await _stream.async_read_some(asio::buffer(rest), asio::redirect_error(asio::use_awaitable, error));
+    }
+
     asio::awaitable<void> sendContinue() {
         http::response<http::empty_body> response(http::status::continue_, 11);
         co_await http::async_write(_stream, response, asio::use_awaitable);
@@ -158,7 +205,7 @@ class Session final : public HttpConnection, public std::enable_shared_from_this
 
     asio::awaitable<void> answerBroken(error_code error) {
         if (error == http::error::body_limit) {
-            co_await sendError(makeError(CKErrorCode::LimitExceeded, "the request is too large"), false);
+            co_await hangUp(makeError(CKErrorCode::LimitExceeded, "the request is too large"));
         } else if (error.category() == make_error_code(http::error::bad_method).category() &&
                    error != http::error::end_of_stream && error != http::error::partial_message) {
             co_await sendError(makeError(CKErrorCode::InvalidArguments, "this is not HTTP as it is understood here"),
@@ -171,7 +218,6 @@ class Session final : public HttpConnection, public std::enable_shared_from_this
     asio::awaitable<bool> answerRequest(HttpRequest& request) {
         const auto start = steady_clock::now();
         const bool goesOn = request.keep_alive() && !_shared->isStopping;
-        const auto version = asView(request[versionHeader]);
         const auto path = pathInProtocol(asView(request.target()));
         std::string_view known = "-";
         Answer answer;
@@ -179,9 +225,8 @@ class Session final : public HttpConnection, public std::enable_shared_from_this
             answer = makeError(CKErrorCode::UnknownItem, "there is nothing here");
         } else if (request.method() != http::verb::post) {
             answer = makeError(CKErrorCode::InvalidArguments, "requests are posted");
-        } else if (!version.empty() && version != std::to_string(protocolVersion)) {
-            answer = makeError(CKErrorCode::IncompatibleVersion,
-                               fmt::format("this service speaks version {}", protocolVersion));
+        } else if (auto incompatible = whyNotSpeak(request)) {
+            answer = std::move(*incompatible);
         } else {
             auto decoded = decodeRequest(*path, request.body());
             if (auto* malformed = std::get_if<Malformed>(&decoded)) {
@@ -204,6 +249,13 @@ class Session final : public HttpConnection, public std::enable_shared_from_this
         co_return goesOn;
     }
 
+    static OptionalError whyNotSpeak(const HttpRequest& request) {
+        const auto version = asView(request[versionHeader]);
+        if (version.empty() || version == std::to_string(protocolVersion)) return std::nullopt;
+        return makeError(CKErrorCode::IncompatibleVersion,
+                         fmt::format("this service speaks version {}", protocolVersion));
+    }
+
     std::string peerOf(const HttpRequest& request) const {
         if (!_shared->options.isBehindProxy) return _peer;
         const auto forwarded = asView(request["X-Forwarded-For"]);
@@ -211,7 +263,7 @@ class Session final : public HttpConnection, public std::enable_shared_from_this
         auto last = comma == std::string_view::npos ? forwarded : forwarded.substr(comma + 1);
         while (last.starts_with(' '))
             last.remove_prefix(1);
-        return last.empty() ? _peer : std::string(last.substr(0, 64));
+        return last.empty() ? _peer : strangerOf(last.substr(0, 64));
     }
 
     asio::awaitable<Answer> ask(std::string token, std::string peer, Request request) {
@@ -226,6 +278,14 @@ class Session final : public HttpConnection, public std::enable_shared_from_this
     }
 
     asio::awaitable<std::pair<unsigned, std::size_t>> send(const Answer& answer, bool goesOn) {
+        auto body = encode(answer);
+        RoomForBodies::Part room;
+        if (body.size() > _shared->options.strangersBodyLimit) {
+            room = _shared->bodies.take(body.size());
+            // What was written must not look as if it was not.
+            if (!room && !std::holds_alternative<ModifiedRecords>(answer))
+                co_return co_await send(Answer(noRoom()), goesOn);
+        }
         const auto* error = std::get_if<CKError>(&answer);
         const unsigned status = error ? statusOf(error->code) : 200;
         HttpResponse response(static_cast<http::status>(status), 11);
@@ -234,7 +294,7 @@ class Session final : public HttpConnection, public std::enable_shared_from_this
         response.set(http::field::cache_control, "no-store");
         if (error && error->userInfo.CKErrorRetryAfterKey)
             response.set(http::field::retry_after, std::to_string(static_cast<int>(error->retryAfter()) + 1));
-        response.body() = encode(answer);
+        response.body() = std::move(body);
         const auto bytes = response.body().size();
         ++(status >= 500 ? _shared->failed : _shared->answered);
         co_await write(response, goesOn);
@@ -298,6 +358,10 @@ class Session final : public HttpConnection, public std::enable_shared_from_this
 
     asio::awaitable<void> streamPushes(const HttpRequest& request) {
         using namespace asio::experimental::awaitable_operators;
+        if (auto incompatible = whyNotSpeak(request)) {
+            co_await sendError(std::move(*incompatible), false);
+            co_return;
+        }
         auto queue = std::make_shared<PushQueue>(executor());
         queue->weak = queue;
         auto opened = co_await open(bearerOf(asView(request[http::field::authorization])),
@@ -350,7 +414,7 @@ class Session final : public HttpConnection, public std::enable_shared_from_this
     const HttpRole _role;
     Stream _stream;
     beast::flat_buffer _buffer;
-    bool _isIdle = false, _isFinishing = false;
+    bool _isNew = true, _isIdle = false, _isFinishing = false;
 };
 
 }  // namespace

@@ -36,6 +36,20 @@ class Latencies {
     std::atomic<std::uint64_t> _microseconds{0};
 };
 
+// Memory for the bodies that are under way. Any thread; outlives the parts that were taken.
+class RoomForBodies {
+  public:
+    // Given back when it ends.
+    using Part = std::shared_ptr<void>;
+
+    explicit RoomForBodies(std::size_t bytes) : _left(bytes) {}
+    // Null where there is not so much left.
+    [[nodiscard]] Part take(std::size_t bytes);
+
+  private:
+    std::atomic<std::size_t> _left;
+};
+
 class HttpConnection {
   public:
     virtual ~HttpConnection() = default;
@@ -55,8 +69,11 @@ struct HttpShared {
     std::atomic<bool> isStopping{false};
     std::atomic<std::uint64_t> answered{0}, failed{0};
     Latencies latencies;
+    RoomForBodies bodies{options.bodiesLimit};
 
-    void add(const std::shared_ptr<HttpConnection>& connection);
+    // Whether another connection of this peer may come.
+    [[nodiscard]] bool hasRoomFor(const std::string& peer);
+    void add(const std::shared_ptr<HttpConnection>& connection, const std::string& peer);
     void remove(const HttpConnection* connection);
     [[nodiscard]] std::size_t connectionCount();
     // Those that are open now.
@@ -64,7 +81,12 @@ struct HttpShared {
 
   private:
     std::mutex _mutex;
-    std::map<const HttpConnection*, std::weak_ptr<HttpConnection>> _connections;
+    struct Connection {
+        std::weak_ptr<HttpConnection> connection;
+        std::string peer;
+    };
+    std::map<const HttpConnection*, Connection> _connections;
+    std::map<std::string, std::size_t> _countByPeer;
 };
 
 enum class HttpRole { Service, Health };

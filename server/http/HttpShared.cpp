@@ -25,14 +25,36 @@ std::string Latencies::text(std::string_view name) const {
     return text;
 }
 
-void HttpShared::add(const std::shared_ptr<HttpConnection>& connection) {
+RoomForBodies::Part RoomForBodies::take(std::size_t bytes) {
+    auto left = _left.load();
+    do {
+        if (bytes > left) return nullptr;
+    } while (!_left.compare_exchange_weak(left, left - bytes));
+    return {this, [bytes](RoomForBodies* of) { of->_left += bytes; }};
+}
+
+bool HttpShared::hasRoomFor(const std::string& peer) {
+    // Behind these there may be any number of others.
+    const bool isOne = !options.isBehindProxy && peer != "local" && !peer.starts_with("127.") && peer != "::/64";
     std::lock_guard lock(_mutex);
-    _connections.emplace(connection.get(), connection);
+    if (_connections.size() >= options.connectionLimit) return false;
+    const auto known = _countByPeer.find(peer);
+    return !isOne || known == _countByPeer.end() || known->second < options.connectionsOfOne;
+}
+
+void HttpShared::add(const std::shared_ptr<HttpConnection>& connection, const std::string& peer) {
+    std::lock_guard lock(_mutex);
+    _connections.emplace(connection.get(), Connection{connection, peer});
+    ++_countByPeer[peer];
 }
 
 void HttpShared::remove(const HttpConnection* connection) {
     std::lock_guard lock(_mutex);
-    _connections.erase(connection);
+    const auto known = _connections.find(connection);
+    if (known == _connections.end()) return;
+    const auto count = _countByPeer.find(known->second.peer);
+    if (--count->second == 0) _countByPeer.erase(count);
+    _connections.erase(known);
 }
 
 std::size_t HttpShared::connectionCount() {
@@ -43,8 +65,8 @@ std::size_t HttpShared::connectionCount() {
 std::vector<std::shared_ptr<HttpConnection>> HttpShared::connections() {
     std::vector<std::shared_ptr<HttpConnection>> open;
     std::lock_guard lock(_mutex);
-    for (const auto& [address, connection] : _connections)
-        if (auto found = connection.lock()) open.push_back(std::move(found));
+    for (const auto& [address, known] : _connections)
+        if (auto found = known.connection.lock()) open.push_back(std::move(found));
     return open;
 }
 

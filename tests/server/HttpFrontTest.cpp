@@ -16,6 +16,7 @@
 
 #include "platform/cloudprotocol/MessageCodec.h"
 #include "server/http/HttpFront.h"
+#include "server/http/HttpRules.h"
 #include "server/http/SideThreads.h"
 #include "support/ServiceWorld.h"
 #include "support/TemporaryFolder.h"
@@ -193,6 +194,45 @@ TEST_F(Http, RefusesWhatIsTooLargeTooLongOrNoHttp) {
     const auto slow = connect();
     slow->say("POST /v1/zones/fetch HTTP/1.1\r\nContent-Length: 10\r\n\r\n");
     EXPECT_EQ(slow->rest(), "") << "who does not go on is hung up on";
+}
+
+TEST_F(Http, ReadsLongBodiesOfItsDevicesOnlyAndNotTooManyAtOnce) {
+    const TestDevice device(world, "anna");
+    device.makeZone();
+    HttpOptions options;
+    options.bodiesLimit = 40'000;
+    start(options);
+    const auto begin = [&](const std::string& token, const std::string& length) {
+        auto client = connect();
+        client->say("POST /v1/records/modify HTTP/1.1\r\nAuthorization: Bearer " + token + "\r\n" + length +
+                    "\r\n\r\n");
+        return client;
+    };
+    for (const auto& token : {std::string(), std::string("nobody"), device.token + "x"})
+        for (const auto* length : {"Content-Length: 40000", "Transfer-Encoding: chunked"})
+            EXPECT_THAT(begin(token, length)->answer(), StartsWith("HTTP/1.1 401 ")) << "before any of it was sent";
+    const Request save =
+        ModifyRecords{DatabaseScope::Private, SavePolicy::AllKeys, {makeRecord("r", std::string(35'000, 'x'))}, {}};
+    const auto body = encode(save);
+    const auto first =
+        begin(device.token, "Content-Length: " + std::to_string(body.size()) + "\r\nExpect: 100-continue");
+    EXPECT_THAT(first->until("\r\n\r\n"), StartsWith("HTTP/1.1 100 "));
+    const auto second = connect();
+    second->say(posted(device.token, save));
+    EXPECT_THAT(second->answer(), testing::AllOf(StartsWith("HTTP/1.1 503 "), HasSubstr("Retry-After")));
+    first->say(body);
+    EXPECT_THAT(first->answer(), StartsWith("HTTP/1.1 200 "));
+    first->say(posted(device.token, save));
+    EXPECT_THAT(first->answer(), StartsWith("HTTP/1.1 200 ")) << "the room was given back";
+}
+
+TEST(HttpRules, TellStrangersApartByWhatTheyCannotChooseFreely) {
+    for (const auto& [address, stranger] : {std::pair("192.0.2.7", "192.0.2.7"),
+                                            {"::ffff:192.0.2.7", "192.0.2.7"},
+                                            {"2001:db8:1:2:3:4:5:6", "2001:db8:1:2::/64"},
+                                            {"2001:db8:1:2::1", "2001:db8:1:2::/64"},
+                                            {"no address", "no address"}})
+        EXPECT_EQ(strangerOf(address), stranger);
 }
 
 TEST_F(Http, CarriesPushesAsEventsThatCanBeResumed) {
