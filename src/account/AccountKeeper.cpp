@@ -110,7 +110,19 @@ void AccountKeeper::setServiceEpoch(const std::string& epoch) {
         account = _account;
     }
     static_cast<void>(_file.write(*account));  // without it the epoch is learned once more
-    followEpoch(*account);
+    followService(*account);
+}
+
+void AccountKeeper::setCertificateFingerprint(const std::string& serviceURL, const std::string& fingerprint) {
+    std::optional<StoredAccount> account;
+    {
+        const std::lock_guard lock(_mutex);
+        if (!_account || _account->serviceURL != serviceURL) return;
+        _account->certificateFingerprint = fingerprint;
+        account = _account;
+    }
+    static_cast<void>(_file.write(*account));  // without it the person is asked once more
+    followService(*account);
 }
 
 void AccountKeeper::reload() {
@@ -130,16 +142,17 @@ void AccountKeeper::reload() {
             isSame = true;
         }
     }
-    if (isSame) return followEpoch(*account);
+    if (isSame) return followService(*account);
     become(account, std::nullopt);
     if (account) findSecret(*account);
 }
 
-void AccountKeeper::followEpoch(const StoredAccount& account) {
+void AccountKeeper::followService(const StoredAccount& account) {
     auto session = _session.currentSession();
-    if (!session || session->accountID != account.accountID || session->serviceEpoch == account.serviceEpoch) return;
-    _epochs.postNotificationName(epochWillChange, &account);
+    if (!session || session->accountID != account.accountID) return;
+    if (session->serviceEpoch != account.serviceEpoch) _epochs.postNotificationName(epochWillChange, &account);
     session->serviceEpoch = account.serviceEpoch;
+    session->certificateFingerprint = account.certificateFingerprint;
     _session.setSession(std::move(session));
 }
 
@@ -154,7 +167,9 @@ void AccountKeeper::findSecret(const StoredAccount& account) {
 
 void AccountKeeper::become(std::optional<StoredAccount> account, const std::optional<Secret>& secret) {
     std::optional<CloudSession> session;
-    if (account && secret) session = CloudSession{account->accountID, secret->text, account->serviceEpoch};
+    if (account && secret)
+        session =
+            CloudSession{account->accountID, secret->text, account->serviceEpoch, account->certificateFingerprint};
     {
         const std::lock_guard lock(_mutex);
         _account = std::move(account);

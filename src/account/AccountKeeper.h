@@ -48,6 +48,9 @@ class AccountKeeper final : public CloudSessionSource {
     void signedOut();
     // What the service says by now. Another one is a change of the session.
     void setServiceEpoch(const std::string& epoch);
+    // The person accepts another certificate of the service, or one that is vouched for (empty). A change of the
+    // session if that is still the service. Blocks on the disk.
+    void setCertificateFingerprint(const std::string& serviceURL, const std::string& fingerprint);
     // Another program may have signed in or out: reads the file again, and the secret if it is another account's.
     void reload();
     // Blocks until the keyring has answered to what was asked of it so far. Not on the queue.
@@ -55,7 +58,7 @@ class AccountKeeper final : public CloudSessionSource {
     [[nodiscard]] const std::filesystem::path& file() const { return _file.path(); }
 
   private:
-    void followEpoch(const StoredAccount& account);
+    void followService(const StoredAccount& account);
     void findSecret(const StoredAccount& account);
     void become(std::optional<StoredAccount> account, const std::optional<Secret>& secret);
 

@@ -108,6 +108,22 @@ std::string sentenceAbout(const CKError& error) {
     }
 }
 
+namespace {
+
+// The service may have got another certificate since somebody signed in.
+void explainCertificate(CommandContext& context, CloudAccess& cloud) {
+    const auto account = cloud.keeper.state().account;
+    if (!account || !account->serviceURL.starts_with("https://")) return;
+    const auto shown = cloud.untrustedFingerprint(account->serviceURL);
+    if (!shown || *shown == account->certificateFingerprint) return;
+    context.fail(
+        "The service shows a certificate that was not accepted. If its host tells you the same fingerprint, sign in "
+        "again with: --trust " +
+        *shown);
+}
+
+}  // namespace
+
 int createAccountCommand(CommandContext& context, CloudAccess& cloud, const AccountOptions& options) {
     return enter(context, cloud, options, [&](ServiceAddress service, const std::string& password, auto done) {
         const auto& shownName = options.displayName.empty() ? options.name : options.displayName;
@@ -193,7 +209,9 @@ int syncCommand(CommandContext& context, CloudAccess& cloud) {
     if (ending == SyncOutcome::Ending::Done) return ExitStatus::done;
     if (error && error->code == CKErrorCode::NotAuthenticated)
         return context.fail("The service does not know this device any more. Sign in again: zunctl account login.");
-    return context.fail(error ? sentenceAbout(*error) : std::string(sentenceAbout(ending)));
+    context.fail(error ? sentenceAbout(*error) : std::string(sentenceAbout(ending)));
+    if (error && error->code == CKErrorCode::NetworkFailure) explainCertificate(context, cloud);
+    return ExitStatus::notPossible;
 }
 
 int conflictsCommand(CommandContext& context) {

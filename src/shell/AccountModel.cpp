@@ -25,16 +25,6 @@ AccountModel::~AccountModel() {
     _blocks.wait();
 }
 
-template <typename... Values>
-std::function<void(const Values&...)> AccountModel::onMain(
-    std::type_identity_t<std::function<void(const Values&...)>> block) const {
-    return [main = _with.dispatch.main(), life = std::weak_ptr(_life), block](const Values&... values) {
-        main->async([life, block, values...] {
-            if (life.lock()) block(values...);
-        });
-    };
-}
-
 bool AccountModel::isSignedIn() const {
     const auto state = account();
     return state.account && state.secretPlace;
@@ -53,6 +43,7 @@ void AccountModel::accountChanged() {
         _report = {};
         _devices.reset();
         _devicesProblem.clear();
+        _refusedFingerprint.clear();
     }
     changed();
 }
@@ -89,102 +80,6 @@ void AccountModel::forgetNotice() {
 void AccountModel::ask(std::function<void(AccountClient&, Done)> question, Done then) {
     _blocks.async(*_queue, [&client = _with.client, question = std::move(question),
                             done = onMain<OptionalError>(std::move(then))] { question(client, done); });
-}
-
-// ---- signing in
-
-void AccountModel::signIn(const Entry& entry) {
-    if (isBusy()) return;
-    enter(entry, cloud::SignIn{entry.name, entry.password, _with.deviceName});
-}
-
-void AccountModel::createAccount(const Entry& entry, const NewAccount& details) {
-    if (isBusy()) return;
-    if (entry.password.size() < shortestPassword) return complain("Account_Error_Password_Rules");
-    if (entry.password != details.repeatedPassword) return complain("Account_Error_Passwords_Differ");
-    enter(entry, cloud::CreateAccount{entry.name, details.displayName.empty() ? entry.name : details.displayName,
-                                      details.emailAddress, entry.password, details.invitation, _with.deviceName});
-}
-
-void AccountModel::enter(const Entry& entry, std::variant<cloud::SignIn, cloud::CreateAccount> request) {
-    const auto url = AccountClient::serviceURL(entry.address);
-    if (!url) return complain("Account_Error_Address");
-    if (entry.name.empty()) return complain("Account_Error_No_Name");
-    if (entry.password.empty()) return complain("Account_Error_No_Password");
-    _attempt = Attempt{{*url, {}}, std::move(request)};
-    // A certificate that was agreed to need not be asked about again.
-    if (const auto known = account().account; known && known->serviceURL == *url)
-        _attempt->service.certificateFingerprint = known->certificateFingerprint;
-    attempt();
-}
-
-void AccountModel::attempt() {
-    _question.reset();
-    const bool isNew = std::holds_alternative<cloud::CreateAccount>(_attempt->request);
-    begin(isNew ? AccountWork::CreatingAccount : AccountWork::SigningIn);
-    ask(
-        [tried = *_attempt](AccountClient& client, Done done) {
-            if (const auto* account = std::get_if<cloud::CreateAccount>(&tried.request))
-                return client.createAccount(tried.service, *account, std::move(done));
-            client.signIn(tried.service, std::get<cloud::SignIn>(tried.request), std::move(done));
-        },
-        [this](const OptionalError& error) { attemptEnded(error); });
-}
-
-void AccountModel::attemptEnded(const OptionalError& error) {
-    const bool mayBeCertificate = error && error->code == CKErrorCode::NetworkFailure &&
-                                  _attempt->service.URL.starts_with("https://") && _with.fetchCertificate;
-    if (mayBeCertificate) return lookAtCertificate(*error);
-    _attempt.reset();
-    endWith(error, {});
-    if (!error) {
-        _with.settings.setShouldUseCloudKit(true);
-        _with.settings.save();
-        readSyncReport();
-        syncNow();
-    }
-}
-
-// Nothing was sent to a service that showed a certificate which was not accepted; but what came to the client is only
-// that the connection failed.
-void AccountModel::lookAtCertificate(const CKError& error) {
-    using Answer = std::optional<OfferedCertificate>;
-    auto done = onMain<Answer>([this, error](const Answer& offered) { certificateCame(error, offered); });
-    _with.dispatch.concurrent(QualityOfService::UserInitiated)
-        ->async([fetch = _with.fetchCertificate, url = _attempt->service.URL, done = std::move(done)] {
-            const auto answer = fetch(url);
-            const auto* offered = std::get_if<OfferedCertificate>(&answer);
-            done(offered ? Answer(*offered) : std::nullopt);
-        });
-}
-
-void AccountModel::certificateCame(const CKError& error, const std::optional<OfferedCertificate>& certificate) {
-    auto& accepted = _attempt->service.certificateFingerprint;
-    const bool isNews = certificate && (certificate->isVouchedFor ? !accepted.empty()  //
-                                                                  : accepted != certificate->fingerprint);
-    if (!isNews) {
-        _attempt.reset();
-        return endWith(error, {});
-    }
-    if (certificate->isVouchedFor) {
-        accepted.clear();
-        return attempt();
-    }
-    _question = CertificateQuestion{_attempt->service.URL, *certificate, !accepted.empty()};
-    end(std::nullopt);
-}
-
-void AccountModel::acceptCertificate() {
-    if (isBusy() || !_question) return;
-    _attempt->service.certificateFingerprint = _question->certificate.fingerprint;
-    attempt();
-}
-
-void AccountModel::refuseCertificate() {
-    if (!_question) return;
-    _question.reset();
-    _attempt.reset();
-    changed();
 }
 
 // ---- the account
@@ -279,6 +174,7 @@ void AccountModel::readSyncReport() {
     auto done = onMain<AccountSyncReport>([this](const AccountSyncReport& report) {
         _report = report;
         changed();
+        lookWhetherCertificateChanged();
     });
     _blocks.async(*_queue, [read = _with.syncReport, done = std::move(done)] { done(read()); });
     changed();

@@ -7,7 +7,7 @@
 //   signed out --signIn, createAccount--> signed in --signOut, deleteAccount--> signed out
 //        |  ^                                ^
 //        v  | refuseCertificate()            | acceptCertificate()
-//      a certificate that nobody vouches for, with its question
+//      a certificate that nobody vouches for, with its question; also while signed in, when the service has another
 //
 // Made once and outlives the windows that show it, so that one can be closed and opened again meanwhile. Main thread;
 // observers are called there. The network, the keyring, the store and files are left to queues; nothing here blocks but
@@ -150,8 +150,12 @@ class AccountModel final : public KeyValueObservable {
     void enter(const Entry& entry, std::variant<cloud::SignIn, cloud::CreateAccount> request);
     void attempt();
     void attemptEnded(const OptionalError& error);
-    void lookAtCertificate(const CKError& error);
-    void certificateCame(const CKError& error, const std::optional<OfferedCertificate>& certificate);
+    using Offered = std::optional<OfferedCertificate>;
+    [[nodiscard]] static bool isNews(const OfferedCertificate& offered, const std::string& accepted);
+    void lookAtCertificate(const std::string& URL, std::function<void(const Offered&)> then);
+    void lookWhetherCertificateChanged();
+    void tryWithCertificate(const std::string& fingerprint);
+    void keepCertificate(std::string serviceURL, const std::string& fingerprint);
     void accountChanged();
     void writeExport(const std::string& file, const std::vector<std::string>& lines);
 
@@ -162,6 +166,8 @@ class AccountModel final : public KeyValueObservable {
     std::optional<Notice> _notice;
     std::optional<Attempt> _attempt;
     std::optional<CertificateQuestion> _question;
+    bool _isLooking = false;          // at the certificate of the service that is signed in to
+    std::string _refusedFingerprint;  // what it showed there, and need not be asked again
     AccountSyncReport _report;
     std::optional<std::vector<cloud::Device>> _devices;
     std::string _devicesProblem;
@@ -171,5 +177,15 @@ class AccountModel final : public KeyValueObservable {
     std::vector<Observation> _observations;
     BlocksUnderWay _blocks;
 };
+
+template <typename... Values>
+std::function<void(const Values&...)> AccountModel::onMain(
+    std::type_identity_t<std::function<void(const Values&...)>> block) const {
+    return [main = _with.dispatch.main(), life = std::weak_ptr(_life), block](const Values&... values) {
+        main->async([life, block, values...] {
+            if (life.lock()) block(values...);
+        });
+    };
+}
 
 }  // namespace zun

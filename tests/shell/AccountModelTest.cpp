@@ -181,6 +181,47 @@ TEST_F(AccountModelTest, ACertificateThatNobodyVouchesForIsTakenOnlyAfterAgreeme
     EXPECT_THAT(lookedAt, IsEmpty()) << "there is none without encryption";
 }
 
+TEST_F(AccountModelTest, AServiceWithAnotherCertificateIsAskedAboutWhileSignedIn) {
+    signIn(model);
+    report.lastEnding = AccountSyncReport::Ending::Failed;
+    report.lastError = CKError{CKErrorCode::NetworkFailure, "the handshake failed", {}};
+    certificate = OfferedCertificate{"AA:BB", "CN = cloud", "CN = cloud", "2027", false};
+    const auto passFails = [this] {
+        sync.set(false);
+        settle();
+    };
+    passFails();
+    ASSERT_TRUE(model.certificateQuestion());
+    EXPECT_FALSE(model.certificateQuestion()->hasChanged) << "an authority vouched for the former";
+    model.refuseCertificate();
+    passFails();
+    EXPECT_FALSE(model.certificateQuestion()) << "it was refused";
+    EXPECT_EQ(keeper.currentSession()->certificateFingerprint, "");
+
+    certificate->fingerprint = "CC:DD";
+    passFails();
+    ASSERT_TRUE(model.certificateQuestion());
+    const int before = sync.passes;
+    model.acceptCertificate();
+    settle();
+    EXPECT_FALSE(model.certificateQuestion());
+    EXPECT_EQ(sync.passes, before + 1);
+    EXPECT_EQ(keeper.currentSession()->certificateFingerprint, "CC:DD");
+    keeper.reload();
+    EXPECT_EQ(keeper.state().account->certificateFingerprint, "CC:DD") << "it is kept";
+
+    passFails();
+    EXPECT_FALSE(model.certificateQuestion()) << "it fails for another reason";
+    certificate->isVouchedFor = true;
+    passFails();
+    EXPECT_FALSE(model.certificateQuestion());
+    EXPECT_EQ(keeper.currentSession()->certificateFingerprint, "") << "an authority has taken it over";
+    lookedAt.clear();
+    report.lastEnding = AccountSyncReport::Ending::Unreachable;
+    passFails();
+    EXPECT_THAT(lookedAt, IsEmpty());
+}
+
 TEST_F(AccountModelTest, SigningOutIsDoneHereWhateverTheServiceSays) {
     signIn(model);
     refusal = CKError{CKErrorCode::NetworkUnavailable, "", {}};

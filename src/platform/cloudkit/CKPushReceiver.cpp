@@ -54,8 +54,10 @@ void CKPushReceiver::follow() {
     const std::scoped_lock lock(_mutex);
     const auto session = _sessions.currentSession();
     const auto token = session ? session->deviceToken : std::string();
-    if (token == _deviceToken) return;
+    const auto certificate = session ? session->certificateFingerprint : std::string();
+    if (token == _deviceToken && certificate == _certificateFingerprint) return;
     _deviceToken = token;
+    _certificateFingerprint = certificate;
     _stream.reset();
     if (token.empty()) return;
     const auto post = [shared = _shared](const CKNotification& notification) {

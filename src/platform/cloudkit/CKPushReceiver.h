@@ -37,7 +37,7 @@ class CKPushReceiver {
     CloudSessionSource& _sessions;
     const std::shared_ptr<Shared> _shared;
     std::mutex _mutex;
-    std::string _deviceToken;  // of the open stream
+    std::string _deviceToken, _certificateFingerprint;  // of the open stream
     std::unique_ptr<CloudPushStream> _stream;
     Observation _observation;
 };

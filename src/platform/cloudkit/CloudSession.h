@@ -18,6 +18,8 @@ struct CloudSession {
     // The state of the service that this device has taken in; empty before the first. With each request goes whose
     // state it builds on, so that a service which was set back is never taken for the former.
     std::string serviceEpoch = {};
+    // As in ServiceAddress. What is open to a service whose certificate has changed is to be opened anew.
+    std::string certificateFingerprint = {};
 
     [[nodiscard]] std::string credential() const {
         return serviceEpoch.empty() ? deviceToken : deviceToken + "." + serviceEpoch;
