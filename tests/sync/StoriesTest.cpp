@@ -223,6 +223,30 @@ TEST(Stories, AChangeWhosePushWasCutOffGoesUpAfterTheRestart) {
     }
 }
 
+// No check would find out later: only the feed tells that a completed one is gone.
+TEST(Stories, ADeletionElsewhereOutlivesTheEndOfTheProgramAtAnyMomentOfItsArrival) {
+    bool wasStruck = true;
+    for (std::uint64_t call = 1; wasStruck; ++call) {
+        SCOPED_TRACE(call);
+        TwoDevices world;
+        const auto milk = world.desk.create("milk");
+        world.desk.complete(milk);
+        world.expectAgreement();
+        world.desk.setOnline(false);
+        world.lap.remove(milk);
+        world.settle();
+        // So that no push names it either.
+        world.desk.restart();
+        world.desk.riskCrash(faults::Fault::Kill, call);
+        world.desk.setOnline(true);
+        world.settle();
+        wasStruck = world.desk.isStruck();
+        wasStruck ? world.desk.crash() : world.desk.endRisk();
+        world.expectAgreement();
+        EXPECT_EQ(world.title(world.desk, milk), "(none)");
+    }
+}
+
 TEST(Stories, AServiceThatWasRestoredGetsAgainWhatItWasSentSince) {
     TwoDevices world;
     const auto milk = world.desk.create("milk");
