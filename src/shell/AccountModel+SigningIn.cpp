@@ -87,7 +87,7 @@ void AccountModel::lookAtCertificate(const std::string& URL, std::function<void(
 // stands between. Until the person has decided, no pass succeeds.
 void AccountModel::lookWhetherCertificateChanged() {
     const auto state = account();
-    const bool mayBe = _report.lastEnding == AccountSyncReport::Ending::Failed && _report.lastError &&
+    const bool mayBe = _report.lastEnding != AccountSyncReport::Ending::Done && _report.lastError &&
                        _report.lastError->code == CKErrorCode::NetworkFailure && state.account &&
                        state.account->serviceURL.starts_with("https://") && _with.fetchCertificate;
     if (!mayBe || _isLooking || _question || isBusy()) return;

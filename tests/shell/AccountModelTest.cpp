@@ -183,7 +183,7 @@ TEST_F(AccountModelTest, ACertificateThatNobodyVouchesForIsTakenOnlyAfterAgreeme
 
 TEST_F(AccountModelTest, AServiceWithAnotherCertificateIsAskedAboutWhileSignedIn) {
     signIn(model);
-    report.lastEnding = AccountSyncReport::Ending::Failed;
+    report.lastEnding = AccountSyncReport::Ending::Unreachable;
     report.lastError = CKError{CKErrorCode::NetworkFailure, "the handshake failed", {}};
     certificate = OfferedCertificate{"AA:BB", "CN = cloud", "CN = cloud", "2027", false};
     const auto passFails = [this] {
@@ -217,7 +217,7 @@ TEST_F(AccountModelTest, AServiceWithAnotherCertificateIsAskedAboutWhileSignedIn
     EXPECT_FALSE(model.certificateQuestion());
     EXPECT_EQ(keeper.currentSession()->certificateFingerprint, "") << "an authority has taken it over";
     lookedAt.clear();
-    report.lastEnding = AccountSyncReport::Ending::Unreachable;
+    report.lastError->code = CKErrorCode::NetworkUnavailable;
     passFails();
     EXPECT_THAT(lookedAt, IsEmpty());
 }
