@@ -31,6 +31,9 @@ class HttpTransfer {
         set(CURLOPT_PROTOCOLS_STR, "http,https");
         set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
         set(CURLOPT_NOSIGNAL, 1L);
+        // Who ends a transfer must not wait for its name to be looked up, which can take half a minute and cannot be
+        // called off.
+        set(CURLOPT_QUICK_EXIT, 1L);
         set(CURLOPT_SOCKOPTFUNCTION, &closeInOtherPrograms);
         set(CURLOPT_CONNECTTIMEOUT, connectSeconds);
         set(CURLOPT_TCP_KEEPALIVE, 1L);
