@@ -42,6 +42,11 @@ std::optional<std::string> AccountClient::serviceURL(std::string_view typed) {
     return std::nullopt;
 }
 
+AccountClient::~AccountClient() {
+    _gate->close();
+    if (_entrance) _entrance->close();
+}
+
 AccountClient::AnswerBlock AccountClient::whileHere(AnswerBlock block) const {
     return
         [gate = _gate, block = std::move(block)](const cloud::Answer& answer) { gate->pass([&] { block(answer); }); };
@@ -62,9 +67,14 @@ void AccountClient::askForDone(cloud::Request request, Done completion) {
 
 void AccountClient::enter(const ServiceAddress& service, cloud::Request request, Done completion) {
     const auto transport = _with.makeTransport(service);
+    {
+        const std::lock_guard lock(_mutex);
+        _entrance = transport;
+    }
     transport->send({}, std::move(request),
-                    whileHere([transport, service, &keeper = _with.keeper,
+                    whileHere([this, transport, service, &keeper = _with.keeper,
                                completion = std::move(completion)](const cloud::Answer& answer) {
+                        leaveEntrance(transport);
                         const auto* entered = std::get_if<cloud::SignedIn>(&answer);
                         if (!entered) return completion(errorOf(answer).value_or(unexpected()));
                         StoredAccount account{service.URL,
@@ -79,6 +89,14 @@ void AccountClient::enter(const ServiceAddress& service, cloud::Request request,
                         if (keeper.signedIn(std::move(account), entered->deviceToken)) return completion(std::nullopt);
                         completion(CKError{CKErrorCode::InternalError, "the sign-in could not be kept here", {}});
                     }));
+}
+
+void AccountClient::leaveEntrance(const std::shared_ptr<CloudTransport>& transport) {
+    {
+        const std::lock_guard lock(_mutex);
+        if (_entrance == transport) _entrance.reset();
+    }
+    transport->close();
 }
 
 void AccountClient::createAccount(ServiceAddress service, cloud::CreateAccount account, Done completion) {

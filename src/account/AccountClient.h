@@ -8,6 +8,8 @@
 // service's answer.
 
 #include <functional>
+#include <memory>
+#include <mutex>
 #include <string>
 #include <vector>
 
@@ -31,7 +33,7 @@ class AccountClient {
     };
 
     explicit AccountClient(Collaborators collaborators) : _with(std::move(collaborators)) {}
-    ~AccountClient() { _gate->close(); }
+    ~AccountClient();
     AccountClient(const AccountClient&) = delete;
     AccountClient& operator=(const AccountClient&) = delete;
 
@@ -57,12 +59,15 @@ class AccountClient {
     // The block, as long as this is there.
     [[nodiscard]] AnswerBlock whileHere(AnswerBlock block) const;
     void enter(const ServiceAddress& service, cloud::Request request, Done completion);
+    void leaveEntrance(const std::shared_ptr<CloudTransport>& transport);
     void ask(cloud::Request request, AnswerBlock completion);
     void askForDone(cloud::Request request, Done completion);
     void exportNext(const std::shared_ptr<Export>& state);
 
     const Collaborators _with;
     const std::shared_ptr<BlockGate> _gate = std::make_shared<BlockGate>();
+    std::mutex _mutex;
+    std::shared_ptr<CloudTransport> _entrance;  // of the sign-in under way
 };
 
 }  // namespace zun

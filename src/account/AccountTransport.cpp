@@ -1,20 +1,28 @@
 #include "account/AccountTransport.h"
 
 namespace zun {
-namespace {
 
-void learnEpochOver(const std::shared_ptr<CloudTransport>& transport, AccountKeeper& keeper, const Block& done) {
-    const auto session = keeper.currentSession();
-    if (!session) return done();
-    transport->send(session->deviceToken, cloud::FetchAccount{}, [&keeper, done](const cloud::Answer& answer) {
-        const auto* account = std::get_if<cloud::Account>(&answer);
-        const auto now = keeper.currentSession();
-        if (account && now && now->accountID == account->accountID) keeper.setServiceEpoch(account->serviceEpoch);
-        done();
-    });
+AccountTransport::~AccountTransport() {
+    _gate->close();
+    for (const auto& former : _formers)
+        if (const auto transport = former.lock()) transport->close();
+    if (_transport) _transport->close();
 }
 
-}  // namespace
+void AccountTransport::learnEpochOver(const std::shared_ptr<CloudTransport>& transport, const Block& done) {
+    const auto session = _keeper.currentSession();
+    if (!session) return done();
+    transport->send(session->deviceToken, cloud::FetchAccount{},
+                    [this, gate = _gate, done](const cloud::Answer& answer) {
+                        gate->pass([&] {
+                            const auto* account = std::get_if<cloud::Account>(&answer);
+                            const auto now = _keeper.currentSession();
+                            if (account && now && now->accountID == account->accountID)
+                                _keeper.setServiceEpoch(account->serviceEpoch);
+                        });
+                        done();
+                    });
+}
 
 std::shared_ptr<CloudTransport> AccountTransport::current() {
     const auto account = _keeper.state().account;
@@ -22,6 +30,7 @@ std::shared_ptr<CloudTransport> AccountTransport::current() {
     const ServiceAddress address{account->serviceURL, account->certificateFingerprint};
     const std::lock_guard lock(_mutex);
     if (!_transport || address != _address) {
+        if (_transport) _formers.push_back(_transport);
         _transport = _makeTransport(address);
         _address = address;
     }
@@ -40,9 +49,10 @@ void AccountTransport::send(const std::string& deviceToken, cloud::Request reque
     if (transport) {
         return transport->send(
             deviceToken, std::move(request),
-            [transport, &keeper = _keeper, completion = std::move(completion)](cloud::Answer answer) {
+            [this, gate = _gate, transport, completion = std::move(completion)](cloud::Answer answer) {
                 const auto* error = std::get_if<CKError>(&answer);
-                if (error && error->code == CKErrorCode::ChangeTokenExpired) learnEpochOver(transport, keeper, [] {});
+                if (error && error->code == CKErrorCode::ChangeTokenExpired)
+                    gate->pass([&] { learnEpochOver(transport, [] {}); });
                 completion(std::move(answer));
             });
     }
@@ -50,7 +60,7 @@ void AccountTransport::send(const std::string& deviceToken, cloud::Request reque
 }
 
 void AccountTransport::learnEpoch(const Block& done) {
-    if (const auto transport = current()) return learnEpochOver(transport, _keeper, done);
+    if (const auto transport = current()) return learnEpochOver(transport, done);
     done();
 }
 

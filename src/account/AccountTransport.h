@@ -9,10 +9,12 @@
 #include <memory>
 #include <mutex>
 #include <string>
+#include <vector>
 
 #include "account/AccountKeeper.h"
 #include "platform/cloudkit/CloudTransport.h"
 #include "platform/cloudkit/ServiceAddress.h"
+#include "platform/foundation/BlockGate.h"
 
 namespace zun {
 
@@ -24,6 +26,10 @@ class AccountTransport final : public CloudTransport {
     // The keeper outlives it.
     AccountTransport(AccountKeeper& keeper, TransportFactory makeTransport)
         : _keeper(keeper), _makeTransport(std::move(makeTransport)) {}
+    // What is under way fails.
+    ~AccountTransport() override;
+    AccountTransport(const AccountTransport&) = delete;
+    AccountTransport& operator=(const AccountTransport&) = delete;
 
     void send(const std::string& deviceToken, cloud::Request request, Completion completion) override;
     // Null without an account.
@@ -35,6 +41,7 @@ class AccountTransport final : public CloudTransport {
     void learnEpoch(const Block& done);
 
   private:
+    void learnEpochOver(const std::shared_ptr<CloudTransport>& transport, const Block& done);
     [[nodiscard]] bool belongsToAccount(const std::string& deviceToken) const;
     // Kept until the account names another service.
     [[nodiscard]] std::shared_ptr<CloudTransport> current();
@@ -44,6 +51,8 @@ class AccountTransport final : public CloudTransport {
     std::mutex _mutex;
     ServiceAddress _address;
     std::shared_ptr<CloudTransport> _transport;
+    std::vector<std::weak_ptr<CloudTransport>> _formers;  // of services that were left while requests were under way
+    const std::shared_ptr<BlockGate> _gate = std::make_shared<BlockGate>();
 };
 
 }  // namespace zun

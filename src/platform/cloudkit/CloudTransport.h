@@ -36,6 +36,9 @@ class CloudTransport {
     // Keeps a stream of the device's pushes open until it is destroyed: connects anew by itself, with growing waits.
     [[nodiscard]] virtual std::unique_ptr<CloudPushStream> openPushStream(const std::string& deviceToken,
                                                                           PushHandlers handlers) = 0;
+    // What is under way fails, and so does all that is sent afterwards. Whoever made the transport calls it last: a
+    // completion may hold it, so letting go of it is not sure to end it. May block shortly.
+    virtual void close() {}
 };
 
 }  // namespace zun

@@ -32,6 +32,8 @@ class HttpTransport final : public CloudTransport {
     void send(const std::string& deviceToken, cloud::Request request, Completion completion) override;
     [[nodiscard]] std::unique_ptr<CloudPushStream> openPushStream(const std::string& deviceToken,
                                                                   PushHandlers handlers) override;
+    // Waits for the transfers' thread.
+    void close() override { _thread->stop(); }
 
   private:
     friend class HttpPushStream;
