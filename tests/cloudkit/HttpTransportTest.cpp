@@ -2,7 +2,9 @@
 
 #include <gmock/gmock.h>
 
+#include <atomic>
 #include <future>
+#include <utility>
 
 #include "cloudkit/ImpatientDispatch.h"
 #include "cloudkit/ScriptedHttpServer.h"
@@ -137,6 +139,32 @@ TEST_F(HttpTransportTest, ASelfSignedCertificateIsTakenOnlyByItsFingerprint) {
     EXPECT_EQ(errorAt({server.URL(), certificate.fingerprint}).code, CKErrorCode{});
     EXPECT_EQ(errorAt({impostor.URL(), certificate.fingerprint}).code, CKErrorCode::NetworkFailure);
     EXPECT_TRUE(impostor.seen().empty());
+}
+
+// Its completion keeps the transport, which keeps the completion: somebody has to end that.
+TEST_F(HttpTransportTest, ClosingEndsWhatIsUnderWayThoughItHoldsTheTransport) {
+    std::promise<void> asked, goOn, gone;
+    ScriptedHttpServer server([&, isAsked = false](const Seen&) mutable {
+        if (!std::exchange(isAsked, true)) asked.set_value();
+        goOn.get_future().wait();
+        return ScriptedHttpServer::answer("200 OK", "{}");
+    });
+    std::shared_ptr<HttpTransport> transport(new HttpTransport({server.URL(), {}}, dispatch, environment),
+                                             [&gone](HttpTransport* last) {
+                                                 delete last;
+                                                 gone.set_value();
+                                             });
+    std::atomic<bool> hasFailed = false;
+    transport->send("secret", cloud::FetchZones{}, [transport, &hasFailed, this](const cloud::Answer& answer) {
+        hasFailed = std::holds_alternative<CKError>(answer);
+        dispatch.notify();
+    });
+    asked.get_future().wait();
+    transport->close();
+    dispatch.waitUntil([&] { return hasFailed.load(); });
+    transport.reset();
+    gone.get_future().wait();
+    goOn.set_value();
 }
 
 TEST_F(HttpTransportTest, APushStreamGoesOnWhereItBroke) {
