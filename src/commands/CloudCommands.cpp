@@ -199,7 +199,7 @@ int syncCommand(CommandContext& context, CloudAccess& cloud) {
         dispatch.notify();
     });
     cloud.dispatch.waitUntil([answer] { return answer->isThere.load(); });
-    const auto& [ending, error, traffic] = answer->outcome;
+    const auto& [ending, error, traffic, hindrance] = answer->outcome;
     if (context.json) {
         context.printJSON(json::object{
             {"done", ending == SyncOutcome::Ending::Done}, {"sent", traffic.sent}, {"received", traffic.received}});
@@ -209,6 +209,7 @@ int syncCommand(CommandContext& context, CloudAccess& cloud) {
     if (ending == SyncOutcome::Ending::Done) return ExitStatus::done;
     if (error && error->code == CKErrorCode::NotAuthenticated)
         return context.fail("The service does not know this device any more. Sign in again: zunctl account login.");
+    if (ending == SyncOutcome::Ending::Hindered) return context.fail("The sync could not begin: " + hindrance + ".");
     context.fail(error ? sentenceAbout(*error) : std::string(sentenceAbout(ending)));
     if (error && error->code == CKErrorCode::NetworkFailure) explainCertificate(context, cloud);
     return ExitStatus::notPossible;

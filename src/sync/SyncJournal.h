@@ -6,6 +6,7 @@
 #include <functional>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <vector>
 
 #include "platform/cloudkit/CloudSession.h"
@@ -14,10 +15,11 @@
 namespace zun {
 
 struct SyncOutcome {
-    enum class Ending { Done, Failed, TimedOut, Unreachable, NobodySignedIn };
+    enum class Ending { Done, Failed, TimedOut, Unreachable, NobodySignedIn, Hindered };
     Ending ending = Ending::Done;
     OptionalError error;  // of a failure, if the service gave one
     ZNCloudKitManager::Traffic traffic;
+    std::string hindrance = {};  // what on this computer kept the pass from being begun
 };
 
 class SyncJournal {

@@ -124,6 +124,16 @@ TEST_F(TwoHomes, KeepEverythingWhenTheServiceIsSetBackToABackup) {
     EXPECT_THAT(everything(lap), testing::AllOf(HasSubstr("Oat milk"), HasSubstr("Bread")));
 }
 
+TEST_F(TwoHomes, NoSyncBeginsThatOthersCouldNotBeKeptOutOf) {
+    add(desk, "Milk");
+    std::filesystem::create_directories(desk.folder() / "runtime" / "sync.lock");
+    const auto refused = desk.zunctl({"sync"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_THAT(refused.err, HasSubstr("sync.lock: Is a directory"));
+    std::filesystem::remove(desk.folder() / "runtime" / "sync.lock");
+    EXPECT_EQ(sync(desk), "1 sent, 0 received\n");
+}
+
 TEST_F(TwoHomes, ARunningApplicationHearsOfTheOtherAndSyncsForTheCommandLine) {
     const auto application = lap.startApplication();
     EXPECT_EQ(sync(lap), "0 sent, 0 received\n");

@@ -25,6 +25,7 @@ AccountSyncReport::Ending endingOf(SyncOutcome::Ending ending) {
             return AccountSyncReport::Ending::Unreachable;
         case SyncOutcome::Ending::Done:
         case SyncOutcome::Ending::NobodySignedIn:
+        case SyncOutcome::Ending::Hindered:
             break;
     }
     return AccountSyncReport::Ending::Done;

@@ -2,15 +2,16 @@
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <termios.h>
 #include <unistd.h>
 
 #include <atomic>
+#include <cerrno>
 #include <climits>
-#include <cstdio>
-#include <iostream>
+#include <filesystem>
+#include <system_error>
 
 #include "apps/zunctl/ApplicationCaller.h"
+#include "apps/zunctl/PasswordPrompt.h"
 #include "platform/cloudkit/ServiceCertificate.h"
 #include "platform/foundation/DurableFile.h"
 #include "platform/foundation/Log.h"
@@ -32,24 +33,30 @@ class TriesAnyway final : public Reachability {
     std::function<void()> _reachable;
 };
 
-// Turns off the terminal's echo while it lives; a standard input that is no terminal has none.
-class WithoutEcho {
+// Keeps other commands from syncing while it lives.
+class SyncLock {
   public:
-    WithoutEcho() : _isTerminal(::tcgetattr(STDIN_FILENO, &_former) == 0) {
-        if (!_isTerminal) return;
-        termios silent = _former;
-        silent.c_lflag &= ~static_cast<tcflag_t>(ECHO);
-        ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &silent);
+    explicit SyncLock(const std::filesystem::path& folder) : _file(open(folder)) {
+        int result = 0;
+        do {
+            result = _file.isOpen() ? ::flock(_file.number(), LOCK_EX) : -1;
+        } while (_file.isOpen() && result != 0 && errno == EINTR);
+        if (result != 0) _failure = path(folder).native() + ": " + std::generic_category().message(errno);
     }
-    ~WithoutEcho() {
-        if (_isTerminal) ::tcsetattr(STDIN_FILENO, TCSAFLUSH, &_former);
-    }
-    WithoutEcho(const WithoutEcho&) = delete;
-    WithoutEcho& operator=(const WithoutEcho&) = delete;
+    // Why there is no lock; empty if there is one.
+    [[nodiscard]] const std::string& failure() const { return _failure; }
 
   private:
-    termios _former{};
-    bool _isTerminal;
+    static std::filesystem::path path(const std::filesystem::path& folder) { return folder / "sync.lock"; }
+    static int open(const std::filesystem::path& folder) {
+        // Where it cannot be made, opening the file says so.
+        std::error_code ignored;
+        std::filesystem::create_directories(folder, ignored);
+        return ::open(path(folder).c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
+    }
+
+    const FileDescriptor _file;
+    std::string _failure;
 };
 
 std::string hostName() {
@@ -76,10 +83,13 @@ CloudForCommands::CloudForCommands(const Home& home, Core& core)
 void CloudForCommands::sync(const SyncJournal::Block& completion) {
     if (const auto outcome = ApplicationCaller(_home.busName).sync()) return completion(*outcome);
     // One at a time: what two commands push at once, each would find changed by the other.
-    std::error_code none;
-    std::filesystem::create_directories(_home.runtime, none);
-    const FileDescriptor lock(::open((_home.runtime / "sync.lock").c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600));
-    if (lock.isOpen()) ::flock(lock.number(), LOCK_EX);
+    const SyncLock lock(_home.runtime);
+    if (!lock.failure().empty()) {
+        SyncOutcome outcome;
+        outcome.ending = SyncOutcome::Ending::Hindered;
+        outcome.hindrance = lock.failure();
+        return completion(outcome);
+    }
     _core.keeper.waitForSecret();
     _core.database.takeUnfinishedPushesForFailed();
     // How long a pass took belongs into the application's journal, not between the lines of a terminal.
@@ -114,19 +124,6 @@ void CloudForCommands::await(const std::function<void(const Block& done)>& start
         dispatch.notify();
     });
     _core.dispatch.waitUntil([&isDone] { return isDone.load(); });
-}
-
-std::optional<std::string> readPassword(bool fromStandardInput) {
-    const bool asks = !fromStandardInput && ::isatty(STDIN_FILENO) != 0;
-    std::optional<WithoutEcho> silence;
-    if (asks) {
-        std::fputs("Password: ", stderr);
-        silence.emplace();
-    }
-    std::string line;
-    const bool isThere = static_cast<bool>(std::getline(std::cin, line));
-    if (asks) std::fputs("\n", stderr);
-    return isThere ? std::optional(std::move(line)) : std::nullopt;
 }
 
 }  // namespace zun

@@ -3,9 +3,7 @@
 // The cloud as zunctl has it: made only when a command asks for it, with the sync done by the running application
 // where there is one. Main thread.
 
-#include <memory>
-#include <optional>
-#include <string>
+#include <functional>
 
 #include "apps/wiring/Cloud.h"
 #include "commands/CloudCommands.h"
@@ -29,8 +27,5 @@ class CloudForCommands {
     Cloud _cloud;
     CloudAccess _access;
 };
-
-// One line without its end; from the terminal without an echo. Absent at the end of the input.
-[[nodiscard]] std::optional<std::string> readPassword(bool fromStandardInput);
 
 }  // namespace zun
