@@ -147,6 +147,14 @@ void AccountKeeper::reload() {
     if (account) findSecret(*account);
 }
 
+void AccountKeeper::reload(Block whenKnown) {
+    _blocks.async(*_queue, [this, whenKnown = std::move(whenKnown)]() mutable {
+        reload();
+        // Behind the question to the keyring, if there is one.
+        _blocks.async(*_queue, std::move(whenKnown));
+    });
+}
+
 void AccountKeeper::followService(const StoredAccount& account) {
     auto session = _session.currentSession();
     if (!session || session->accountID != account.accountID) return;

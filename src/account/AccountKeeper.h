@@ -53,6 +53,8 @@ class AccountKeeper final : public CloudSessionSource {
     void setCertificateFingerprint(const std::string& serviceURL, const std::string& fingerprint);
     // Another program may have signed in or out: reads the file again, and the secret if it is another account's.
     void reload();
+    // The same elsewhere; the block runs on a queue once the keyring has answered, too.
+    void reload(Block whenKnown);
     // Blocks until the keyring has answered to what was asked of it so far. Not on the queue.
     void waitForSecret() { _blocks.wait(); }
     [[nodiscard]] const std::filesystem::path& file() const { return _file.path(); }

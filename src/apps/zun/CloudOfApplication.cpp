@@ -22,7 +22,7 @@ CloudOfApplication::CloudOfApplication(const Home& home, Core& core)
     : _core(core),
       _monitor(SystemNetworkMonitor::onSystemBus()),
       _cloud(home, core, makeReachability()),
-      _service(_cloud.journal, QString::fromStdString(home.busName)),
+      _service(_cloud.journal, core.keeper, core.dispatch, QString::fromStdString(home.busName)),
       _guard(core.dispatch) {
     _session = core.keeper.observeSession(_guard.guarded([this] { followAccount(); }));
     watchAccountFile();
@@ -51,7 +51,11 @@ void CloudOfApplication::followAccount() {
 }
 
 void CloudOfApplication::watchAccountFile() {
-    const auto file = QString::fromStdString(_core.keeper.file().string());
+    const auto& path = _core.keeper.file();
+    // A folder that is not there cannot be watched.
+    std::error_code none;
+    std::filesystem::create_directories(path.parent_path(), none);
+    const auto file = QString::fromStdString(path.string());
     _accountFile.addPaths({QFileInfo(file).path(), file});
     const auto changed = [this, file] {
         // The file is replaced whole, which ends the watch on it.

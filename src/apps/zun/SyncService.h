@@ -1,13 +1,16 @@
 #pragma once
 
 // The sync of the running application on the session bus, for zunctl: com.zunlabs.Zun.Sync at the application's path
-// with "/Sync" behind it. Main thread; the journal outlives it.
+// with "/Sync" behind it. Main thread; the collaborators outlive it.
 
+#include <QDBusConnection>
 #include <QDBusContext>
+#include <QDBusMessage>
 #include <QObject>
 #include <QPointer>
 #include <QString>
 
+#include "account/AccountKeeper.h"
 #include "sync/SyncJournal.h"
 
 namespace zun {
@@ -16,7 +19,7 @@ class SyncService final : public QObject, protected QDBusContext {
     Q_OBJECT
     Q_CLASSINFO("D-Bus Interface", "com.zunlabs.Zun.Sync")
   public:
-    SyncService(SyncJournal& journal, const QString& busName);
+    SyncService(SyncJournal& journal, AccountKeeper& keeper, Dispatch& dispatch, const QString& busName);
 
   public slots:
     // Runs a pass and answers at its end: how it ended (as SyncOutcome::Ending counts), the error's code or 0, its
@@ -24,7 +27,11 @@ class SyncService final : public QObject, protected QDBusContext {
     Q_SCRIPTABLE uint SyncNow(int& code, QString& description, uint& sent, uint& received);
 
   private:
+    void syncNow(const QDBusMessage& call, const QDBusConnection& bus);
+
     SyncJournal& _journal;
+    AccountKeeper& _keeper;
+    Dispatch& _dispatch;
 };
 
 }  // namespace zun
