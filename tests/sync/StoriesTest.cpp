@@ -132,11 +132,12 @@ TEST(Stories, AnOrderOfTheCardsReachesTheOther) {
     for (const auto* title : {"a", "b", "c", "d"})
         ids.push_back(world.desk.create(title));
     world.settle();
-    std::ranges::reverse(ids);
-    world.lap.reorder(ids);
+    // Neither the order in which they stand anyhow nor that one backwards.
+    const std::vector order{ids[2], ids[0], ids[3], ids[1]};
+    world.lap.reorder(order);
     world.settle(10s);
     world.expectAgreement();
-    EXPECT_EQ(world.desk.openIDs(), ids);
+    EXPECT_EQ(world.desk.openIDs(), order);
 }
 
 TEST(Stories, AnOrderWhoseUploadFailsStaysHereUntilAnythingChanges) {
