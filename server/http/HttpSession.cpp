@@ -52,26 +52,46 @@ std::string_view asView(beast::string_view text) {
 struct PushQueue {
     explicit PushQueue(const asio::any_io_executor& strand) : executor(strand), news(strand) {}
 
+    // Any thread. What is posted from the strand's own thread may be overtaken by what comes from another one, so the
+    // order is made here.
     void add(std::string event) {
-        asio::post(executor, [queue = weak.lock(), event = std::move(event)]() mutable {
-            if (!queue) return;
-            queue->events.push_back(std::move(event));
-            queue->news.cancel();
-        });
+        {
+            std::lock_guard lock(_mutex);
+            _events.push_back(std::move(event));
+        }
+        wake();
     }
     void close() {
-        asio::post(executor, [queue = weak.lock()] {
-            if (!queue) return;
-            queue->isClosed = true;
-            queue->news.cancel();
-        });
+        {
+            std::lock_guard lock(_mutex);
+            _isClosed = true;
+        }
+        wake();
+    }
+    // What has come, in its order; and whether more can.
+    [[nodiscard]] std::pair<std::deque<std::string>, bool> take() {
+        std::lock_guard lock(_mutex);
+        return {std::exchange(_events, {}), !_isClosed};
+    }
+    [[nodiscard]] bool hasNews() {
+        std::lock_guard lock(_mutex);
+        return !_events.empty() || _isClosed;
     }
 
     asio::any_io_executor executor;
     asio::steady_timer news;
-    std::deque<std::string> events;
-    bool isClosed = false;
     std::weak_ptr<PushQueue> weak;
+
+  private:
+    void wake() {
+        asio::post(executor, [queue = weak.lock()] {
+            if (queue) queue->news.cancel();
+        });
+    }
+
+    std::mutex _mutex;
+    std::deque<std::string> _events;
+    bool _isClosed = false;
 };
 
 template <class Stream>
@@ -371,34 +391,35 @@ class Session final : public HttpConnection, public std::enable_shared_from_this
             co_return;
         }
         const auto& stream = std::get<std::shared_ptr<OpenedPushStream>>(opened);
-        queue->events.push_front(
-            fmt::format("HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\nCache-Control: no-store\r\n"
+        auto head = fmt::format(
+                        "HTTP/1.1 200 OK\r\nContent-Type: text/event-stream\r\nCache-Control: no-store\r\n"
                         "X-Accel-Buffering: no\r\n{}: {}\r\nConnection: close\r\n\r\n",
                         versionHeader, protocolVersion) +
-            openedEvent(stream->lastNumber, stream->hasGap));
+                    openedEvent(stream->lastNumber, stream->hasGap);
         lowest().expires_never();
         _buffer = beast::flat_buffer();
-        co_await (sendPushes(queue) || readUntilEnd());
+        co_await (sendPushes(queue, std::move(head)) || readUntilEnd());
     }
 
-    asio::awaitable<void> sendPushes(std::shared_ptr<PushQueue> queue) {
+    asio::awaitable<void> sendPushes(std::shared_ptr<PushQueue> queue, std::string text) {
         using namespace asio::experimental::awaitable_operators;
         while (true) {
             error_code ignored;
-            if (queue->events.empty() && !queue->isClosed) {
+            if (text.empty() && !queue->hasNews()) {
                 queue->news.expires_after(_shared->options.heartbeatInterval);
                 co_await queue->news.async_wait(asio::redirect_error(asio::use_awaitable, ignored));
             }
-            if (queue->events.size() > pushesWaiting || (queue->isClosed && queue->events.empty())) co_return;
-            std::string text;
-            for (const auto& event : queue->events)
+            const auto [events, isOpen] = queue->take();
+            if (events.size() > pushesWaiting || (!isOpen && events.empty() && text.empty())) co_return;
+            for (const auto& event : events)
                 text += event;
-            queue->events.clear();
             if (text.empty()) text = heartbeat;
             asio::steady_timer patience(executor(), _shared->options.requestTimeout);
             const auto ended = co_await (asio::async_write(_stream, asio::buffer(text), asio::use_awaitable) ||
                                          patience.async_wait(asio::use_awaitable));
             if (ended.index() == 1) co_return;
+            text.clear();
+            if (!isOpen) co_return;
         }
     }
 
