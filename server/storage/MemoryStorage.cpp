@@ -79,7 +79,6 @@ class MemoryStorage::View final : public Transaction {
 void MemoryStorage::write(Work work, Done done) {
     std::optional<StorageFailure> failure;
     std::set<std::string> woken;
-    std::shared_ptr<const WakeListener> listener;
     {
         std::lock_guard lock(_mutex);
         View view(_rows);
@@ -90,12 +89,9 @@ void MemoryStorage::write(Work work, Done done) {
             failure = thrown;
         }
         woken = view.takeWoken();
-        listener = _listener;
     }
     done(failure);
-    if (!listener) return;
-    for (const auto& account : woken)
-        (*listener)(account);
+    _listener.tell(woken);
 }
 
 void MemoryStorage::read(Work work, Done done) {
@@ -114,9 +110,7 @@ void MemoryStorage::read(Work work, Done done) {
 }
 
 void MemoryStorage::setWakeListener(WakeListener listener) {
-    auto shared = listener ? std::make_shared<const WakeListener>(std::move(listener)) : nullptr;
-    std::lock_guard lock(_mutex);
-    _listener = std::move(shared);
+    _listener.set(std::move(listener));
 }
 
 void MemoryStorage::dump(const RowVisitor& visitor) {

@@ -8,6 +8,7 @@
 #include <tuple>
 
 #include "server/storage/Storage.h"
+#include "server/storage/WakeListenerPlace.h"
 
 namespace zun::cloud {
 
@@ -27,7 +28,7 @@ class MemoryStorage final : public Storage {
 
     std::mutex _mutex;
     Rows _rows;
-    std::shared_ptr<const WakeListener> _listener;
+    WakeListenerPlace _listener;
 };
 
 }  // namespace zun::cloud

@@ -23,7 +23,7 @@ std::set<std::string> PostgresBatch::run(const Storage::Work& work) {
     _before.clear();
     _woken.clear();
     _isFinal = false;
-    if (work(*this) == Storage::Ending::Commit && _connection) return std::move(_woken);
+    if (work(*this) == Storage::Ending::Commit && (_connection || _remembered)) return std::move(_woken);
     undo();
     return {};
 }
@@ -52,13 +52,35 @@ std::vector<std::pair<RowKey, const std::optional<std::string>*>> PostgresBatch:
     return changed;
 }
 
-void PostgresBatch::store() {
-    if (const auto changed = changedRows(); !changed.empty()) below().store(changed);
+void PostgresBatch::expect(PostgresConnection& connection) const {
+    std::vector<std::pair<RowKey, const std::optional<std::string>*>> locked, others;
+    for (const auto& [key, row] : _rows)
+        if (row.remembered) (row.isLocked ? locked : others).emplace_back(key, &*row.remembered);
+    connection.expect(locked, others);
 }
 
-void PostgresBatch::remember(RememberedAccounts& accounts) const {
+void PostgresBatch::store(PostgresConnection& connection) const {
+    if (const auto changed = changedRows(); !changed.empty()) connection.store(changed);
+}
+
+// Rows of other tables are written and hardly ever read by their names.
+void PostgresBatch::remember(RememberedRows& rows) const {
+    const bool isWriting = _connection || _remembered;
     for (const auto& [key, row] : _rows)
-        if (key.table == Table::Account) accounts.keep(key.account, row.value);
+        if (key.table == Table::Account || (isWriting && key.table == Table::Record)) rows.keep(key, row.value);
+}
+
+void PostgresBatch::doubt(RememberedRows& rows) const {
+    for (const auto& [key, row] : _rows)
+        if (row.remembered) rows.doubt(key.account);
+}
+
+std::map<RowKey, PostgresBatch::Row>::iterator PostgresBatch::readRemembered(RowKey key) {
+    auto value = _remembered->find(key);
+    if (!value) throw Missed{};
+    Row row{*value};
+    row.remembered = std::move(*value);
+    return _rows.emplace(std::move(key), std::move(row)).first;
 }
 
 PostgresConnection& PostgresBatch::below() const {
@@ -70,10 +92,20 @@ std::optional<std::string> PostgresBatch::get(std::string_view account, Table ta
     RowKey key{std::string(account), table, std::string(name)};
     const auto known = _rows.find(key);
     if (known != _rows.end()) return known->second.value;
+    if (_remembered) return readRemembered(std::move(key))->second.value;
     return _rows.emplace(std::move(key), Row{below().get(account, table, name)}).first->second.value;
 }
 
 std::optional<std::string> PostgresBatch::getForUpdate(std::string_view account, Table table, std::string_view name) {
+    if (_remembered) {
+        // What is not there cannot be locked by expecting it.
+        RowKey key{std::string(account), table, std::string(name)};
+        auto known = _rows.find(key);
+        if (known == _rows.end()) known = readRemembered(std::move(key));
+        if (!known->second.remembered || !*known->second.remembered) throw Missed{};
+        known->second.isLocked = true;
+        return known->second.value;
+    }
     auto& row = _rows[{std::string(account), table, std::string(name)}];
     if (!row.isLocked) {
         auto stored = below().getForUpdate(account, table, name);
@@ -88,7 +120,12 @@ std::vector<std::optional<std::string>> PostgresBatch::getMany(std::string_view 
     std::vector<RowKey> unknown;
     for (const auto& name : names)
         if (RowKey key{std::string(account), table, name}; !_rows.contains(key)) unknown.push_back(std::move(key));
-    if (!unknown.empty()) add(unknown, below().fetch(unknown), Locking::None);
+    if (_remembered) {
+        for (auto& key : unknown)
+            if (!_rows.contains(key)) (void)readRemembered(std::move(key));
+    } else if (!unknown.empty()) {
+        add(unknown, below().fetch(unknown), Locking::None);
+    }
     return Transaction::getMany(account, table, names);
 }
 

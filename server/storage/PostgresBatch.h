@@ -22,14 +22,24 @@ class PostgresBatch final : public Transaction {
     // For writing in a transaction of the connection, which is asked for what was not fetched.
     PostgresBatch(PostgresConnection& connection, std::size_t works) : _connection(&connection), _works(works) {}
 
+    // For writing over what is remembered: what is not throws Missed. To be stored where everything that was read is
+    // still so.
+    PostgresBatch(const RememberedRows& remembered, std::size_t works) : _remembered(&remembered), _works(works) {}
+
     void fetchForUpdate(const GuessedRows& guessed);
     // Returns the accounts that the work wakes if it is committed. Throws what the work throws.
     [[nodiscard]] std::set<std::string> run(const Storage::Work& work);
     // Whether something has to be committed.
     [[nodiscard]] bool hasChanges() const { return _isChangedBelow || !changedRows().empty(); }
+    // Asks that what was remembered is still so; PostgresStale comes with the commit otherwise. To be sent before what
+    // is stored.
+    void expect(PostgresConnection& connection) const;
     // To be sent before the commit.
-    void store();
-    void remember(RememberedAccounts& accounts) const;
+    void store(PostgresConnection& connection) const;
+    // What can be of use to the next one; what was changed is now so.
+    void remember(RememberedRows& rows) const;
+    // What was remembered is no longer so.
+    void doubt(RememberedRows& rows) const;
 
     std::optional<std::string> get(std::string_view account, Table table, std::string_view name) override;
     std::optional<std::string> getForUpdate(std::string_view account, Table table, std::string_view name) override;
@@ -48,6 +58,7 @@ class PostgresBatch final : public Transaction {
         std::optional<std::string> value;
         bool isLocked = false;
         bool isChanged = false;
+        std::optional<std::optional<std::string>> remembered = std::nullopt;  // what is to be expected
     };
     using Rows = std::map<RowKey, Row>;
     void add(const std::vector<RowKey>& keys, PostgresConnection::Rows rows, Locking locking);
@@ -56,7 +67,10 @@ class PostgresBatch final : public Transaction {
     [[nodiscard]] std::vector<std::pair<RowKey, const std::optional<std::string>*>> changedRows() const;
     void undo();
 
+    [[nodiscard]] std::map<RowKey, Row>::iterator readRemembered(RowKey key);
+
     PostgresConnection* const _connection = nullptr;
+    const RememberedRows* const _remembered = nullptr;
     const std::size_t _works = 0;
     Rows _rows;
     // Of the present work: what it has replaced, nothing for what was not known; and that it cannot be undone here.

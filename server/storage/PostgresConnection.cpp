@@ -13,6 +13,8 @@ std::size_t rowsAfter(std::size_t rows, std::size_t bytes) {
     const auto fitting = rows * bytesPerFetch / std::max<std::size_t>(bytes, 1);
     return std::clamp<std::size_t>(std::min(fitting, 4 * rows), 1, manyRows);
 }
+// So few are found quicker by a simple statement each than by one over lists.
+constexpr std::size_t fewKeys = 4;
 // The numbers of types.
 constexpr std::uint64_t bytesType = 17, smallType = 21;
 
@@ -41,6 +43,13 @@ class List {
   public:
     List(std::uint64_t type, std::size_t count) : _bytes(big<4>(1) + big<4>(0) + big<4>(type) + big<4>(count)) {
         _bytes += big<4>(1);
+    }
+    void addOrNothing(const std::optional<std::string>& item) {
+        if (item) {
+            add(*item);
+        } else {
+            _bytes.append(4, '\xff');
+        }
     }
     void add(std::string_view item) {
         _bytes += big<4>(item.size());
@@ -112,8 +121,25 @@ PostgresConnection::Rows PostgresConnection::fetch(const std::vector<RowKey>& ke
     return inPlaces(_link.ask("getRows", {lists.accounts, lists.kinds, lists.names}).get(), keys.size());
 }
 
+std::pair<PostgresConnection::Rows, PostgresConnection::Rows> PostgresConnection::fetchOneByOne(
+    const std::vector<RowKey>& locked, const std::vector<RowKey>& others) {
+    for (const auto& key : locked)
+        _link.say("getForUpdate", {key.account, kindOf(key.table), key.name});
+    for (const auto& key : others)
+        _link.say("get", {key.account, kindOf(key.table), key.name});
+    const auto answers = _link.collect();
+    auto answer = answers.end() - static_cast<std::ptrdiff_t>(locked.size() + others.size());
+    std::pair<Rows, Rows> rows;
+    for (std::size_t place = 0; place < locked.size(); ++place)
+        rows.first.push_back(onlyValue((answer++)->get()));
+    for (std::size_t place = 0; place < others.size(); ++place)
+        rows.second.push_back(onlyValue((answer++)->get()));
+    return rows;
+}
+
 std::pair<PostgresConnection::Rows, PostgresConnection::Rows> PostgresConnection::fetchForUpdate(
     const std::vector<RowKey>& locked, const std::vector<RowKey>& others) {
+    if (locked.size() + others.size() <= fewKeys) return fetchOneByOne(locked, others);
     const KeyLists lockedLists(locked), otherLists(others);
     _link.say("getRowsForUpdate", {lockedLists.accounts, lockedLists.kinds, lockedLists.names});
     if (!others.empty()) _link.say("getRows", {otherLists.accounts, otherLists.kinds, otherLists.names});
@@ -121,6 +147,19 @@ std::pair<PostgresConnection::Rows, PostgresConnection::Rows> PostgresConnection
     const auto count = answers.size();
     if (others.empty()) return {inPlaces(answers.at(count - 1).get(), locked.size()), {}};
     return {inPlaces(answers.at(count - 2).get(), locked.size()), inPlaces(answers.at(count - 1).get(), others.size())};
+}
+
+void PostgresConnection::expect(const Expected& locked, const Expected& others) {
+    for (const auto& [statement, rows] : {std::pair("expectForUpdate", &locked), {"expect", &others}}) {
+        if (rows->empty()) continue;
+        KeyLists keys(rows->size());
+        List values(bytesType, rows->size());
+        for (const auto& [key, value] : *rows) {
+            keys.add(key);
+            values.addOrNothing(*value);
+        }
+        _link.say(statement, {keys.accounts, keys.kinds, keys.names, values});
+    }
 }
 
 void PostgresConnection::store(const std::vector<std::pair<RowKey, const std::optional<std::string>*>>& rows) {

@@ -31,6 +31,7 @@ class PostgresConnection final : public Transaction {
         : _link(address, table) {}
 
     [[nodiscard]] bool isOpen() const { return _link.isOpen(); }
+    [[nodiscard]] bool isStillOpen() noexcept { return _link.isStillOpen(); }
 
     void begin(Mode mode) { _link.say(mode == Mode::Read ? "read" : "write"); }
     void commit() { (void)_link.ask("commit"); }
@@ -45,6 +46,10 @@ class PostgresConnection final : public Transaction {
     // Locks rows and reads them and others, in a transaction that has begun.
     [[nodiscard]] std::pair<Rows, Rows> fetchForUpdate(const std::vector<RowKey>& locked,
                                                        const std::vector<RowKey>& others);
+    // That these rows are what is said, and nothing where nothing is; the first ones, which must be there, are locked.
+    // Sends it with what comes next, which fails as PostgresStale where something is otherwise.
+    using Expected = std::vector<std::pair<RowKey, const std::optional<std::string>*>>;
+    void expect(const Expected& locked, const Expected& others);
     // A row each, once; nothing for rows that shall not be there. Sends it with what comes next.
     void store(const std::vector<std::pair<RowKey, const std::optional<std::string>*>>& rows);
     void eraseAll() { _link.say("eraseAll"); }
@@ -62,6 +67,9 @@ class PostgresConnection final : public Transaction {
     void wake(std::string_view) override {}
 
   private:
+    [[nodiscard]] std::pair<Rows, Rows> fetchOneByOne(const std::vector<RowKey>& locked,
+                                                      const std::vector<RowKey>& others);
+
     PostgresLink _link;
 };
 

@@ -3,16 +3,18 @@
 namespace zun::cloud {
 namespace {
 
-// Together some megabytes. To begin anew costs each account a trip.
-constexpr std::size_t accountsRemembered = 4'000;
-constexpr std::size_t longestRemembered = 16'384;
+// To begin anew costs each account a trip.
+constexpr std::size_t bytesRemembered = 64 << 20;
+constexpr std::size_t bytesOfAccount = 1 << 20;
+constexpr std::size_t bytesOfRow = 128;  // besides its name and value
+constexpr int writesInDoubt = 16;
 
 // The work has asked for what can only be answered truly.
 struct Enough {};
 
 class Guess final : public Transaction {
   public:
-    explicit Guess(const RememberedAccounts& remembered) : _remembered(remembered) {}
+    explicit Guess(const RememberedRows& remembered) : _remembered(remembered) {}
 
     std::optional<std::string> get(std::string_view account, Table table, std::string_view name) override {
         rows.others.push_back({std::string(account), table, std::string(name)});
@@ -40,33 +42,63 @@ class Guess final : public Transaction {
 
   private:
     std::optional<std::string> known(std::string_view account, Table table) {
-        auto row = table == Table::Account ? _remembered.find(account) : std::nullopt;
+        auto row = table == Table::Account ? _remembered.findAccount(account) : std::nullopt;
         if (!row) throw Enough{};
         return row;
     }
 
-    const RememberedAccounts& _remembered;
+    const RememberedRows& _remembered;
 };
 
 }  // namespace
 
-std::optional<std::string> RememberedAccounts::find(std::string_view account) const {
+std::optional<std::string> RememberedRows::findAccount(std::string_view account) const {
     std::lock_guard lock(_mutex);
-    const auto found = _rows.find(std::string(account));
-    return found == _rows.end() ? std::nullopt : std::optional(found->second);
+    const auto known = _accounts.find(std::string(account));
+    if (known == _accounts.end()) return std::nullopt;
+    const auto row = known->second.rows.find({Table::Account, {}});
+    return row == known->second.rows.end() ? std::nullopt : row->second;
 }
 
-void RememberedAccounts::keep(const std::string& account, const std::optional<std::string>& row) {
+std::optional<std::optional<std::string>> RememberedRows::find(const RowKey& key) const {
     std::lock_guard lock(_mutex);
-    if (!row || row->size() > longestRemembered) {
-        _rows.erase(account);
-        return;
+    const auto known = _accounts.find(key.account);
+    if (known == _accounts.end() || known->second.doubts > 0) return std::nullopt;
+    const auto row = known->second.rows.find({key.table, key.name});
+    return row == known->second.rows.end() ? std::nullopt : std::optional(row->second);
+}
+
+void RememberedRows::keep(const RowKey& key, const std::optional<std::string>& value) {
+    const auto bytes = bytesOfRow + key.name.size() + (value ? value->size() : 0);
+    std::lock_guard lock(_mutex);
+    if (_bytes > bytesRemembered) {
+        _accounts.clear();
+        _bytes = 0;
     }
-    if (_rows.size() >= accountsRemembered) _rows.clear();
-    _rows.insert_or_assign(account, *row);
+    auto& account = _accounts[key.account];
+    if (key.table == Table::Account && account.doubts > 0) --account.doubts;
+    if (account.bytes + bytes > bytesOfAccount) forget(account);
+    auto [row, isNew] = account.rows.try_emplace({key.table, key.name});
+    const auto former = isNew ? 0 : bytesOfRow + key.name.size() + (row->second ? row->second->size() : 0);
+    account.bytes += bytes - former;
+    _bytes += bytes - former;
+    row->second = value;
 }
 
-GuessedRows guessRows(const Storage::Work& work, const RememberedAccounts& remembered) {
+void RememberedRows::doubt(const std::string& account) {
+    std::lock_guard lock(_mutex);
+    auto& known = _accounts[account];
+    forget(known);
+    known.doubts = writesInDoubt;
+}
+
+void RememberedRows::forget(Account& account) {
+    _bytes -= account.bytes;
+    account.bytes = 0;
+    account.rows.clear();
+}
+
+GuessedRows guessRows(const Storage::Work& work, const RememberedRows& remembered) {
     Guess guess(remembered);
     try {
         (void)work(guess);

@@ -26,7 +26,7 @@ constexpr const char* makeTable =
     "CREATE TABLE IF NOT EXISTS zun_rows (account bytea NOT NULL, kind smallint NOT NULL, name bytea NOT NULL,"
     " value bytea NOT NULL, PRIMARY KEY (account, kind, name)); COMMIT";
 
-constexpr std::array<std::pair<const char*, const char*>, 19> statements{{
+constexpr std::array<std::pair<const char*, const char*>, 21> statements{{
     {"read", "BEGIN ISOLATION LEVEL REPEATABLE READ READ ONLY"},
     {"write", "BEGIN ISOLATION LEVEL READ COMMITTED"},
     {"commit", "COMMIT"},
@@ -42,6 +42,16 @@ constexpr std::array<std::pair<const char*, const char*>, 19> statements{{
      "SELECT place, value FROM unnest($1::bytea[], $2::smallint[], $3::bytea[]) WITH ORDINALITY"
      " AS wanted (account, kind, name, place) JOIN zun_rows USING (account, kind, name)"
      " ORDER BY place FOR UPDATE OF zun_rows"},
+    // To divide by zero is how a statement ends the transaction that it stands in.
+    {"expectForUpdate",
+     "SELECT 1 / (count(*) = cardinality($1::bytea[]))::int FROM (SELECT 1"
+     " FROM unnest($1::bytea[], $2::smallint[], $3::bytea[], $4::bytea[]) WITH ORDINALITY"
+     " AS wanted (account, kind, name, expected, place) JOIN zun_rows USING (account, kind, name)"
+     " WHERE value = expected ORDER BY place FOR UPDATE OF zun_rows) AS locked"},
+    {"expect",
+     "SELECT 1 / (count(*) = cardinality($1::bytea[]))::int"
+     " FROM unnest($1::bytea[], $2::smallint[], $3::bytea[], $4::bytea[]) AS wanted (account, kind, name, expected)"
+     " LEFT JOIN zun_rows USING (account, kind, name) WHERE value IS NOT DISTINCT FROM expected"},
     {"scanFrom",
      "SELECT name, value FROM zun_rows WHERE account = $1 AND kind = $2 AND name >= $3 AND name < $4"
      " ORDER BY name LIMIT $5"},
@@ -128,8 +138,14 @@ void PostgresLink::fail(const PGresult* result) {
     // Serialization failure, deadlock, a lock that did not come.
     if (isOneOf(PQresultErrorField(result, PG_DIAG_SQLSTATE), {"40001", "40P01", "55P03"}))
         throw PostgresConflict(text);
+    if (isOneOf(PQresultErrorField(result, PG_DIAG_SQLSTATE), {"22012"})) throw PostgresStale(text);
     if (isLastWord(result)) _handle.reset();
     throw StorageFailure(text);
+}
+
+bool PostgresLink::isStillOpen() noexcept {
+    // Its last words come before the end.
+    return isOpen() && PQconsumeInput(_handle.get()) == 1 && PQconsumeInput(_handle.get()) == 1 && isOpen();
 }
 
 void PostgresLink::say(const char* statement, const Values& values) {

@@ -20,6 +20,12 @@ class PostgresConflict : public StorageFailure {
     using StorageFailure::StorageFailure;
 };
 
+// What was remembered is no longer so; nothing has happened.
+class PostgresStale : public StorageFailure {
+  public:
+    using StorageFailure::StorageFailure;
+};
+
 struct PostgresClose {
     void operator()(PGconn* connection) const { PQfinish(connection); }
     void operator()(PGresult* result) const { PQclear(result); }
@@ -39,6 +45,9 @@ class PostgresLink {
 
     // False once it has been found broken, or of no more use: the server has ended it or takes no writes.
     [[nodiscard]] bool isOpen() const { return _handle && PQstatus(_handle.get()) == CONNECTION_OK; }
+
+    // Looks whether the server has hung up meanwhile, which isOpen() does not know before somebody asks.
+    [[nodiscard]] bool isStillOpen() noexcept;
 
     // Sends it sometime before the next question.
     void say(const char* statement, const Values& values = {});

@@ -3,6 +3,8 @@
 #include <fmt/format.h>
 #include <sys/random.h>
 
+#include <array>
+
 namespace zun::cloud {
 namespace {
 
@@ -30,7 +32,8 @@ PostgresStorage::PostgresStorage(std::string address, unsigned connections)
             });
         });
     _others.emplace(_address, [this](const std::string& payload) {
-        if (!payload.starts_with(_mark)) tell(payload.substr(std::min(_mark.size(), payload.size())));
+        if (!payload.starts_with(_mark))
+            _listener.tell(std::array{payload.substr(std::min(_mark.size(), payload.size()))});
     });
 }
 
@@ -61,23 +64,11 @@ void PostgresStorage::wake(PostgresConnection& connection, const std::set<std::s
     for (const auto& account : accounts)
         payloads.insert(_mark + account);
     connection.notify(payloads);
-    for (const auto& account : accounts)
-        tell(account);
-}
-
-void PostgresStorage::tell(const std::string& account) {
-    std::shared_ptr<const WakeListener> listener;
-    {
-        std::lock_guard lock(_mutex);
-        listener = _listener;
-    }
-    if (listener) (*listener)(account);
+    _listener.tell(accounts);
 }
 
 void PostgresStorage::setWakeListener(WakeListener listener) {
-    auto shared = listener ? std::make_shared<const WakeListener>(std::move(listener)) : nullptr;
-    std::lock_guard lock(_mutex);
-    _listener = std::move(shared);
+    _listener.set(std::move(listener));
 }
 
 void PostgresStorage::dump(const RowVisitor& visitor) {

@@ -9,7 +9,6 @@
 // NOTIFY. Connections that break are made anew; work that had not reached its commit is run again. What cannot be done
 // within some seconds because no server takes it fails. Any thread.
 
-#include <mutex>
 #include <set>
 #include <thread>
 #include <vector>
@@ -19,6 +18,7 @@
 #include "server/storage/PostgresQueue.h"
 #include "server/storage/PostgresWorker.h"
 #include "server/storage/Storage.h"
+#include "server/storage/WakeListenerPlace.h"
 
 namespace zun::cloud {
 
@@ -43,16 +43,14 @@ class PostgresStorage final : public Storage {
         return kind == PostgresJob::Kind::Read ? _reader : _writer;
     }
     void wake(PostgresConnection& connection, const std::set<std::string>& accounts);
-    void tell(const std::string& account);
 
     const std::string _address;
     const std::string _mark;  // of this process, before what it notifies of
-    RememberedAccounts _remembered;
+    RememberedRows _remembered;
     PostgresQueue _queue;
     // Where nothing of a kind is under way the caller works itself: to wake a thread for it would take as long.
     PostgresWorker _reader, _writer;
-    std::mutex _mutex;
-    std::shared_ptr<const WakeListener> _listener;
+    WakeListenerPlace _listener;
     std::vector<std::thread> _threads;
     std::optional<PostgresListener> _others;
 };

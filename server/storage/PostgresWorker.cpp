@@ -27,7 +27,7 @@ PostgresJobs takeOverdue(PostgresJobs& jobs) {
 }
 
 // What all of them will ask for, each row once, in an order that is everybody's.
-GuessedRows guessAll(const PostgresJobs& jobs, const RememberedAccounts& remembered) {
+GuessedRows guessAll(const PostgresJobs& jobs, const RememberedRows& remembered) {
     std::set<RowKey> locked, others;
     for (const auto& job : jobs) {
         auto guessed = guessRows(job.work, remembered);
@@ -41,7 +41,7 @@ GuessedRows guessAll(const PostgresJobs& jobs, const RememberedAccounts& remembe
 
 }  // namespace
 
-PostgresWorker::PostgresWorker(const std::string& address, PostgresQueue& queue, RememberedAccounts& remembered,
+PostgresWorker::PostgresWorker(const std::string& address, PostgresQueue& queue, RememberedRows& remembered,
                                Woken woken, std::unique_ptr<PostgresConnection> connection)
     : _address(address),
       _queue(queue),
@@ -142,7 +142,42 @@ void PostgresWorker::readAlone(Turn& turn) {
     end(turn.jobs, std::nullopt);
 }
 
+// In one trip, where everything that the works read is remembered.
+bool PostgresWorker::writeOverRemembered(Turn& turn) {
+    PostgresBatch batch(_remembered, turn.jobs.size());
+    std::set<std::string> woken;
+    try {
+        for (const auto& job : turn.jobs)
+            woken.merge(batch.run(job.work));
+    } catch (const PostgresBatch::Missed&) {
+        return false;
+    } catch (const StorageFailure&) {
+        return false;
+    }
+    // What is refused has to be refused for what is there.
+    // Where the connection breaks now, nobody knows whether it was written; so not on one that is broken already.
+    if (!batch.hasChanges() || !_connection->isStillOpen()) return false;
+    try {
+        _connection->begin(PostgresConnection::Mode::Write);
+        batch.expect(*_connection);
+        batch.store(*_connection);
+        _isCommitting = true;
+        _connection->commit();
+    } catch (const PostgresStale&) {
+        _isCommitting = false;
+        _connection->rollback();
+        batch.doubt(_remembered);
+        return false;
+    }
+    batch.remember(_remembered);
+    end(turn.jobs, std::nullopt);
+    if (!woken.empty()) _woken(*_connection, woken);
+    return true;
+}
+
 void PostgresWorker::write(Turn& turn) {
+    if (writeOverRemembered(turn)) return;
+    if (!isConnected()) throw StorageFailure("PostgreSQL: the connection is broken");
     _connection->begin(PostgresConnection::Mode::Write);
     PostgresBatch batch(*_connection, turn.jobs.size());
     batch.fetchForUpdate(guessAll(turn.jobs, _remembered));
@@ -150,7 +185,7 @@ void PostgresWorker::write(Turn& turn) {
     for (const auto& job : turn.jobs)
         woken.merge(batch.run(job.work));
     if (batch.hasChanges()) {
-        batch.store();
+        batch.store(*_connection);
         _isCommitting = true;
         _connection->commit();
     } else {

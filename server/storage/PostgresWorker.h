@@ -20,7 +20,7 @@ class PostgresWorker {
     // After a commit; the connection is free to tell others.
     using Woken = std::function<void(PostgresConnection&, const std::set<std::string>& accounts)>;
 
-    PostgresWorker(const std::string& address, PostgresQueue& queue, RememberedAccounts& remembered, Woken woken,
+    PostgresWorker(const std::string& address, PostgresQueue& queue, RememberedRows& remembered, Woken woken,
                    std::unique_ptr<PostgresConnection> connection = nullptr);
     // Until the queue ends. `done` runs after each turn of several, before another one of its kind can begin.
     void run(const std::function<void(PostgresJob::Kind)>& done);
@@ -41,13 +41,14 @@ class PostgresWorker {
     void attempt(Turn& turn);
     void readTogether(Turn& turn);
     void readAlone(Turn& turn);
+    [[nodiscard]] bool writeOverRemembered(Turn& turn);
     void write(Turn& turn);
     void meetConflict(Turn& turn, const StorageFailure& conflict);
     void meetFailure(Turn& turn, const StorageFailure& failure);
 
     const std::string& _address;
     PostgresQueue& _queue;
-    RememberedAccounts& _remembered;
+    RememberedRows& _remembered;
     const Woken _woken;
     std::unique_ptr<PostgresConnection> _connection;
     std::minstd_rand _random;

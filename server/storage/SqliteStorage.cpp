@@ -207,19 +207,12 @@ void SqliteStorage::writeBack() {
 }
 
 void SqliteStorage::report(std::deque<Job>& batch) {
-    std::shared_ptr<const WakeListener> listener;
-    {
-        std::lock_guard lock(_mutex);
-        listener = _listener;
-    }
     std::set<std::string> woken;
     for (auto& job : batch) {
         if (!job.failure) woken.insert(job.woken.begin(), job.woken.end());
         job.done(std::move(job.failure));
     }
-    if (!listener) return;
-    for (const auto& account : woken)
-        (*listener)(account);
+    _listener.tell(woken);
 }
 
 void SqliteStorage::read(Work work, Done done) {
@@ -235,9 +228,7 @@ void SqliteStorage::read(Work work, Done done) {
 }
 
 void SqliteStorage::setWakeListener(WakeListener listener) {
-    auto shared = listener ? std::make_shared<const WakeListener>(std::move(listener)) : nullptr;
-    std::lock_guard lock(_mutex);
-    _listener = std::move(shared);
+    _listener.set(std::move(listener));
 }
 
 void SqliteStorage::dump(const RowVisitor& visitor) {

@@ -13,6 +13,7 @@
 #include <thread>
 
 #include "server/storage/Storage.h"
+#include "server/storage/WakeListenerPlace.h"
 
 namespace zun::cloud {
 
@@ -61,7 +62,7 @@ class SqliteStorage final : public Storage {
     std::deque<Job> _waiting;
     bool _isWriting = false;  // who sets it has the writer and the pages of its log
     bool _isEnding = false;
-    std::shared_ptr<const WakeListener> _listener;
+    WakeListenerPlace _listener;
     std::vector<std::unique_ptr<SqliteConnection>> _idleReaders;
     std::thread _thread;
 };

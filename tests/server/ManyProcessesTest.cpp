@@ -4,11 +4,14 @@
 
 #include <algorithm>
 #include <atomic>
+#include <map>
+#include <random>
 #include <set>
 #include <thread>
 
 #include "server/PostgresCluster.h"
 #include "server/model/Administration.h"
+#include "server/model/ServiceIdentity.h"
 #include "server/storage/PostgresStorage.h"
 #include "support/ServiceWorld.h"
 
@@ -104,6 +107,45 @@ TEST_F(ManyProcesses, WriteToOneShareAtTheSameTime) {
 }
 
 // A server that crashes under load: whatever was answered as saved is there afterwards, and the feed has no hole.
+// What one remembers of rows may be what another one has changed since, or made, or erased.
+TEST_F(ManyProcesses, WriteOverWhatIsThereAndNotOverWhatTheyRemember) {
+    constexpr const char* account = "a";
+    const auto add = [&](ServiceWorld& world, const char* name, int number) {
+        std::string seen;
+        writeAndWait(*world.storage, [&](Transaction& rows) {
+            (void)rows.getForUpdate(account, Table::Account, {});
+            seen = rows.get(account, Table::Record, name).value_or("");
+            if (number > 0) {
+                rows.put(account, Table::Record, name, seen + std::to_string(number));
+            } else {
+                rows.erase(account, Table::Record, name);
+            }
+            return Storage::Ending::Commit;
+        });
+        return seen;
+    };
+    writeAndWait(*first->storage, [](Transaction& rows) {
+        rows.put(account, Table::Account, {}, "never changes");
+        return Storage::Ending::Commit;
+    });
+    std::mt19937 random(1);
+    std::map<std::string, std::string> truth;
+    for (int step = 0; step < 600; ++step) {
+        // One of them writes for a while, so that it comes to trust what it remembers.
+        auto& world = step / 40 % 2 == 0 || random() % 20 == 0 ? *first : *second;
+        const auto* name = random() % 2 == 0 ? "r" : "s";
+        const int number = static_cast<int>(random() % 10);
+        ASSERT_EQ(add(world, name, number), truth[name]) << "at step " << step;
+        number > 0 ? void(truth[name] += std::to_string(number)) : truth[name].clear();
+    }
+    writeAndWait(*first->storage, [](Transaction& rows) {
+        rows.erase(account, Table::Account, {});
+        rows.erasePrefix(account, Table::Record, {});
+        return Storage::Ending::Commit;
+    });
+    EXPECT_EQ(add(*second, "r", 0), "") << "what is remembered of an account that was deleted is of no use";
+}
+
 TEST_F(ManyProcesses, SurviveARestartOfTheDatabaseUnderLoad) {
     const TestDevice here(*first, "anna"), there(*second, "bert");
     for (const auto* device : {&here, &there})
