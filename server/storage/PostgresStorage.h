@@ -2,8 +2,8 @@
 
 // A storage in a PostgreSQL database, which any number of processes may share. Callers and a few threads work, each
 // with a connection. What waits when one is free is done together: reads by one question, writes in one transaction,
-// over rows that were guessed to be wanted. What turns out to need more, or meets somebody else's write, is done by
-// itself.
+// over rows that were guessed to be wanted, or that are remembered and stored over if they are still so. What turns out
+// to need more, or meets somebody else's write, is done by itself.
 //
 // An account's row keeps writes of that account in turn, whichever process they come from. Wakes go through LISTEN and
 // NOTIFY. Connections that break are made anew; work that had not reached its commit is run again. What cannot be done
