@@ -76,11 +76,9 @@ ZNCalendarViewController::ZNCalendarViewController(const CalendarContext& contex
 
 void ZNCalendarViewController::addObservers() {
     const QPointer<ZNCalendarViewController> self(this);
-    const auto refresh = [self, &dispatch = _context.dispatch](const NSNotification&) {
-        onMainThread(dispatch, [self] {
-            if (self) self->remindersWereUpdated();
-        });
-    };
+    const auto refresh = [act = gatheredOnMainThread(_context.dispatch, [self] {
+                              if (self) self->remindersWereUpdated();
+                          })](const NSNotification&) { act(); };
     for (const auto name :
          {ZNiCloudSyncFinished, ZNUserUpdatedReminderNotification, ZNUserDeletedReminderNotification,
           ZNUserAddedReminderNotification, ZNDatabaseDeDupedNotification, ZNReminderObjectUpdatedNotification,

@@ -51,29 +51,23 @@ void ZNCardViewController::addObservers() {
     auto& dispatch = _with.cards.dispatch;
     const QPointer<ZNCardViewController> self(this);
     // Store notifications come on the store's queue; a guard made here may only be asked on the main thread.
-    const auto refetch = [self, &dispatch](const NSNotification&) {
-        onMainThread(dispatch, [self] {
-            if (self) self->fetchLater();
-        });
-    };
+    const auto refetch = gatheredOnMainThread(dispatch, [self] {
+        if (self) self->fetchLater();
+    });
+    const auto lookAhead = gatheredOnMainThread(dispatch, [self] {
+        if (self) self->scheduleRefreshAtNextFireDate();
+    });
     for (const auto name : {ZNDatabaseDeDupedNotification, ZNReminderObjectUpdatedNotification,
                             ZNReminderObjectRemovedNotification, ZNListViewUpdatedNotification}) {
-        _observations.push_back(notifications.addObserver(name, refetch));
+        _observations.push_back(notifications.addObserver(name, [refetch](const NSNotification&) { refetch(); }));
     }
     _observations.push_back(notifications.addObserver(
-        ZNReminderObjectAddedNotification, [self, &dispatch](const NSNotification& notification) {
+        ZNReminderObjectAddedNotification,
+        [refetch, lookAhead, &environment = _with.environment](const NSNotification& notification) {
             const auto* reminder = std::any_cast<ReminderPtr>(&notification.object);
-            if (!reminder || !*reminder) return;
-            onMainThread(dispatch, [self, added = *reminder] {
-                if (self) self->reminderAdded(added);
-            });
+            if (!reminder || !*reminder || (*reminder)->completed_date()) return;
+            (*reminder)->isFutureReminder(environment.now()) ? lookAhead() : refetch();
         }));
-}
-
-void ZNCardViewController::reminderAdded(const ReminderPtr& reminder) {
-    if (reminder->completed_date()) return;
-    if (reminder->isFutureReminder(_with.environment.now())) return scheduleRefreshAtNextFireDate();
-    fetchLater();
 }
 
 // ---- fetching

@@ -115,7 +115,6 @@ class ZNCardViewController final : public ZNView,
     [[nodiscard]] bool isMirrored() const { return layoutDirection() == Qt::RightToLeft; }
 
     void addObservers();
-    void reminderAdded(const ReminderPtr& reminder);
     void fetchDataFromTheDatabase();
     void fetchLater();
     void takeDeck(std::vector<ReminderPtr> fetched);

@@ -111,11 +111,11 @@ void ZNListViewController::addObservers() {
     auto& dispatch = _with.cards.dispatch;
     // Store notifications come on the store's queue; a guard made here may only be asked on the main thread.
     const auto onMain = [&](std::string_view name, void (ZNListViewController::*action)()) {
-        _observations.push_back(notifications.addObserver(name, [self, &dispatch, action](const NSNotification&) {
-            onMainThread(dispatch, [self, action] {
-                if (self) (*self.*action)();
-            });
-        }));
+        auto act = gatheredOnMainThread(dispatch, [self, action] {
+            if (self) (*self.*action)();
+        });
+        _observations.push_back(
+            notifications.addObserver(name, [act = std::move(act)](const NSNotification&) { act(); }));
     };
     onMain(ZNListViewShouldSearchNotification, &ZNListViewController::onLeftButtonPress);
     for (const auto name : {ZNReminderObjectRemovedNotification, ZNReminderObjectUpdatedNotification,

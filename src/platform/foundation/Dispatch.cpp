@@ -1,5 +1,7 @@
 #include "platform/foundation/Dispatch.h"
 
+#include <atomic>
+#include <memory>
 #include <mutex>
 #include <utility>
 
@@ -12,6 +14,22 @@ void onMainThread(Dispatch& dispatch, Block block) {
     } else {
         main->async(std::move(block));
     }
+}
+
+Block gatheredOnMainThread(Dispatch& dispatch, Block block) {
+    struct Shared {
+        const DispatchQueuePtr main;
+        const Block block;
+        std::atomic<bool> isWaiting = false;
+    };
+    return [shared = std::shared_ptr<Shared>(new Shared{dispatch.main(), std::move(block)})] {
+        if (shared->main->isCurrent()) return shared->block();
+        if (shared->isWaiting.exchange(true)) return;
+        shared->main->async([shared] {
+            shared->isWaiting = false;
+            shared->block();
+        });
+    };
 }
 
 struct NSTimer::State {

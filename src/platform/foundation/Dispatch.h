@@ -47,6 +47,9 @@ class Dispatch {
 
 // Runs the block at once when already on the main thread, else asynchronously on the main queue.
 void onMainThread(Dispatch& dispatch, Block block);
+// For news that come in bursts, one for each of thousands of records: called on the main thread it runs the block at
+// once; called from elsewhere, the block runs there once for all calls until it begins. Any thread.
+[[nodiscard]] Block gatheredOnMainThread(Dispatch& dispatch, Block block);
 
 // A timer on a queue. Invalidates itself when destroyed; a one-shot timer is invalid once it has fired.
 class NSTimer {

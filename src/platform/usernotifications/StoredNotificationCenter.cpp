@@ -16,6 +16,7 @@ struct StoredNotificationCenter::State {
     std::mutex mutex;
     std::vector<AlertChange::Any> waiting;
     bool isWriteUnderWay = false;
+    std::int64_t lastTold = 0;
 };
 
 StoredNotificationCenter::StoredNotificationCenter(const std::filesystem::path& folder, Collaborators collaborators)
@@ -135,22 +136,45 @@ void StoredNotificationCenter::setDelegate(NSUserNotificationCenterDelegate* del
         _watcher.reset();
         return;
     }
-    _lastTold = _state->store.lastDelivered();
+    const auto last = _state->store.lastDelivered();
+    {
+        const std::lock_guard lock(_state->mutex);
+        _state->lastTold = last;
+    }
     if (_watcher) return;
     // The bell must be there to be watched.
     std::error_code ignored;
     std::filesystem::create_directories(_state->bellFile.parent_path(), ignored);
-    auto told = [this, isHere = _isHere, main = _with.dispatch.main()] {
-        main->async([this, isHere] {
-            if (*isHere) tellDeliveries();
+    auto told = [this, isHere = _isHere, state = _state, main = _with.dispatch.main()] {
+        const std::lock_guard lock(state->mutex);
+        if (!state->queue) return;
+        state->queue->async([this, isHere, state, main] {
+            auto delivered = newDeliveries(*state);
+            if (delivered.empty()) return;
+            main->async([this, isHere, delivered = std::move(delivered)] {
+                if (*isHere) tellDeliveries(delivered);
+            });
         });
     };
     _watcher = std::make_unique<FileWatcher>(
         std::vector<FileWatcher::Watched>{{_state->bellFile.parent_path(), _state->bellFile.filename(), told}});
 }
 
-void StoredNotificationCenter::tellDeliveries() {
-    for (const auto& notification : current().deliveredAfter(_lastTold)) {
+// Waits for the disk, and behind changes that are being written.
+std::vector<NSUserNotification> StoredNotificationCenter::newDeliveries(State& state) {
+    std::int64_t last = 0;
+    {
+        const std::lock_guard lock(state.mutex);
+        last = state.lastTold;
+    }
+    auto delivered = state.store.deliveredAfter(last);
+    const std::lock_guard lock(state.mutex);
+    state.lastTold = last;
+    return delivered;
+}
+
+void StoredNotificationCenter::tellDeliveries(const std::vector<NSUserNotification>& delivered) {
+    for (const auto& notification : delivered) {
         if (_delegate) _delegate->didDeliverNotification(notification);
     }
 }

@@ -64,12 +64,12 @@ class StoredNotificationCenter final : public NSUserNotificationCenter {
     static void writeLater(const std::shared_ptr<State>& state, std::chrono::microseconds delay);
     static bool write(State& state);
     [[nodiscard]] AlertStore& current() const;
-    void tellDeliveries();
+    [[nodiscard]] static std::vector<NSUserNotification> newDeliveries(State& state);
+    void tellDeliveries(const std::vector<NSUserNotification>& delivered);
 
     const Collaborators _with;
     const std::shared_ptr<State> _state;
     NSUserNotificationCenterDelegate* _delegate = nullptr;
-    std::int64_t _lastTold = 0;
     std::shared_ptr<bool> _isHere = std::make_shared<bool>(true);  // for blocks on the main queue
     std::unique_ptr<FileWatcher> _watcher;
 };
