@@ -60,7 +60,7 @@ void AccountModel::attemptEnded(const OptionalError& error) {
     endWith(error, {});
     if (!error) {
         _with.settings.setShouldUseCloudKit(true);
-        _with.settings.save();
+        _blocks.async(*_queue, [&settings = _with.settings] { settings.save(); });
         readSyncReport();
         syncNow();
     }

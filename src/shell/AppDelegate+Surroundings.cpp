@@ -64,9 +64,21 @@ void AppDelegate::watchSettings() {
     connect(watcher, &QFileSystemWatcher::directoryChanged, this, changed);
 }
 
+// Off the main thread, since a reading waits for whoever is just writing the file.
 void AppDelegate::settingsFileChanged() {
+    _settingsReadings.async(
+        *_with.dispatch.concurrent(QualityOfService::UserInitiated),
+        [&defaults = _with.settings.defaults(), main = _with.dispatch.main(), self = QPointer(this)] {
+            if (!defaults.reload()) return;
+            main->async([self] {
+                if (self) self->takeOverSettings();
+            });
+        });
+}
+
+void AppDelegate::takeOverSettings() {
     const bool wasInMenubar = _with.settings.showInMenubar();
-    if (_with.settings.defaults().reload()) _with.settings.reload();
+    _with.settings.reload();
     if (_with.settings.showInMenubar() != wasInMenubar)
         _with.notifications.postNotificationName(ZNAppModeDidChangeNotification);
 }

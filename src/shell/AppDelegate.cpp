@@ -27,7 +27,8 @@ AppDelegate::AppDelegate(const Collaborators& collaborators)
       _keptReminders(collaborators.home.state),
       _links({collaborators.manager, collaborators.notifications, collaborators.environment, collaborators.dispatch,
               _undoStack, collaborators.strings.string("Undo_Link_Text")}),
-      _activity(collaborators.dispatch) {}
+      _activity(collaborators.dispatch),
+      _settingsReadings(collaborators.dispatch) {}
 
 AppDelegate::~AppDelegate() {
     _with.database.setFailureHandler({});

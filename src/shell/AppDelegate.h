@@ -17,6 +17,7 @@
 
 #include "cards/ReminderCardTexts.h"
 #include "core/ZNReminderManager.h"
+#include "platform/foundation/BlocksUnderWay.h"
 #include "platform/foundation/Home.h"
 #include "platform/foundation/SystemEnvironment.h"
 #include "platform/usernotifications/NSUserNotificationCenter.h"
@@ -90,6 +91,7 @@ class AppDelegate final : public QObject, public NSUserNotificationCenterDelegat
 
     // Another process changed the settings' file.
     void settingsFileChanged();
+    void takeOverSettings();
     void togglePopover();
 
     // Each null in the other mode.
@@ -170,6 +172,7 @@ class AppDelegate final : public QObject, public NSUserNotificationCenterDelegat
     std::shared_ptr<std::atomic<int>> _cleanupsUnderWay = std::make_shared<std::atomic<int>>(0);
     NSTimer _minuteTimer;
     std::vector<Observation> _observations;
+    BlocksUnderWay _settingsReadings;
 };
 
 }  // namespace zun

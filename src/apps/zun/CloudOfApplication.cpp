@@ -60,7 +60,8 @@ void CloudOfApplication::watchAccountFile() {
     const auto changed = [this, file] {
         // The file is replaced whole, which ends the watch on it.
         if (QFileInfo::exists(file) && !_accountFile.files().contains(file)) _accountFile.addPath(file);
-        _core.keeper.reload();
+        // Whoever hears of it may write to the disk.
+        _core.keeper.reload([] {});
     };
     QObject::connect(&_accountFile, &QFileSystemWatcher::fileChanged, &_service, changed);
     QObject::connect(&_accountFile, &QFileSystemWatcher::directoryChanged, &_service, changed);
