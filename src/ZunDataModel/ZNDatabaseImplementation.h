@@ -54,6 +54,7 @@ class ZNDatabase::Implementation {
 
     ~Implementation() {
         _watcher.reset();
+        waitForWrites();
         if (_endedPushes.any()) commit([](RecordChanges&) {}, {});
         // The queue is serial, so after this block no delayed one touches the store.
         submit([this] {
@@ -88,11 +89,15 @@ class ZNDatabase::Implementation {
             std::move(written));
     }
 
-    // What is not written before the program is killed leaves marks that the next sync clears, so it may wait.
+    // What is not written before the program is killed leaves marks that the next sync clears, so it may wait. It has
+    // to wait for the writes that were asked for before: one of them makes the note of this push, and another puts down
+    // how it ended, and no transaction may end the push before that one.
     void pushDidEnd(const std::string& pushID) {
-        if (!_endedPushes.add({pushID})) return;
-        _queue->asyncAfter(tuning::endedPushesWait, [this, open = std::weak_ptr(_open)] {
-            if (open.lock() && _endedPushes.any()) commit([](RecordChanges&) {}, {});
+        submit([this, pushID] {
+            if (!_endedPushes.add({pushID})) return;
+            _queue->asyncAfter(tuning::endedPushesWait, [this, open = std::weak_ptr(_open)] {
+                if (open.lock() && _endedPushes.any()) commit([](RecordChanges&) {}, {});
+            });
         });
     }
 

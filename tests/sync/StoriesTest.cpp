@@ -248,6 +248,27 @@ TEST(Stories, ADeletionElsewhereOutlivesTheEndOfTheProgramAtAnyMomentOfItsArriva
     }
 }
 
+// A push that cannot even begin ends while the write that it is about is still on its way to the disk.
+TEST(Stories, WhatWasDeletedWhileSignedOutStaysDeletedWhereverTheProgramEnds) {
+    bool wasStruck = true;
+    for (std::uint64_t call = 1; wasStruck; ++call) {
+        SCOPED_TRACE(call);
+        TwoDevices world;
+        const auto milk = world.desk.create("milk");
+        world.expectAgreement();
+        world.desk.signOut();
+        world.settle();
+        world.desk.riskCrash(faults::Fault::Kill, call);
+        world.desk.remove(milk);
+        wasStruck = world.desk.isStruck();
+        wasStruck ? world.desk.crash() : world.desk.endRisk();
+        const bool isThere = world.desk.row(milk) != nullptr;
+        world.desk.signIn();
+        world.expectAgreement();
+        EXPECT_EQ(world.title(world.desk, milk), isThere ? "milk" : "(none)");
+    }
+}
+
 TEST(Stories, AServiceThatWasRestoredGetsAgainWhatItWasSentSince) {
     TwoDevices world;
     const auto milk = world.desk.create("milk");
