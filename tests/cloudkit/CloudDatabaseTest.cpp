@@ -226,11 +226,12 @@ TEST_F(CloudDatabaseTest, AnAccountWhoseSecretIsNotAtHandIsStillTheSame) {
         [](AccountStatus status) { EXPECT_EQ(status, AccountStatus::Available); });
 }
 
-TEST_F(CloudDatabaseTest, AnAnswerThatComesAfterAnotherSignInTellsNothing) {
+TEST_F(CloudDatabaseTest, AnAnswerThatComesAfterAnotherSignInOrFromBeforeARestoreTellsNothing) {
     answerWith(cloud::Zones{{zone}});
     transport.holdsBack = true;
     std::vector<std::pair<std::size_t, CKErrorCode>> told;
-    for (const auto& comes : {session.currentSession(), std::optional(CloudSession{"ben", "token-2"})}) {
+    for (const auto& comes : {session.currentSession(), std::optional(CloudSession{"anna", "token-1", "restored"}),
+                              std::optional(CloudSession{"ben", "token-2"})}) {
         const auto operation = CKFetchRecordZonesOperation::fetchAllRecordZonesOperation();
         operation->setFetchRecordZonesCompletionBlock(
             [&](const std::vector<CKRecordZoneID>& zones, const OptionalError& error) {
@@ -242,7 +243,8 @@ TEST_F(CloudDatabaseTest, AnAnswerThatComesAfterAnotherSignInTellsNothing) {
         transport.answerHeld();
         dispatch.runUntilIdle();
     }
-    EXPECT_THAT(told, ElementsAre(testing::Pair(1U, CKErrorCode{}), testing::Pair(0U, CKErrorCode::NotAuthenticated)));
+    EXPECT_THAT(told, ElementsAre(testing::Pair(1U, CKErrorCode{}), testing::Pair(0U, CKErrorCode::ChangeTokenExpired),
+                                  testing::Pair(0U, CKErrorCode::NotAuthenticated)));
 }
 
 TEST_F(CloudDatabaseTest, PushesFollowTheDeviceThatIsSignedIn) {

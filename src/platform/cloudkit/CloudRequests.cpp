@@ -14,14 +14,16 @@ void CloudRequests::send(const CloudSession& session, QualityOfService quality, 
                          AnswerBlock block) {
     _gate.pass([&] {
         _transport.send(session.credential(), std::move(request),
-                        [self = shared_from_this(), quality, accountID = session.accountID,
-                         block = std::move(block)](cloud::Answer answer) {
+                        [self = shared_from_this(), quality, session, block = std::move(block)](cloud::Answer answer) {
                             auto shared = std::make_shared<cloud::Answer>(std::move(answer));
-                            self->run(quality, [self, accountID, block, shared] {
-                                // Late news of one account must not get into the store of another.
+                            self->run(quality, [self, session, block, shared] {
+                                // Late news of one account must not get into the store of another, nor those from
+                                // before a service was set back into a store that reckons with that.
                                 const auto now = self->_sessions.knownAccount();
-                                if (!now || now->accountID != accountID)
+                                if (!now || now->accountID != session.accountID)
                                     *shared = makeCKError(CKErrorCode::NotAuthenticated, "signed out meanwhile");
+                                else if (now->serviceEpoch != session.serviceEpoch)
+                                    *shared = makeCKError(CKErrorCode::ChangeTokenExpired, "restored meanwhile");
                                 block(*shared);
                             });
                         });
