@@ -66,7 +66,8 @@ void ZNDatabase::pushDidEnd(const std::string& pushID) {
 }
 
 void ZNDatabase::takeUnfinishedPushesForFailed() {
-    _implementation->commit([](RecordChanges& changes) { CloudChanges(changes).takeUnfinishedPushesForFailed(); }, {});
+    _implementation->commitWhere(hasUnfinishedPushes,
+                                 [](RecordChanges& changes) { CloudChanges(changes).takeUnfinishedPushesForFailed(); });
 }
 
 std::vector<KeptVersion> ZNDatabase::keptVersions() const {
@@ -77,7 +78,9 @@ std::vector<KeptVersion> ZNDatabase::keptVersions() const {
 }
 
 void ZNDatabase::forgetKeptVersionsBefore(NSDate date) {
-    _implementation->commit([date](RecordChanges& changes) { CloudChanges(changes).forgetKeptBefore(date); }, {});
+    _implementation->commitWhere(
+        [date](StoreConnection& connection) { return hasKeptVersionsBefore(connection, date); },
+        [date](RecordChanges& changes) { CloudChanges(changes).forgetKeptBefore(date); });
 }
 
 }  // namespace zun

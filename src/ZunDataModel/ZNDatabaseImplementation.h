@@ -89,6 +89,16 @@ class ZNDatabase::Implementation {
             std::move(written));
     }
 
+    // For what is to be done only now and then: a transaction without changes costs a write as well, and a store that
+    // was written to is checked at the next start if the program is killed.
+    void commitWhere(std::function<bool(StoreConnection&)> isNeeded, std::function<void(RecordChanges&)> work) {
+        submit([this, isNeeded = std::move(isNeeded), work = std::move(work)] {
+            if (!read(isNeeded)) return;
+            const auto error = _writer.commit(work);
+            if (error) fail(*error);
+        });
+    }
+
     // What is not written before the program is killed leaves marks that the next sync clears, so it may wait. It has
     // to wait for the writes that were asked for before: one of them makes the note of this push, and another puts down
     // how it ended, and no transaction may end the push before that one.

@@ -191,6 +191,20 @@ void CloudChanges::forgetKeptBefore(NSDate date) {
     statement->step();
 }
 
+bool hasUnfinishedPushes(StoreConnection& connection) {
+    const StatementUse query(
+        connection.statement("SELECT 1 FROM pending_pushes UNION ALL "
+                             "SELECT 1 FROM kept_versions WHERE pushID IS NOT NULL LIMIT 1"));
+    return query->step();
+}
+
+bool hasKeptVersionsBefore(StoreConnection& connection, NSDate date) {
+    const StatementUse query(
+        connection.statement("SELECT 1 FROM kept_versions WHERE kept_date < ? AND pushID IS NULL LIMIT 1"));
+    query->bind(1, date);
+    return query->step();
+}
+
 std::vector<KeptVersion> keptVersions(StoreConnection& connection) {
     static const std::string sql =
         fmt::format("SELECT {}, number, kept_date, reason FROM kept_versions WHERE pushID IS NULL ORDER BY number DESC",

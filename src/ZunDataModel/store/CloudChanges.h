@@ -42,6 +42,10 @@ class CloudChanges {
 // Newest first, without those of pushes under way.
 [[nodiscard]] std::vector<KeptVersion> keptVersions(StoreConnection& connection);
 
+// Whether a program ended before all of its pushes did.
+[[nodiscard]] bool hasUnfinishedPushes(StoreConnection& connection);
+[[nodiscard]] bool hasKeptVersionsBefore(StoreConnection& connection, NSDate date);
+
 void createCloudTables(StoreConnection& connection);
 
 }  // namespace zun
