@@ -5,6 +5,12 @@ set(CMAKE_CXX_STANDARD_REQUIRED ON)
 set(CMAKE_CXX_EXTENSIONS OFF)
 set(CMAKE_EXPORT_COMPILE_COMMANDS ON)
 
+# Where modules lie that programs load while they run: in the build, and below the prefix as seen from bin.
+include(GNUInstallDirs)
+set(ZUN_MODULES ${CMAKE_BINARY_DIR}/modules)
+set(ZUN_INSTALLED_MODULES ${CMAKE_INSTALL_LIBDIR}/zun)
+set(CMAKE_BUILD_RPATH ${ZUN_MODULES})
+
 option(ZUN_FUZZ "Build the fuzzers (needs clang)" OFF)
 set(ZUN_SANITIZE "" CACHE STRING "Sanitizers to build with, as the compiler names them: address,undefined or thread")
 

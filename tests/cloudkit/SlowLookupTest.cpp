@@ -5,7 +5,7 @@
 #include <future>
 #include <string_view>
 
-#include "platform/cloudkit/HttpThread.h"
+#include "platform/cloudkit/HttpModule.h"
 
 namespace zun {
 namespace {
@@ -17,20 +17,22 @@ struct Lookup {
 };
 Lookup* lookup = nullptr;
 
-TEST(HttpThread, EndsWhileANameIsStillBeingLookedUp) {
+TEST(HttpTransfers, EndsWhileANameIsStillBeingLookedUp) {
     static Lookup slow;  // outlives the thread that looks up
     lookup = &slow;
-    const auto thread = std::make_shared<HttpThread>();
-    std::promise<CURLcode> code;
+    const auto transfers = httpModule().makeTransfers();
+    std::promise<std::optional<HttpFailure>> failure;
     HttpRequest request;
     request.URL = std::string("http://") + slowHost;
-    thread->start(request, [&code](const HttpResponse& response) { code.set_value(response.code); });
+    transfers->start(request, [&failure](const HttpResponse& response) { failure.set_value(response.failure); });
     slow.begun.get_future().wait();
-    auto stopped = std::async(std::launch::async, [&thread] { thread->stop(); });
+    auto stopped = std::async(std::launch::async, [&transfers] { transfers->stop(); });
     // The limit counts only where it hangs.
     EXPECT_EQ(stopped.wait_for(std::chrono::seconds(10)), std::future_status::ready);
     slow.mayEnd.set_value();
-    EXPECT_EQ(code.get_future().get(), CURLE_ABORTED_BY_CALLBACK);
+    const auto ended = failure.get_future().get();
+    ASSERT_TRUE(ended);
+    EXPECT_EQ(ended->kind, HttpFailure::Kind::BrokenOff);
     slow.ended.get_future().wait();
 }
 

@@ -22,7 +22,7 @@ HttpPushStream::HttpPushStream(const HttpTransport& transport, std::string devic
       _deviceToken(std::move(deviceToken)),
       _handlers(std::move(handlers)),
       _queue(_dispatch.makeSerialQueue("push stream", QualityOfService::UserInitiated)),
-      _thread(transport._thread),
+      _transfers(transport._transfers),
       _parser([this](const auto& event) { takeEvent(event); }),
       _wait(firstWait) {}
 
@@ -30,21 +30,37 @@ void HttpPushStream::later(Block block) {
     _queue->async([self = shared_from_this(), block = std::move(block)] { self->_gate.pass(block); });
 }
 
+void HttpPushStream::open() {
+    later([this] { connect(); });
+}
+
 void HttpPushStream::connect() {
+    const auto transfers = _transfers->get();
+    if (!transfers) return;
     auto request = _transport.requestTo("push", _deviceToken);
     request.kind = HttpRequest::Kind::EventStream;
     request.headers.emplace_back("Accept: text/event-stream");
-    const std::scoped_lock lock(_mutex);
-    if (_isClosed) return;
-    const int attempt = ++_attempt;
-    if (!_lastIdentifier.empty()) request.headers.push_back("Last-Event-ID: " + _lastIdentifier);
-    _parser = EventStreamParser([this](const auto& event) { takeEvent(event); });
+    int attempt = 0;
+    {
+        const std::scoped_lock lock(_mutex);
+        if (_isClosed) return;
+        attempt = ++_attempt;
+        if (!_lastIdentifier.empty()) request.headers.push_back("Last-Event-ID: " + _lastIdentifier);
+        _parser = EventStreamParser([this](const auto& event) { takeEvent(event); });
+    }
     request.received = [self = weak_from_this(), attempt](std::string_view bytes) {
         if (const auto stream = self.lock()) stream->takeBytes(attempt, bytes);
     };
-    _transfer = _thread->start(std::move(request), [self = weak_from_this(), attempt](const HttpResponse& response) {
-        if (const auto stream = self.lock()) stream->ended(attempt, response);
-    });
+    // Without the lock, since a transfer that comes too late ends within the call.
+    auto transfer =
+        transfers->start(std::move(request), [self = weak_from_this(), attempt](const HttpResponse& response) {
+            if (const auto stream = self.lock()) stream->ended(attempt, response);
+        });
+    const std::scoped_lock lock(_mutex);
+    if (_isClosed)
+        transfers->cancel(transfer);
+    else
+        _transfer = std::move(transfer);
 }
 
 void HttpPushStream::close() {
@@ -54,8 +70,12 @@ void HttpPushStream::close() {
         _isClosed = true;
         transfer = std::move(_transfer);
     }
-    if (transfer) _thread->cancel(transfer);
+    if (transfer) cancel(transfer);
     _gate.close();
+}
+
+void HttpPushStream::cancel(const HttpTransferPtr& transfer) {
+    if (const auto transfers = _transfers->get()) transfers->cancel(transfer);
 }
 
 void HttpPushStream::takeBytes(int attempt, std::string_view bytes) {
@@ -65,7 +85,7 @@ void HttpPushStream::takeBytes(int attempt, std::string_view bytes) {
         if (attempt != _attempt || _isClosed) return;
         if (!_parser.take(bytes)) broken = _transfer;
     }
-    if (broken) _thread->cancel(broken);
+    if (broken) cancel(broken);
 }
 
 // Under the lock, on the transfers' thread.

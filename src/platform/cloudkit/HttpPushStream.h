@@ -16,11 +16,13 @@ class HttpPushStream : public std::enable_shared_from_this<HttpPushStream> {
   public:
     HttpPushStream(const HttpTransport& transport, std::string deviceToken, CloudTransport::PushHandlers handlers);
 
-    void connect();
+    void open();
     // No handler runs after this.
     void close();
 
   private:
+    void connect();
+    void cancel(const HttpTransferPtr& transfer);
     void takeBytes(int attempt, std::string_view bytes);
     void takeEvent(const EventStreamParser::Event& event);
     void ended(int attempt, const HttpResponse& response);
@@ -33,7 +35,7 @@ class HttpPushStream : public std::enable_shared_from_this<HttpPushStream> {
     const std::string _deviceToken;
     const CloudTransport::PushHandlers _handlers;
     const DispatchQueuePtr _queue;
-    const std::shared_ptr<HttpThread> _thread;
+    const std::shared_ptr<LazyTransfers> _transfers;
     BlockGate _gate;
     std::mutex _mutex;
     HttpTransferPtr _transfer;

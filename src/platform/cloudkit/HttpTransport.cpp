@@ -31,7 +31,7 @@ CKErrorCode codeOfStatus(long status) {
 }
 
 cloud::Answer answerOf(const cloud::Request& asked, const HttpResponse& response) {
-    if (response.code != CURLE_OK) return errorOfTransfer(response.code);
+    if (response.failure) return errorOf(*response.failure);
     auto received = cloud::decodeAnswer(asked, response.body);
     auto* answer = std::get_if<cloud::Answer>(&received);
     const bool isRefusal = answer && std::holds_alternative<CKError>(*answer);
@@ -55,17 +55,10 @@ class OpenStream final : public CloudPushStream {
 }  // namespace
 
 HttpTransport::HttpTransport(ServiceAddress address, Dispatch& dispatch, const Environment& environment)
-    : _dispatch(dispatch),
-      _environment(environment),
-      _address(std::move(address)),
-      _thread(std::make_shared<HttpThread>()) {
-    // Once for the process, and before any of its threads uses the library.
-    static const auto isReady = curl_global_init(CURL_GLOBAL_DEFAULT);
-    (void)isReady;
-}
+    : _dispatch(dispatch), _environment(environment), _address(std::move(address)) {}
 
 HttpTransport::~HttpTransport() {
-    _thread->stop();
+    _transfers->stop();
 }
 
 void HttpTransport::setAddress(ServiceAddress address) {
@@ -95,21 +88,21 @@ void HttpTransport::send(const std::string& deviceToken, cloud::Request request,
     http.headers.emplace_back("Content-Type: application/json");
     const auto asked = std::make_shared<cloud::Request>(std::move(request));
     // Written elsewhere, since a large one takes longer than a frame.
-    queue->async([thread = std::weak_ptr(_thread), queue, http = std::move(http), asked,
-                  completion = std::move(completion)]() mutable {
-        const auto alive = thread.lock();
-        if (!alive) return completion(errorOfTransfer(CURLE_ABORTED_BY_CALLBACK));
-        http.body = cloud::encode(*asked);
-        alive->start(std::move(http), [queue, asked, completion = std::move(completion)](HttpResponse response) {
-            auto shared = std::make_shared<HttpResponse>(std::move(response));
-            queue->async([asked, completion, shared] { completion(answerOf(*asked, *shared)); });
+    queue->async(
+        [transfers = _transfers, queue, http = std::move(http), asked, completion = std::move(completion)]() mutable {
+            const auto running = transfers->get();
+            if (!running) return completion(errorOf({HttpFailure::Kind::BrokenOff, "ended before it was sent"}));
+            http.body = cloud::encode(*asked);
+            running->start(std::move(http), [queue, asked, completion = std::move(completion)](HttpResponse response) {
+                auto shared = std::make_shared<HttpResponse>(std::move(response));
+                queue->async([asked, completion, shared] { completion(answerOf(*asked, *shared)); });
+            });
         });
-    });
 }
 
 std::unique_ptr<CloudPushStream> HttpTransport::openPushStream(const std::string& deviceToken, PushHandlers handlers) {
     auto stream = std::make_shared<HttpPushStream>(*this, deviceToken, std::move(handlers));
-    stream->connect();
+    stream->open();
     return std::make_unique<OpenStream>(std::move(stream));
 }
 

@@ -6,11 +6,12 @@
 //
 // Any thread. Messages are written and read on queues of the dispatch, where completions and handlers run as well.
 
-#include <curl/curl.h>
+#include <memory>
+#include <mutex>
+#include <string>
 
 #include "platform/cloudkit/CloudTransport.h"
-#include "platform/cloudkit/HttpThread.h"
-#include "platform/cloudkit/ServiceCertificate.h"
+#include "platform/cloudkit/HttpModule.h"
 #include "platform/foundation/Dispatch.h"
 #include "platform/foundation/Environment.h"
 
@@ -33,7 +34,7 @@ class HttpTransport final : public CloudTransport {
     [[nodiscard]] std::unique_ptr<CloudPushStream> openPushStream(const std::string& deviceToken,
                                                                   PushHandlers handlers) override;
     // Waits for the transfers' thread.
-    void close() override { _thread->stop(); }
+    void close() override { _transfers->stop(); }
 
   private:
     friend class HttpPushStream;
@@ -44,7 +45,7 @@ class HttpTransport final : public CloudTransport {
     const Environment& _environment;
     mutable std::mutex _mutex;
     ServiceAddress _address;
-    std::shared_ptr<HttpThread> _thread;
+    const std::shared_ptr<LazyTransfers> _transfers = std::make_shared<LazyTransfers>();
 };
 
 }  // namespace zun

@@ -1,9 +1,6 @@
 #pragma once
 
-// What a service shows of itself, for people who decide whether to trust a certificate that no authority has signed,
-// and how requests to it are bound to that decision.
-
-#include <curl/curl.h>
+// What a service shows of itself, for people who decide whether to trust a certificate that no authority has signed.
 
 #include <string>
 #include <variant>
@@ -21,14 +18,8 @@ struct ServiceCertificate {
     bool isVouchedFor = false;  // by an authority that this system trusts, and for the service's name
 };
 
-// Connects, looks at the certificate and closes; sends nothing. Any thread; blocks for up to ten seconds.
+// Connects, looks at the certificate and closes; sends nothing. Any thread; blocks for up to ten seconds. Error 3 if
+// nobody was reached, 4 if the connection broke.
 [[nodiscard]] std::variant<ServiceCertificate, CKError> fetchServiceCertificate(const std::string& URL);
-
-// Makes the transfer accept only that certificate, whoever signed it and whatever name it bears. The text lives as long
-// as the transfer.
-void acceptOnlyCertificate(CURL* transfer, const std::string& fingerprint);
-
-// The reason why a transfer ended, as an error of the client: 3 if nobody was reached, 4 if the connection broke.
-[[nodiscard]] CKError errorOfTransfer(CURLcode code);
 
 }  // namespace zun

@@ -1,4 +1,4 @@
-#include "platform/cloudkit/HttpThread.h"
+#include "platform/cloudkit/curl/CurlTransfers.h"
 
 #include <fcntl.h>
 #include <signal.h>
@@ -6,7 +6,7 @@
 #include <algorithm>
 #include <utility>
 
-#include "platform/cloudkit/ServiceCertificate.h"
+#include "platform/cloudkit/curl/CertificateCheck.h"
 #include "platform/cloudprotocol/ProtocolLimits.h"
 
 namespace zun {
@@ -19,9 +19,9 @@ constexpr int longestPoll = 60'000;  // milliseconds; the thread is woken for ev
 
 }  // namespace
 
-class HttpTransfer {
+class CurlTransfer final : public HttpTransfer {
   public:
-    HttpTransfer(HttpRequest request, HttpThread::Ended ended)
+    CurlTransfer(HttpRequest request, HttpTransfers::Ended ended)
         : _request(std::move(request)), _ended(std::move(ended)), _handle(curl_easy_init()) {
         for (const auto& header : _request.headers)
             _headers = curl_slist_append(_headers, header.c_str());
@@ -38,7 +38,7 @@ class HttpTransfer {
         set(CURLOPT_CONNECTTIMEOUT, connectSeconds);
         set(CURLOPT_TCP_KEEPALIVE, 1L);
         set(CURLOPT_HTTPHEADER, _headers);
-        set(CURLOPT_WRITEFUNCTION, &HttpTransfer::write);
+        set(CURLOPT_WRITEFUNCTION, &CurlTransfer::write);
         set(CURLOPT_WRITEDATA, this);
         if (!_request.certificateFingerprint.empty()) acceptOnlyCertificate(_handle, _request.certificateFingerprint);
         if (_request.kind == HttpRequest::Kind::EventStream) {
@@ -52,12 +52,12 @@ class HttpTransfer {
             set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(_request.body.size()));
         }
     }
-    ~HttpTransfer() {
+    ~CurlTransfer() override {
         curl_easy_cleanup(_handle);
         curl_slist_free_all(_headers);
     }
-    HttpTransfer(const HttpTransfer&) = delete;
-    HttpTransfer& operator=(const HttpTransfer&) = delete;
+    CurlTransfer(const CurlTransfer&) = delete;
+    CurlTransfer& operator=(const CurlTransfer&) = delete;
 
     [[nodiscard]] CURL* handle() const { return _handle; }
 
@@ -65,7 +65,7 @@ class HttpTransfer {
         curl_off_t retryAfter = 0;
         curl_easy_getinfo(_handle, CURLINFO_RETRY_AFTER, &retryAfter);
         curl_easy_getinfo(_handle, CURLINFO_RESPONSE_CODE, &_response.status);
-        _response.code = code;
+        if (code != CURLE_OK) _response.failure = failureOfTransfer(code);
         _response.retryAfter = static_cast<double>(retryAfter);
         if (auto ended = std::exchange(_ended, nullptr)) ended(std::move(_response));
     }
@@ -81,7 +81,7 @@ class HttpTransfer {
     }
 
     static std::size_t write(const char* bytes, std::size_t, std::size_t count, void* transfer) {
-        auto& self = *static_cast<HttpTransfer*>(transfer);
+        auto& self = *static_cast<CurlTransfer*>(transfer);
         long status = 0;
         curl_easy_getinfo(self._handle, CURLINFO_RESPONSE_CODE, &status);
         if (self._request.received && status == 200) {
@@ -95,20 +95,20 @@ class HttpTransfer {
     }
 
     const HttpRequest _request;
-    HttpThread::Ended _ended;
+    HttpTransfers::Ended _ended;
     CURL* const _handle;
     curl_slist* _headers = nullptr;
     HttpResponse _response;
 };
 
-HttpThread::HttpThread() : _multi(curl_multi_init()) {}
+CurlTransfers::CurlTransfers() : _multi(curl_multi_init()) {}
 
-HttpThread::~HttpThread() {
+CurlTransfers::~CurlTransfers() {
     stop();
     curl_multi_cleanup(_multi);
 }
 
-void HttpThread::stop() {
+void CurlTransfers::stop() {
     {
         const std::scoped_lock lock(_mutex);
         _isStopping = true;
@@ -118,8 +118,8 @@ void HttpThread::stop() {
     _thread.get_id() == std::this_thread::get_id() ? _thread.detach() : _thread.join();
 }
 
-HttpTransferPtr HttpThread::start(HttpRequest request, Ended ended) {
-    auto transfer = std::make_shared<HttpTransfer>(std::move(request), std::move(ended));
+HttpTransferPtr CurlTransfers::start(HttpRequest request, Ended ended) {
+    auto transfer = std::make_shared<CurlTransfer>(std::move(request), std::move(ended));
     bool isTooLate = false;
     {
         const std::scoped_lock lock(_mutex);
@@ -132,7 +132,7 @@ HttpTransferPtr HttpThread::start(HttpRequest request, Ended ended) {
     return transfer;
 }
 
-void HttpThread::cancel(const HttpTransferPtr& transfer) {
+void CurlTransfers::cancel(const HttpTransferPtr& transfer) {
     {
         const std::scoped_lock lock(_mutex);
         _toCancel.push_back(transfer);
@@ -147,7 +147,7 @@ void blockPipeSignal() {
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
 }
 
-void HttpThread::run() {
+void CurlTransfers::run() {
     blockPipeSignal();
     const auto isStopping = [this] {
         const std::scoped_lock lock(_mutex);
@@ -165,8 +165,9 @@ void HttpThread::run() {
         end(_running.back(), CURLE_ABORTED_BY_CALLBACK);
 }
 
-void HttpThread::takeCommands() {
-    std::vector<HttpTransferPtr> toStart, toCancel;
+void CurlTransfers::takeCommands() {
+    std::vector<std::shared_ptr<CurlTransfer>> toStart;
+    std::vector<HttpTransferPtr> toCancel;
     {
         const std::scoped_lock lock(_mutex);
         toStart.swap(_toStart);
@@ -180,7 +181,7 @@ void HttpThread::takeCommands() {
         end(transfer, CURLE_ABORTED_BY_CALLBACK);
 }
 
-void HttpThread::takeEnded() {
+void CurlTransfers::takeEnded() {
     int left = 0;
     while (const CURLMsg* message = curl_multi_info_read(_multi, &left)) {
         if (message->msg != CURLMSG_DONE) continue;
@@ -192,13 +193,19 @@ void HttpThread::takeEnded() {
     }
 }
 
-void HttpThread::end(const HttpTransferPtr& transfer, CURLcode code) {
+void CurlTransfers::end(const HttpTransferPtr& transfer, CURLcode code) {
     const auto found = std::find(_running.begin(), _running.end(), transfer);
     if (found == _running.end()) return;
     const auto ending = std::move(*found);
     _running.erase(found);
     curl_multi_remove_handle(_multi, ending->handle());
     ending->end(code);
+}
+
+HttpFailure failureOfTransfer(CURLcode code) {
+    const bool isNobodyThere =
+        code == CURLE_COULDNT_CONNECT || code == CURLE_COULDNT_RESOLVE_HOST || code == CURLE_COULDNT_RESOLVE_PROXY;
+    return {isNobodyThere ? HttpFailure::Kind::NobodyReached : HttpFailure::Kind::BrokenOff, curl_easy_strerror(code)};
 }
 
 }  // namespace zun

@@ -5,13 +5,11 @@
 //
 // Any thread. When it is stopped or destroyed, transfers that have not ended end as broken off.
 
-#include <curl/curl.h>
-
 #include <functional>
 #include <memory>
-#include <mutex>
+#include <optional>
 #include <string>
-#include <thread>
+#include <string_view>
 #include <vector>
 
 namespace zun {
@@ -27,50 +25,40 @@ struct HttpRequest {
     std::function<void(std::string_view)> received;
 };
 
+// Why there is no answer.
+struct HttpFailure {
+    enum class Kind { NobodyReached, BrokenOff };
+    Kind kind = Kind::BrokenOff;
+    std::string reason;  // in English, for logs
+};
+
 struct HttpResponse {
-    CURLcode code = CURLE_OK;
+    std::optional<HttpFailure> failure;
     long status = 0;
     double retryAfter = 0;  // seconds
     std::string body;
 };
 
 // Known by both sides until it has ended.
-class HttpTransfer;
+class HttpTransfer {
+  public:
+    virtual ~HttpTransfer() = default;
+};
 using HttpTransferPtr = std::shared_ptr<HttpTransfer>;
 
-// For a thread on which transfers run: writing to a connection that the other side has closed is an error there, not
-// the end of the program.
-void blockPipeSignal();
-
-class HttpThread : public std::enable_shared_from_this<HttpThread> {
+class HttpTransfers {
   public:
     using Ended = std::function<void(HttpResponse)>;
 
-    HttpThread();
-    ~HttpThread();
-    HttpThread(const HttpThread&) = delete;
-    HttpThread& operator=(const HttpThread&) = delete;
+    virtual ~HttpTransfers() = default;
 
     // `ended` runs once on the transfers' thread, and must not block it.
-    HttpTransferPtr start(HttpRequest request, Ended ended);
+    virtual HttpTransferPtr start(HttpRequest request, Ended ended) = 0;
     // It ends as broken off, unless it has ended.
-    void cancel(const HttpTransferPtr& transfer);
+    virtual void cancel(const HttpTransferPtr& transfer) = 0;
     // Waits for the thread's end, after which transfers end as soon as they are started. On the thread itself, where
     // the last one who holds a transport may let go of it, that end follows.
-    void stop();
-
-  private:
-    void run();
-    void takeCommands();
-    void takeEnded();
-    void end(const HttpTransferPtr& transfer, CURLcode code);
-
-    CURLM* const _multi;
-    std::mutex _mutex;
-    std::vector<HttpTransferPtr> _toStart, _toCancel;
-    bool _isStopping = false;
-    std::thread _thread;
-    std::vector<HttpTransferPtr> _running;  // the thread's own
+    virtual void stop() = 0;
 };
 
 }  // namespace zun
