@@ -43,6 +43,7 @@ std::optional<std::string> AccountClient::serviceURL(std::string_view typed) {
 }
 
 AccountClient::~AccountClient() {
+    _with.keeper.stopAsking();
     _gate->close();
     if (_entrance) _entrance->close();
 }
@@ -72,11 +73,12 @@ void AccountClient::enter(const ServiceAddress& service, cloud::Request request,
         _entrance = transport;
     }
     transport->send({}, std::move(request),
-                    whileHere([this, transport, service, &keeper = _with.keeper,
-                               completion = std::move(completion)](const cloud::Answer& answer) {
-                        leaveEntrance(transport);
+                    whileHere([this, transport, service, completion = std::move(completion)](const auto& answer) {
                         const auto* entered = std::get_if<cloud::SignedIn>(&answer);
-                        if (!entered) return completion(errorOf(answer).value_or(unexpected()));
+                        if (!entered) {
+                            leaveEntrance(transport);
+                            return completion(errorOf(answer).value_or(unexpected()));
+                        }
                         StoredAccount account{service.URL,
                                               entered->accountID,
                                               entered->name,
@@ -86,8 +88,26 @@ void AccountClient::enter(const ServiceAddress& service, cloud::Request request,
                                               entered->serviceEpoch,
                                               service.certificateFingerprint,
                                               {}};
-                        if (keeper.signedIn(std::move(account), entered->deviceToken)) return completion(std::nullopt);
-                        completion(CKError{CKErrorCode::InternalError, "the sign-in could not be kept here", {}});
+                        keep(transport, std::move(account), entered->deviceToken, completion);
+                    }));
+}
+
+void AccountClient::keep(const std::shared_ptr<CloudTransport>& transport, StoredAccount account,
+                         const std::string& deviceToken, const Done& completion) {
+    const CloudSession session{account.accountID, deviceToken, account.serviceEpoch};
+    const auto outcome = _with.keeper.signedIn(std::move(account), deviceToken);
+    if (outcome == AccountKeeper::SigningIn::Done) {
+        leaveEntrance(transport);
+        return completion(std::nullopt);
+    }
+    const auto error = outcome == AccountKeeper::SigningIn::Withdrawn
+                           ? CKError{CKErrorCode::OperationCancelled, "the keyring was not waited for", {}}
+                           : CKError{CKErrorCode::InternalError, "the sign-in could not be kept here", {}};
+    // Nobody has the token any more. If the service cannot be told, the device stays on its list.
+    transport->send(session.credential(), cloud::SignOut{},
+                    whileHere([this, transport, error, completion](const cloud::Answer&) {
+                        leaveEntrance(transport);
+                        completion(error);
                     }));
 }
 

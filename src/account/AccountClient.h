@@ -5,7 +5,8 @@
 // error or none. When it goes, blocks that are running are waited for, and what has not been answered never is.
 //
 // Signing in and out reach the keyring, which may ask the user: that happens on the keeper's side, on the thread of the
-// service's answer.
+// service's answer. A sign-in that cannot be kept here, or whose question to the user was withdrawn (code 20), is taken
+// back at the service.
 
 #include <functional>
 #include <memory>
@@ -59,6 +60,8 @@ class AccountClient {
     // The block, as long as this is there.
     [[nodiscard]] AnswerBlock whileHere(AnswerBlock block) const;
     void enter(const ServiceAddress& service, cloud::Request request, Done completion);
+    void keep(const std::shared_ptr<CloudTransport>& transport, StoredAccount account, const std::string& deviceToken,
+              const Done& completion);
     void leaveEntrance(const std::shared_ptr<CloudTransport>& transport);
     void ask(cloud::Request request, AnswerBlock completion);
     void askForDone(cloud::Request request, Done completion);

@@ -3,9 +3,12 @@
 // The account that this home is signed in with: what stands in its file, with the secret from the keyring. The one
 // place that says who is signed in, and where the service is.
 //
-// The keyring is asked on a queue of its own, since it may ask the user in turn; until it has answered nobody counts as
-// signed in. Any thread. Outlives what observes it.
+// The keyring is asked on a queue of its own and only for who wants the secret, since it may ask the user in turn;
+// until it has answered nobody counts as signed in. While it asks the user, that is told, and can be withdrawn: a
+// sign-in then ends with nothing kept. Any thread. Outlives what observes it.
 
+#include <atomic>
+#include <functional>
 #include <mutex>
 #include <optional>
 #include <string>
@@ -26,13 +29,15 @@ class AccountKeeper final : public CloudSessionSource {
         std::optional<StoredAccount> account;
         std::optional<SecretPlace> secretPlace;
     };
+    enum class SigningIn { Done, Withdrawn, CannotKeep };
 
     // The folder of the settings, and the one for secrets without a keyring.
     struct Folders {
         std::filesystem::path configuration, data;
     };
     AccountKeeper(const Folders& folders, std::unique_ptr<SecretStore> secrets, Dispatch& dispatch);
-    ~AccountKeeper() override { _blocks.wait(); }
+    // Stops asking.
+    ~AccountKeeper() override;
 
     [[nodiscard]] State state() const;
     [[nodiscard]] std::optional<CloudSession> currentSession() const override;
@@ -42,26 +47,38 @@ class AccountKeeper final : public CloudSessionSource {
     [[nodiscard]] Observation observeEpoch(
         std::function<void(const std::string& accountID, const std::string& epoch)> willChange);
 
-    // Keeps both, durably, and lets everybody know. False if they could not be kept; then nothing has changed. The
-    // secret's key is chosen here, from the device's identifier. Blocks: not on the main thread.
-    [[nodiscard]] bool signedIn(StoredAccount account, const std::string& deviceToken);
+    // Whether the desktop asks the user for the keyring's password right now. Never blocks.
+    [[nodiscard]] bool isKeyringAsking() const { return _isKeyringAsking; }
+    // The block runs after each change of that, on the thread that works with the keyring, which it leaves alone.
+    [[nodiscard]] Observation observeKeyring(std::function<void()> changed);
+    // Whoever waits for the user's answer goes on without it: a sign-in ends with nothing kept. Never blocks.
+    void withdrawFromKeyring() { _secrets->withdraw(); }
+    // The same for good: at the end of a program, which would else wait for minutes.
+    void stopAsking();
+
+    // Keeps both, durably, and lets everybody know. Unless that is done, nothing has changed. The secret's key is
+    // chosen here, from the device's identifier. Blocks: not on the main thread.
+    [[nodiscard]] SigningIn signedIn(StoredAccount account, const std::string& deviceToken);
     void signedOut();
     // What the service says by now. Another one is a change of the session.
     void setServiceEpoch(const std::string& epoch);
     // The person accepts another certificate of the service, or one that is vouched for (empty). A change of the
     // session if that is still the service. Blocks on the disk.
     void setCertificateFingerprint(const std::string& serviceURL, const std::string& fingerprint);
+    // Asks the keyring, unless it has answered with the secret before. From then on also when the account changes.
+    void lookForSecret();
     // Another program may have signed in or out: reads the file again, and the secret if it is another account's.
     void reload();
-    // The same elsewhere; the block runs on a queue once the keyring has answered, too.
+    // The same elsewhere, looking for the secret; the block runs on a queue once the keyring has answered, too.
     void reload(Block whenKnown);
-    // Blocks until the keyring has answered to what was asked of it so far. Not on the queue.
-    void waitForSecret() { _blocks.wait(); }
+    // Looks for the secret and blocks until the keyring has answered. Not on the queue.
+    void waitForSecret();
     [[nodiscard]] const std::filesystem::path& file() const { return _file.path(); }
 
   private:
+    // The part of the account that the service changes, in the file and the session, unless `alter` does nothing.
+    void alterAccount(const std::function<bool(StoredAccount&)>& alter);
     void followService(const StoredAccount& account);
-    void findSecret(const StoredAccount& account);
     void become(std::optional<StoredAccount> account, const std::optional<Secret>& secret);
 
     const AccountFile _file;
@@ -72,8 +89,12 @@ class AccountKeeper final : public CloudSessionSource {
     std::optional<SecretPlace> _secretPlace;
     int _signInsUnderWay = 0;    // between the writing of the file and the word to everybody
     std::uint64_t _signIns = 0;  // that were begun
+    bool _isSecretWanted = false;
+    std::string _soughtKey;  // of the secret that the queue is looking for
+    std::atomic<bool> _isKeyringAsking = false;
+    std::atomic<bool> _asksNobody = false;
     HeldCloudSession _session;
-    NSNotificationCenter _epochs;
+    NSNotificationCenter _news;
     BlocksUnderWay _blocks;
 };
 

@@ -79,6 +79,9 @@ std::string_view sentenceAbout(SyncOutcome::Ending ending) {
             return "The service cannot be reached.";
         case SyncOutcome::Ending::NobodySignedIn:
             return "Nobody is signed in: zunctl account login --service URL --name NAME.";
+        case SyncOutcome::Ending::KeyringLocked:
+            return "The keyring has not given the sign-in. Unlock it and try again, or sign in anew: "
+                   "zunctl account login --service URL --name NAME.";
         default:
             return "The sync failed.";
     }

@@ -31,6 +31,8 @@ std::string_view refusalKey(CKErrorCode code, AccountWork during, const std::str
             return isEntering ? "Account_Error_Too_Many_Devices" : "Account_Error_Too_Large";
         case CKErrorCode::QuotaExceeded:
             return "Account_Error_Quota";
+        case CKErrorCode::OperationCancelled:
+            return isCreating ? "Account_Error_Created_Only" : isEntering ? "Account_Error_Not_Kept" : "";
         case CKErrorCode::IncompatibleVersion:
             return "Account_Error_Version";
         case CKErrorCode::NetworkUnavailable:

@@ -16,6 +16,7 @@ AccountModel::AccountModel(Collaborators collaborators)
         };
     };
     _observations.push_back(_with.keeper.observeSession(onMainQueue(&AccountModel::accountChanged)));
+    _observations.push_back(_with.keeper.observeKeyring(onMainQueue(&AccountModel::changed)));
     _observations.push_back(_with.sync.observeIsSyncing(onMainQueue(&AccountModel::readSyncReport)));
     if (const auto state = account(); state.account) _accountID = state.account->accountID;
 }

@@ -93,6 +93,8 @@ class AccountModel final : public KeyValueObservable {
     [[nodiscard]] bool isSignedIn() const;
     // An account is known, but the keyring does not give its secret (yet).
     [[nodiscard]] bool needsSecret() const;
+    // The keyring is locked, and the desktop asks for its password.
+    [[nodiscard]] bool isKeyringAsking() const { return _with.keeper.isKeyringAsking(); }
     [[nodiscard]] AccountWork work() const { return _work; }
     [[nodiscard]] bool isBusy() const { return _work != AccountWork::None; }
     [[nodiscard]] const std::optional<Notice>& notice() const { return _notice; }
@@ -114,6 +116,8 @@ class AccountModel final : public KeyValueObservable {
     void createAccount(const Entry& entry, const NewAccount& details);
     void acceptCertificate();
     void refuseCertificate();
+    // The keyring is not waited for any longer. A sign-in that needs it ends, with nothing kept.
+    void goOnWithoutKeyring() { _with.keeper.withdrawFromKeyring(); }
     void signOut();
     void changePassword(const std::string& oldPassword, const std::string& newPassword, const std::string& repeated);
     void deleteAccount(const std::string& password);

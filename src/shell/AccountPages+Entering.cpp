@@ -38,7 +38,7 @@ AccountSignInPage::AccountSignInPage(const AccountPageContext& context, QWidget*
 
 void AccountSignInPage::refresh() {
     AccountPage::refresh();
-    if (model().needsSecret() && !model().isBusy() && !model().notice())
+    if (model().needsSecret() && !model().isKeyringAsking() && !model().isBusy() && !model().notice())
         _notice->show(AccountNotice::Tone::Progress, text("Account_Keyring_Notice"));
 }
 

@@ -1,5 +1,6 @@
 #include "shell/AccountPages.h"
 
+#include <QHBoxLayout>
 #include <QVBoxLayout>
 
 namespace zun {
@@ -37,8 +38,23 @@ QString AccountPage::text(std::string_view key, const QString& argument) const {
 
 void AccountPage::addNoticeAndButtons(const std::vector<std::pair<const char*, QString>>& namesAndTexts) {
     _notice = addNotice();
+    addWithoutKeyring();
     if (!namesAndTexts.empty()) _buttons = addButtons(namesAndTexts);
     column().addStretch();
+}
+
+// Takes no room while it is hidden.
+void AccountPage::addWithoutKeyring() {
+    auto* line = new QWidget(&content());
+    auto* row = new QHBoxLayout(line);
+    row->setContentsMargins(0, 8, 0, 0);
+    row->addStretch();
+    _withoutKeyring = new ZNPushButton(text("Cancel_Action"), line);
+    _withoutKeyring->setObjectName("withoutKeyringButton");
+    row->addWidget(_withoutKeyring);
+    addWidget(line);
+    line->hide();
+    connect(_withoutKeyring, &QAbstractButton::clicked, this, [this] { model().goOnWithoutKeyring(); });
 }
 
 void AccountPage::refresh() {
@@ -50,8 +66,23 @@ void AccountPage::refresh() {
         if (_lastFocus) setFocus(Qt::OtherFocusReason);
     }
     for (auto* control : content().findChildren<QWidget*>())
-        if (control->focusPolicy() != Qt::NoFocus) control->setEnabled(!isBusy);
-    if (isBusy) {
+        if (control->focusPolicy() != Qt::NoFocus) control->setEnabled(!isBusy || control == _withoutKeyring);
+    showNotice();
+    // Until the column is laid out anew, the notice has no place to scroll to.
+    if (_notice->isVisibleTo(this)) {
+        column().activate();
+        ensureWidgetVisible(_notice, 0, margin);
+    }
+    if (!isBusy && _wasBusy && _lastFocus && hasFocus()) _lastFocus->setFocus(Qt::OtherFocusReason);
+    _wasBusy = isBusy;
+}
+
+void AccountPage::showNotice() {
+    const bool isAsking = model().isKeyringAsking();
+    _withoutKeyring->parentWidget()->setVisible(isAsking);
+    if (isAsking) {
+        _notice->show(AccountNotice::Tone::Progress, text("Account_Keyring_Locked"));
+    } else if (model().isBusy()) {
         _notice->show(AccountNotice::Tone::Progress, text(progressKey(model().work())));
     } else if (const auto& notice = model().notice()) {
         const bool isGood = notice->tone == AccountModel::Notice::Tone::Good;
@@ -60,13 +91,6 @@ void AccountPage::refresh() {
     } else {
         _notice->show(AccountNotice::Tone::Good, {});
     }
-    // Until the column is laid out anew, the notice has no place to scroll to.
-    if (_notice->isVisibleTo(this)) {
-        column().activate();
-        ensureWidgetVisible(_notice, 0, margin);
-    }
-    if (!isBusy && _wasBusy && _lastFocus && hasFocus()) _lastFocus->setFocus(Qt::OtherFocusReason);
-    _wasBusy = isBusy;
 }
 
 // A password does not wait in a page that nobody sees.

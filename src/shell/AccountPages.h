@@ -19,7 +19,8 @@ struct AccountPageContext {
     const DateLabels& labels;
 };
 
-// Has a notice, and is disabled while something is under way but for that.
+// Has a notice, and is disabled while something is under way but for that. While the keyring is locked and asks for its
+// password, the notice says so, with a button for whoever does not want to give it.
 class AccountPage : public AccountColumn {
     Q_OBJECT
   public:
@@ -44,6 +45,10 @@ class AccountPage : public AccountColumn {
     std::vector<ZNPushButton*> _buttons;
 
   private:
+    void addWithoutKeyring();
+    void showNotice();
+
+    ZNPushButton* _withoutKeyring = nullptr;
     bool _wasBusy = false;
     QPointer<QWidget> _lastFocus;  // from before something was under way
 };

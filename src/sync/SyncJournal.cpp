@@ -54,7 +54,11 @@ void SyncJournal::goOn() {
 
 void SyncJournal::syncNow(Block completion) {
     const auto before = _with.manager.traffic();
-    if (!_with.sessions.currentSession()) return completion({SyncOutcome::Ending::NobodySignedIn, {}, {}});
+    if (!_with.sessions.currentSession())
+        return completion(
+            {_with.sessions.knownAccount() ? SyncOutcome::Ending::KeyringLocked : SyncOutcome::Ending::NobodySignedIn,
+             {},
+             {}});
     {
         const std::lock_guard lock(_mutex);
         auto& list = _with.manager.isPassUnderWay() ? _waitingNext : _waiting;

@@ -15,7 +15,7 @@
 namespace zun {
 
 struct SyncOutcome {
-    enum class Ending { Done, Failed, TimedOut, Unreachable, NobodySignedIn, Hindered };
+    enum class Ending { Done, Failed, TimedOut, Unreachable, NobodySignedIn, Hindered, KeyringLocked };
     Ending ending = Ending::Done;
     OptionalError error;  // of a failure, if the service gave one
     ZNCloudKitManager::Traffic traffic;

@@ -11,24 +11,32 @@ namespace zun {
 namespace {
 
 using testing::ElementsAre;
+using SigningIn = AccountKeeper::SigningIn;
 
-// A keyring in memory, which can be locked, refuse to write, or be taken away.
+// A keyring in memory, which can be locked, refuse to write, or be taken away. The user looks at the question of a
+// locked one with `user`, and has answered once that returns; what is withdrawn meanwhile they never see.
 struct Keyring {
     std::map<std::string, std::string> texts;
     bool isLocked = false;
     bool isFull = false;
+    bool isWithdrawn = false;
+    int questions = 0;
+    std::function<void()> user;
     std::function<void()> whileItWorks;  // before a text is removed
 };
 class MemorySecretStore final : public SecretStore {
   public:
     explicit MemorySecretStore(Keyring& keyring) : _keyring(keyring) {}
     std::optional<Secret> find(const std::string& key) override {
+        ask();
         const auto found = _keyring.texts.find(key);
         if (_keyring.isLocked || found == _keyring.texts.end()) return std::nullopt;
         return Secret{found->second, SecretPlace::SecretService};
     }
-    std::optional<SecretPlace> save(const std::string& key, const std::string& text, const std::string&) override {
-        if (_keyring.isFull) return std::nullopt;
+    SavedSecret save(const std::string& key, const std::string& text, const std::string&) override {
+        ask();
+        if (_keyring.isWithdrawn) return SecretRefusal::Withdrawn;
+        if (_keyring.isFull) return SecretRefusal::CannotKeep;
         _keyring.texts[key] = text;
         return SecretPlace::SecretService;
     }
@@ -36,9 +44,21 @@ class MemorySecretStore final : public SecretStore {
         if (_keyring.whileItWorks) _keyring.whileItWorks();
         _keyring.texts.erase(key);
     }
+    void setQuestionBlock(std::function<void(KeyringQuestion)> block) override { _tell = std::move(block); }
+    void withdraw() override { _keyring.isWithdrawn = true; }
 
   private:
+    void ask() {
+        _keyring.isWithdrawn = false;
+        if (!_keyring.isLocked) return;
+        ++_keyring.questions;
+        _tell(KeyringQuestion::Asked);
+        if (_keyring.user) _keyring.user();
+        _tell(KeyringQuestion::Over);
+    }
+
     Keyring& _keyring;
+    std::function<void(KeyringQuestion)> _tell;
 };
 
 class AccountKeeperTest : public testing::Test {
@@ -62,7 +82,7 @@ TEST_F(AccountKeeperTest, StaysSignedInOverRestartsAndLeavesNothingBehind) {
     EXPECT_FALSE(keeper->state().account);
     int changes = 0;
     const auto observation = keeper->observeSession([&] { ++changes; });
-    ASSERT_TRUE(keeper->signedIn(account("ada", "device-1"), "token-1"));
+    ASSERT_EQ(keeper->signedIn(account("ada", "device-1"), "token-1"), SigningIn::Done);
     EXPECT_EQ(keeper->currentSession(), (CloudSession{"id-of-ada", "token-1", "epoch-1"}));
     EXPECT_EQ(keeper->currentSession()->credential(), "token-1.epoch-1");
     keeper->setServiceEpoch("epoch-2");
@@ -71,11 +91,13 @@ TEST_F(AccountKeeperTest, StaysSignedInOverRestartsAndLeavesNothingBehind) {
 
     auto again = open();
     EXPECT_FALSE(again->currentSession()) << "the keyring has not answered yet";
-    again->waitForSecret();
+    again->lookForSecret();
+    EXPECT_FALSE(again->currentSession());
+    dispatch.runUntilIdle();
     EXPECT_EQ(again->currentSession(), keeper->currentSession());
     EXPECT_EQ(again->state().account->serviceEpoch, "epoch-2");
 
-    ASSERT_TRUE(again->signedIn(account("bob", "device-2"), "token-2"));
+    ASSERT_EQ(again->signedIn(account("bob", "device-2"), "token-2"), SigningIn::Done);
     EXPECT_THAT(keyring.texts, ElementsAre(testing::Pair("account-device-2", "token-2")));
     keeper->reload();
     keeper->waitForSecret();
@@ -89,9 +111,9 @@ TEST_F(AccountKeeperTest, StaysSignedInOverRestartsAndLeavesNothingBehind) {
 
 TEST_F(AccountKeeperTest, WhatCannotBeKeptChangesNothing) {
     auto keeper = open();
-    ASSERT_TRUE(keeper->signedIn(account("ada", "device-1"), "token-1"));
+    ASSERT_EQ(keeper->signedIn(account("ada", "device-1"), "token-1"), SigningIn::Done);
     keyring.isFull = true;
-    EXPECT_FALSE(keeper->signedIn(account("bob", "device-2"), "token-2"));
+    EXPECT_EQ(keeper->signedIn(account("bob", "device-2"), "token-2"), SigningIn::CannotKeep);
     EXPECT_EQ(keeper->currentSession()->accountID, "id-of-ada");
     EXPECT_EQ(open()->state().account->name, "ada");
 
@@ -102,13 +124,54 @@ TEST_F(AccountKeeperTest, WhatCannotBeKeptChangesNothing) {
     EXPECT_FALSE(locked->state().secretPlace);
     EXPECT_FALSE(locked->currentSession());
     EXPECT_EQ(locked->knownAccount(), (CloudSession{"id-of-ada", "", "epoch-1"})) << "nobody has signed out";
+    keyring.isLocked = false;
+    locked->reload([] {});
+    dispatch.runUntilIdle();
+    EXPECT_TRUE(locked->currentSession()) << "the keyring was unlocked meanwhile";
     std::ofstream(keeper->file()) << "{\"service\": \"https://cloud.example\"";
     EXPECT_FALSE(open()->state().account);
 }
 
+TEST_F(AccountKeeperTest, AsksTheUserOnlyForWhoWantsTheSecretAndOnceAtATime) {
+    ASSERT_EQ(open()->signedIn(account("ada", "device-1"), "token-1"), SigningIn::Done);
+    keyring.isLocked = true;
+    {
+        const auto keeper = open();
+        keeper->reload();
+    }
+    EXPECT_EQ(keyring.questions, 0) << "a program that wants nothing of the cloud";
+    const auto keeper = open();
+    std::vector<bool> told;
+    const auto observation = keeper->observeKeyring([&] { told.push_back(keeper->isKeyringAsking()); });
+    keyring.user = [&] {
+        keeper->lookForSecret();
+        keyring.isLocked = false;
+    };
+    keeper->lookForSecret();
+    keeper->waitForSecret();
+    EXPECT_EQ(keyring.questions, 1);
+    EXPECT_THAT(told, ElementsAre(true, false));
+    EXPECT_TRUE(keeper->currentSession());
+}
+
+TEST_F(AccountKeeperTest, AWithdrawnSignInKeepsNothingAndAnEndingProgramAsksNobody) {
+    auto keeper = open();
+    ASSERT_EQ(keeper->signedIn(account("ada", "device-1"), "token-1"), SigningIn::Done);
+    keyring.isLocked = true;
+    keyring.user = [&] { keeper->withdrawFromKeyring(); };
+    EXPECT_EQ(keeper->signedIn(account("bob", "device-2"), "token-2"), SigningIn::Withdrawn);
+    EXPECT_EQ(keeper->currentSession()->accountID, "id-of-ada");
+    EXPECT_EQ(open()->state().account->name, "ada");
+    EXPECT_THAT(keyring.texts, ElementsAre(testing::Pair("account-device-1", "token-1")));
+
+    keyring.user = [&] { EXPECT_TRUE(keyring.isWithdrawn) << "it would be waited for"; };
+    keeper->stopAsking();
+    EXPECT_EQ(keeper->signedIn(account("bob", "device-2"), "token-2"), SigningIn::Withdrawn);
+}
+
 TEST_F(AccountKeeperTest, WhoeverWatchesTheFileDoesNotTakeASignInForASignOut) {
     auto keeper = open();
-    ASSERT_TRUE(keeper->signedIn(account("ada", "device-1"), "token-1"));
+    ASSERT_EQ(keeper->signedIn(account("ada", "device-1"), "token-1"), SigningIn::Done);
     std::vector<std::string> seen;
     const auto observation = keeper->observeSession([&] {
         const auto session = keeper->currentSession();
@@ -117,7 +180,7 @@ TEST_F(AccountKeeperTest, WhoeverWatchesTheFileDoesNotTakeASignInForASignOut) {
         keeper->reload();
     });
     keyring.whileItWorks = [&] { keeper->reload(); };
-    ASSERT_TRUE(keeper->signedIn(account("bob", "device-2"), "token-2"));
+    ASSERT_EQ(keeper->signedIn(account("bob", "device-2"), "token-2"), SigningIn::Done);
     EXPECT_THAT(seen, ElementsAre("id-of-bob"));
     EXPECT_EQ(keeper->currentSession()->deviceToken, "token-2");
 }

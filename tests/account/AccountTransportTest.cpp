@@ -18,7 +18,8 @@ TEST(AccountTransport, LearnsTheEpochOfAServiceThatWasSetBackBeforeAnythingIsSen
     AccountKeeper keeper({folder.path() / "configuration", folder.path() / "data"}, nullptr, dispatch);
     const auto service = std::make_shared<ScriptedCloudTransport>();
     AccountTransport transport(keeper, [service](const ServiceAddress&) { return service; });
-    ASSERT_TRUE(keeper.signedIn({"https://cloud.example", "id", "ada", "", "", "device", "one", "", ""}, "token"));
+    ASSERT_EQ(keeper.signedIn({"https://cloud.example", "id", "ada", "", "", "device", "one", "", ""}, "token"),
+              AccountKeeper::SigningIn::Done);
     std::vector<std::string> told;
     const auto willChange = keeper.observeEpoch([&](const std::string& accountID, const std::string& epoch) {
         told.push_back(accountID + " " + epoch + ", still " + keeper.currentSession()->credential());
@@ -46,9 +47,11 @@ TEST(AccountTransport, SendsATokenToNobodyButTheServiceThatGaveIt) {
     AccountKeeper keeper({folder.path() / "configuration", folder.path() / "data"}, nullptr, dispatch);
     const auto service = std::make_shared<ScriptedCloudTransport>();
     AccountTransport transport(keeper, [service](const ServiceAddress&) { return service; });
-    ASSERT_TRUE(keeper.signedIn({"https://one.example", "id-1", "ada", "", "", "first", "one", "", ""}, "token-1"));
+    ASSERT_EQ(keeper.signedIn({"https://one.example", "id-1", "ada", "", "", "first", "one", "", ""}, "token-1"),
+              AccountKeeper::SigningIn::Done);
     const auto former = keeper.currentSession()->credential();
-    ASSERT_TRUE(keeper.signedIn({"https://two.example", "id-2", "ada", "", "", "second", "one", "", ""}, "token-2"));
+    ASSERT_EQ(keeper.signedIn({"https://two.example", "id-2", "ada", "", "", "second", "one", "", ""}, "token-2"),
+              AccountKeeper::SigningIn::Done);
     std::vector<CKErrorCode> refused;
     const auto note = [&](const cloud::Answer& answer) { refused.push_back(std::get<CKError>(answer).code); };
     transport.send(former, cloud::FetchZones{}, note);

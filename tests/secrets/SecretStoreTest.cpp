@@ -1,7 +1,8 @@
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <sdbus-c++/sdbus-c++.h>
 #include <sys/stat.h>
 
+#include <future>
 #include <map>
 #include <memory>
 
@@ -12,6 +13,7 @@
 namespace zun {
 namespace {
 
+using testing::ElementsAre;
 using Attributes = std::map<std::string, std::string>;
 using Paths = std::vector<sdbus::ObjectPath>;
 using WireSecret = sdbus::Struct<sdbus::ObjectPath, Bytes, Bytes, std::string>;
@@ -19,7 +21,7 @@ using WireSecret = sdbus::Struct<sdbus::ObjectPath, Bytes, Bytes, std::string>;
 // A keyring with one collection, on the session bus of the test.
 class KeyringStandIn {
   public:
-    enum class User { Unlocks, Dismisses };
+    enum class User { Unlocks, Dismisses, LooksAway };
 
     explicit KeyringStandIn(User user = User::Unlocks, bool isLocked = false)
         : _user(user), _isLocked(isLocked), _connection(sdbus::createSessionBusConnection("org.freedesktop.secrets")) {
@@ -48,6 +50,8 @@ class KeyringStandIn {
         _connection->enterEventLoopAsync();
     }
     [[nodiscard]] const std::string& label() const { return _label; }
+    // Whether the desktop has been told to put its question away.
+    [[nodiscard]] std::future<void>& putAway() { return _putAway; }
 
   private:
     void makeCollection() {
@@ -82,11 +86,13 @@ class KeyringStandIn {
         _prompt = sdbus::createObject(*_connection, "/prompt");
         _prompt->registerSignal("Completed").onInterface(prompt).withParameters<bool, sdbus::Variant>();
         _prompt->registerMethod("Prompt").onInterface(prompt).implementedAs([this, prompt](const std::string&) {
+            if (_user == User::LooksAway) return;
             if (_user == User::Unlocks) _isLocked = false;
             _prompt->emitSignal("Completed")
                 .onInterface(prompt)
                 .withArguments(_isLocked, sdbus::Variant(std::string()));
         });
+        _prompt->registerMethod("Dismiss").onInterface(prompt).implementedAs([this] { _wasPutAway.set_value(); });
         _prompt->finishRegistration();
     }
 
@@ -95,6 +101,8 @@ class KeyringStandIn {
     Attributes _attributes;
     std::string _label;
     Bytes _text;
+    std::promise<void> _wasPutAway;
+    std::future<void> _putAway = _wasPutAway.get_future();
     std::unique_ptr<sdbus::IConnection> _connection;
     std::unique_ptr<sdbus::IObject> _service, _collection, _item, _prompt;
 };
@@ -110,7 +118,7 @@ class SecretStoreTest : public testing::Test {
 TEST_F(SecretStoreTest, WithoutAKeyringAFileForTheUserAloneKeepsIt) {
     EXPECT_FALSE(store->find("account"));
     const std::string text("to\0ken", 6);
-    EXPECT_EQ(store->save("account", text, "Zun"), SecretPlace::File);
+    EXPECT_EQ(store->save("account", text, "Zun"), SavedSecret(SecretPlace::File));
     struct stat status {};
     ASSERT_EQ(::stat(file().c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 0777, 0600u);
@@ -119,17 +127,17 @@ TEST_F(SecretStoreTest, WithoutAKeyringAFileForTheUserAloneKeepsIt) {
 
     // Where nothing can be written, nothing is promised.
     const auto nowhere = makeSecretStore("/proc/nowhere");
-    EXPECT_FALSE(nowhere->save("account", text, "Zun"));
+    EXPECT_EQ(nowhere->save("account", text, "Zun"), SavedSecret(SecretRefusal::CannotKeep));
     store->remove("account");
     EXPECT_FALSE(store->find("account"));
 }
 
 TEST_F(SecretStoreTest, AKeyringTakesItOverFromTheFile) {
-    EXPECT_EQ(store->save("account", "old", "Zun"), SecretPlace::File);
+    EXPECT_EQ(store->save("account", "old", "Zun"), SavedSecret(SecretPlace::File));
     {
         const KeyringStandIn keyring;
         EXPECT_EQ(store->find("account")->place, SecretPlace::File);
-        EXPECT_EQ(store->save("account", "new", "Zun: household"), SecretPlace::SecretService);
+        EXPECT_EQ(store->save("account", "new", "Zun: household"), SavedSecret(SecretPlace::SecretService));
         EXPECT_FALSE(std::filesystem::exists(file()));
         EXPECT_EQ(keyring.label(), "Zun: household");
         EXPECT_EQ(store->find("account")->text, "new");
@@ -138,17 +146,35 @@ TEST_F(SecretStoreTest, AKeyringTakesItOverFromTheFile) {
         store->remove("account");
         EXPECT_FALSE(store->find("account"));
     }
-    EXPECT_EQ(store->save("account", "again", "Zun"), SecretPlace::File) << "the keyring has gone";
+    EXPECT_EQ(store->save("account", "again", "Zun"), SavedSecret(SecretPlace::File)) << "the keyring has gone";
 }
 
 TEST_F(SecretStoreTest, ALockedKeyringAsksTheUser) {
+    std::vector<KeyringQuestion> told;
+    store->setQuestionBlock([&](KeyringQuestion question) { told.push_back(question); });
     {
         const KeyringStandIn keyring(KeyringStandIn::User::Unlocks, true);
-        EXPECT_EQ(store->save("account", "token", "Zun"), SecretPlace::SecretService);
+        EXPECT_EQ(store->save("account", "token", "Zun"), SavedSecret(SecretPlace::SecretService));
         EXPECT_EQ(store->find("account")->text, "token");
     }
+    EXPECT_THAT(told, ElementsAre(KeyringQuestion::Asked, KeyringQuestion::Over)) << "once is enough";
     const KeyringStandIn keyring(KeyringStandIn::User::Dismisses, true);
-    EXPECT_EQ(store->save("account", "token", "Zun"), SecretPlace::File);
+    EXPECT_EQ(store->save("account", "token", "Zun"), SavedSecret(SecretPlace::File));
+}
+
+TEST_F(SecretStoreTest, WhatIsWithdrawnKeepsNothingAndTakesTheQuestionAway) {
+    store->withdraw();
+    KeyringStandIn keyring(KeyringStandIn::User::LooksAway, true);
+    std::promise<void> asked;
+    store->setQuestionBlock([&](KeyringQuestion question) {
+        if (question == KeyringQuestion::Asked) asked.set_value();
+    });
+    auto saved = std::async(std::launch::async, [&] { return store->save("account", "token", "Zun"); });
+    asked.get_future().wait();
+    store->withdraw();
+    EXPECT_EQ(saved.get(), SavedSecret(SecretRefusal::Withdrawn));
+    EXPECT_FALSE(std::filesystem::exists(file()));
+    keyring.putAway().wait();
 }
 
 }  // namespace

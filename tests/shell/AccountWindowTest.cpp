@@ -63,6 +63,12 @@ class AccountWindow : public testing::Test, protected AccountWorld {
             if (each->isVisible()) return each->text().toStdString();
         return {};
     }
+    // Of the page that is seen, as long as it is.
+    [[nodiscard]] QPushButton* withoutKeyring() const {
+        for (auto* each : window->findChildren<QPushButton*>("withoutKeyringButton"))
+            if (each->isVisible()) return each;
+        return nullptr;
+    }
     [[nodiscard]] std::vector<QPushButton*> rowButtons() const {
         std::vector<QPushButton*> all;
         for (auto* row : window->findChildren<QWidget*>("row"))
@@ -120,6 +126,38 @@ TEST_F(AccountWindow, ARefusedSignInKeepsWhatWasTypedAndTheFocus) {
     EXPECT_EQ(find<QLineEdit>("password")->text(), "correct horse");
     window->close();
     EXPECT_TRUE(find<QLineEdit>("password")->text().isEmpty()) << "not where nobody sees it";
+}
+
+TEST_F(AccountWindow, ALockedKeyringIsToldOfAndNeedNotBeWaitedFor) {
+    open();
+    const struct {
+        bool waits;
+        std::string outcome;
+        bool isSignedIn;
+    } cases[] = {
+        {false, "You did not sign in, and nothing was kept here: the keyring stayed locked.", false},
+        {true, "", true},
+    };
+    for (const auto& each : cases) {
+        int looks = 0;
+        userOfKeyring = [&] {
+            settle();
+            ++looks;
+            EXPECT_THAT(notice(), testing::StartsWith("The keyring is locked and waits for its password."));
+            expectEverythingFits();
+            ASSERT_TRUE(withoutKeyring());
+            if (!each.waits) QTest::mouseClick(withoutKeyring(), Qt::LeftButton);
+        };
+        signInByKeys();
+        EXPECT_EQ(looks, 1);
+        EXPECT_EQ(notice(), each.outcome);
+        EXPECT_EQ(model->isSignedIn(), each.isSignedIn);
+        EXPECT_FALSE(withoutKeyring());
+        EXPECT_EQ(keyring.empty(), !each.isSignedIn);
+        EXPECT_EQ(std::filesystem::exists(keeper.file()), each.isSignedIn);
+        const bool isTakenBack = std::holds_alternative<cloud::SignOut>(service->requests.back());
+        EXPECT_EQ(isTakenBack, !each.isSignedIn) << "the service has no device that nobody has the token of";
+    }
 }
 
 TEST_F(AccountWindow, GoesOnWhileItIsClosedAndShowsWhatCameOfIt) {

@@ -16,20 +16,34 @@ namespace zun {
 
 class MemoryKeyring final : public SecretStore {
   public:
-    explicit MemoryKeyring(std::map<std::string, std::string>& texts) : _texts(texts) {}
+    // With a user, it is locked: the user looks at its question, and has unlocked it on return unless it was withdrawn.
+    MemoryKeyring(std::map<std::string, std::string>& texts, const std::function<void()>& user)
+        : _texts(texts), _user(user) {}
     std::optional<Secret> find(const std::string& key) override {
         const auto found = _texts.find(key);
         if (found == _texts.end()) return std::nullopt;
         return Secret{found->second, SecretPlace::SecretService};
     }
-    std::optional<SecretPlace> save(const std::string& key, const std::string& text, const std::string&) override {
+    SavedSecret save(const std::string& key, const std::string& text, const std::string&) override {
+        _isWithdrawn = false;
+        if (_user) {
+            _tell(KeyringQuestion::Asked);
+            _user();
+            _tell(KeyringQuestion::Over);
+        }
+        if (_isWithdrawn) return SecretRefusal::Withdrawn;
         _texts[key] = text;
         return SecretPlace::SecretService;
     }
     void remove(const std::string& key) override { _texts.erase(key); }
+    void setQuestionBlock(std::function<void(KeyringQuestion)> block) override { _tell = std::move(block); }
+    void withdraw() override { _isWithdrawn = true; }
 
   private:
     std::map<std::string, std::string>& _texts;
+    const std::function<void()>& _user;
+    std::function<void(KeyringQuestion)> _tell;
+    bool _isWithdrawn = false;
 };
 
 class ScriptedSyncStatus final : public SyncStatus, public KeyValueObservable {
@@ -108,8 +122,10 @@ class AccountWorld {
     SimulatedDispatch dispatch{1};
     TestEnvironment environment{"2026-01-14T10:00:00Z", &dispatch};
     std::map<std::string, std::string> keyring;
-    AccountKeeper keeper{
-        {folder.path() / "configuration", folder.path() / "data"}, std::make_unique<MemoryKeyring>(keyring), dispatch};
+    std::function<void()> userOfKeyring;
+    AccountKeeper keeper{{folder.path() / "configuration", folder.path() / "data"},
+                         std::make_unique<MemoryKeyring>(keyring, userOfKeyring),
+                         dispatch};
     std::shared_ptr<ScriptedCloudTransport> service = std::make_shared<ScriptedCloudTransport>();
     std::vector<ServiceAddress> dialled;
     TransportFactory makeTransport = [this](const ServiceAddress& address) {

@@ -26,6 +26,7 @@ AccountSyncReport::Ending endingOf(SyncOutcome::Ending ending) {
         case SyncOutcome::Ending::Done:
         case SyncOutcome::Ending::NobodySignedIn:
         case SyncOutcome::Ending::Hindered:
+        case SyncOutcome::Ending::KeyringLocked:
             break;
     }
     return AccountSyncReport::Ending::Done;

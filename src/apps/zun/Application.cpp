@@ -107,6 +107,7 @@ int runApplication(int argc, char** argv, const std::function<void(AppDelegate&)
     const auto mainQueue = std::make_shared<QtMainQueue>();
     Core core(home, DispatchQueuePtr(mainQueue));
     CloudOfApplication cloud(home, core);
+    core.keeper.lookForSecret();
     const auto& topics = preparations.topics();
     QApplication::setLayoutDirection(core.strings.isRightToLeft() ? Qt::RightToLeft : Qt::LeftToRight);
     QApplication::setFont(appFont(13));

@@ -4,14 +4,17 @@
 
 #include <algorithm>
 #include <chrono>
+#include <future>
 #include <map>
 #include <vector>
 
 namespace zun {
 namespace {
 
-// A pass ends after a minute at the latest, and another may have to end before it.
-constexpr auto longestSync = std::chrono::minutes(3);
+// A pass ends after a minute at the latest, another may have to end before it, and before that the keyring may be
+// waited for, again for a minute.
+constexpr auto longestSync = std::chrono::minutes(4);
+constexpr const char* syncInterface = "com.zunlabs.Zun.Sync";
 
 std::string pathOf(const std::string& busName) {
     auto path = "/" + busName;
@@ -24,6 +27,15 @@ bool isRunning(sdbus::IConnection& connection, const std::string& busName) {
     bool isThere = false;
     bus->callMethod("NameHasOwner").onInterface("org.freedesktop.DBus").withArguments(busName).storeResultsTo(isThere);
     return isThere;
+}
+
+// One that does not answer may be at it still, so that it is not done here instead; one that has gone is not.
+std::optional<SyncOutcome> hindranceOf(const sdbus::Error& failure) {
+    if (failure.getName() != "org.freedesktop.DBus.Error.Timeout") return std::nullopt;
+    SyncOutcome outcome;
+    outcome.ending = SyncOutcome::Ending::Hindered;
+    outcome.hindrance = "the running application has not answered for four minutes";
+    return outcome;
 }
 
 }  // namespace
@@ -43,25 +55,29 @@ bool ApplicationCaller::open(const std::string& url) const {
     }
 }
 
-std::optional<SyncOutcome> ApplicationCaller::sync() const {
+std::optional<SyncOutcome> ApplicationCaller::sync(const std::function<void()>& keyringAsks) const {
     try {
         const auto connection = sdbus::createSessionBusConnection();
         if (!isRunning(*connection, _busName)) return std::nullopt;
+        connection->enterEventLoopAsync();
+        std::promise<std::optional<SyncOutcome>> answer;
         const auto application = sdbus::createProxy(*connection, _busName, pathOf(_busName) + "/Sync");
-        std::uint32_t ending = 0;
-        std::int32_t code = 0;
-        std::string description;
-        std::uint32_t sent = 0;
-        std::uint32_t received = 0;
-        application->callMethod("SyncNow")
-            .onInterface("com.zunlabs.Zun.Sync")
+        application->uponSignal("KeyringAsks").onInterface(syncInterface).call(keyringAsks);
+        application->finishRegistration();
+        // Not a call that waits: until its answer it would keep the signal from being heard.
+        application->callMethodAsync("SyncNow")
+            .onInterface(syncInterface)
             .withTimeout(longestSync)
-            .storeResultsTo(ending, code, description, sent, received);
-        SyncOutcome outcome;
-        outcome.ending = static_cast<SyncOutcome::Ending>(ending);
-        if (code != 0) outcome.error = CKError{static_cast<CKErrorCode>(code), description, {}};
-        outcome.traffic = {sent, received};
-        return outcome;
+            .uponReplyInvoke([&answer](const sdbus::Error* failure, std::uint32_t ending, std::int32_t code,
+                                       const std::string& description, std::uint32_t sent, std::uint32_t received) {
+                if (failure) return answer.set_value(hindranceOf(*failure));
+                SyncOutcome outcome;
+                outcome.ending = static_cast<SyncOutcome::Ending>(ending);
+                if (code != 0) outcome.error = CKError{static_cast<CKErrorCode>(code), description, {}};
+                outcome.traffic = {sent, received};
+                answer.set_value(outcome);
+            });
+        return answer.get_future().get();
     } catch (const sdbus::Error&) {
         return std::nullopt;
     }

@@ -7,6 +7,7 @@
 #include <atomic>
 #include <cerrno>
 #include <climits>
+#include <cstdio>
 #include <filesystem>
 #include <system_error>
 
@@ -64,6 +65,11 @@ std::string hostName() {
     return ::gethostname(name, sizeof name - 1) == 0 ? name : "";
 }
 
+// Somebody at a terminal sees nothing happen, while the desktop has opened a window elsewhere.
+void sayThatKeyringAsks() {
+    if (::isatty(STDERR_FILENO) != 0) std::fputs("The keyring is locked: the desktop asks for its password.\n", stderr);
+}
+
 std::optional<std::string> fingerprintOf(const std::string& url) {
     const auto certificate = fetchServiceCertificate(url);
     const auto* shown = std::get_if<ServiceCertificate>(&certificate);
@@ -75,13 +81,19 @@ std::optional<std::string> fingerprintOf(const std::string& url) {
 CloudForCommands::CloudForCommands(const Home& home, Core& core)
     : _home(home),
       _core(core),
+      _keyring(core.keeper.observeKeyring([&keeper = core.keeper] {
+          if (keeper.isKeyringAsking()) sayThatKeyringAsks();
+      })),
       _cloud(home, core, std::make_unique<TriesAnyway>()),
       _access{core.keeper,   _cloud.client, core.settings,
               core.dispatch, hostName(),    [this](const SyncJournal::Block& completion) { sync(completion); },
               readPassword,  fingerprintOf} {}
 
 void CloudForCommands::sync(const SyncJournal::Block& completion) {
-    if (const auto outcome = ApplicationCaller(_home.busName).sync()) return completion(*outcome);
+    const auto say = [isSaid = std::make_shared<std::atomic<bool>>(false)] {
+        if (!isSaid->exchange(true)) sayThatKeyringAsks();
+    };
+    if (const auto outcome = ApplicationCaller(_home.busName).sync(say)) return completion(*outcome);
     // One at a time: what two commands push at once, each would find changed by the other.
     const SyncLock lock(_home.runtime);
     if (!lock.failure().empty()) {

@@ -24,6 +24,7 @@ class CloudForCommands {
 
     const Home& _home;
     Core& _core;
+    const Observation _keyring;
     Cloud _cloud;
     CloudAccess _access;
 };

@@ -1,9 +1,11 @@
 #include "platform/secrets/SecretServiceStore.h"
 
+#include <sdbus-c++/sdbus-c++.h>
+
 #include <chrono>
-#include <condition_variable>
-#include <functional>
-#include <mutex>
+#include <map>
+#include <memory>
+#include <vector>
 
 #include "platform/foundation/Bytes.h"
 #include "platform/foundation/Log.h"
@@ -29,10 +31,13 @@ Attributes attributesOf(const std::string& key) {
     return {{"application", "com.zunlabs.Zun"}, {"key", key}};
 }
 
+}  // namespace
+
 // One conversation with the service. Throws sdbus::Error.
-class Conversation {
+class SecretServiceStore::Conversation {
   public:
-    Conversation() : _connection(sdbus::createSessionBusConnection()), _service(proxy(servicePath)) {
+    explicit Conversation(SecretServiceStore& store)
+        : _store(store), _connection(sdbus::createSessionBusConnection()), _service(proxy(servicePath)) {
         _connection->enterEventLoopAsync();
         sdbus::Variant unused;
         _service->callMethod("OpenSession")
@@ -114,28 +119,39 @@ class Conversation {
         return prompt == "/" || askUser(prompt);
     }
 
-    // False if the user dismissed it or never answered.
+    // False if the user dismissed it or never answered, or if it was withdrawn.
     bool askUser(const sdbus::ObjectPath& path) {
-        std::mutex mutex;
-        std::condition_variable answered;
+        if (_store.wasWithdrawn()) return false;
         std::optional<bool> dismissed;
         auto prompt = proxy(path);
         prompt->uponSignal("Completed")
             .onInterface(promptInterface)
-            .call([&](const bool& wasDismissed, const sdbus::Variant&) {
-                const std::lock_guard lock(mutex);
+            .call([this, &dismissed](const bool& wasDismissed, const sdbus::Variant&) {
+                const std::lock_guard lock(_store._mutex);
                 dismissed = wasDismissed;
-                answered.notify_all();
+                _store._changed.notify_all();
             });
         prompt->finishRegistration();
         prompt->callMethod("Prompt").onInterface(promptInterface).withTimeout(answerWait).withArguments(std::string());
-        std::unique_lock lock(mutex);
-        const bool came = answered.wait_for(lock, userWait, [&] { return dismissed.has_value(); });
-        lock.unlock();
+        tell(KeyringQuestion::Asked);
+        {
+            std::unique_lock lock(_store._mutex);
+            _store._changed.wait_for(lock, userWait, [&] {
+                return dismissed.has_value() || _store._withdrawals != _store._withdrawalsBefore;
+            });
+        }
+        tell(KeyringQuestion::Over);
+        // From here on the signal reaches nobody.
         prompt.reset();
-        return came && !*dismissed;
+        if (!dismissed) proxy(path)->callMethod("Dismiss").onInterface(promptInterface).dontExpectReply();
+        return dismissed && !*dismissed;
     }
 
+    void tell(KeyringQuestion question) const {
+        if (_store._questionBlock) _store._questionBlock(question);
+    }
+
+    SecretServiceStore& _store;
     std::unique_ptr<sdbus::IConnection> _connection;
     std::unique_ptr<sdbus::IProxy> _service;
     sdbus::ObjectPath _session;
@@ -143,18 +159,20 @@ class Conversation {
 
 // What `talk` gives, or the fallback where there is no service or it fails. A session without one is nothing to log.
 template <class Result>
-Result converse(Result fallback, const std::function<Result(Conversation&)>& talk) {
+Result SecretServiceStore::converse(Result fallback, const std::function<Result(Conversation&)>& talk) {
+    {
+        const std::lock_guard lock(_mutex);
+        _withdrawalsBefore = _withdrawals;
+    }
     std::optional<Conversation> conversation;
     try {
-        conversation.emplace();
+        conversation.emplace(*this);
         return talk(*conversation);
     } catch (const sdbus::Error& error) {
         if (conversation) NSLog("The keyring did not answer: " + error.getName());
     }
     return fallback;
 }
-
-}  // namespace
 
 std::optional<std::string> SecretServiceStore::find(const std::string& key) {
     return converse<std::optional<std::string>>(std::nullopt, [&](Conversation& with) { return with.find(key); });
@@ -169,6 +187,17 @@ void SecretServiceStore::remove(const std::string& key) {
         with.remove(key);
         return true;
     });
+}
+
+void SecretServiceStore::withdraw() {
+    const std::lock_guard lock(_mutex);
+    ++_withdrawals;
+    _changed.notify_all();
+}
+
+bool SecretServiceStore::wasWithdrawn() const {
+    const std::lock_guard lock(_mutex);
+    return _withdrawals != _withdrawalsBefore;
 }
 
 }  // namespace zun

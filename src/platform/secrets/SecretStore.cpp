@@ -52,20 +52,25 @@ class ServiceOrFile final : public SecretStore {
         return std::nullopt;
     }
 
-    std::optional<SecretPlace> save(const std::string& key, const std::string& text,
-                                    const std::string& label) override {
+    SavedSecret save(const std::string& key, const std::string& text, const std::string& label) override {
         if (_service.save(key, text, label)) {
             _files.remove(key);
             return SecretPlace::SecretService;
         }
+        if (_service.wasWithdrawn()) return SecretRefusal::Withdrawn;
         if (_files.save(key, text)) return SecretPlace::File;
-        return std::nullopt;
+        return SecretRefusal::CannotKeep;
     }
 
     void remove(const std::string& key) override {
         _files.remove(key);
         _service.remove(key);
     }
+
+    void setQuestionBlock(std::function<void(KeyringQuestion)> block) override {
+        _service.setQuestionBlock(std::move(block));
+    }
+    void withdraw() override { _service.withdraw(); }
 
   private:
     SecretServiceStore _service;
