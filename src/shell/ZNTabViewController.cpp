@@ -71,7 +71,19 @@ void ZNTabViewController::prepareViews() {
 
 void ZNTabViewController::addControllers() {
     _cardController = new ZNCardViewController(_with.cards, _container);
-    if (_with.screens.list) _listController = _with.screens.list(_with.cards.cards, _container);
+}
+
+// Not before it is wanted: many a person deals with the stack and closes the window again.
+ListScreen* ZNTabViewController::listController() {
+    if (!_listController && _with.screens.list) {
+        _listController = _with.screens.list(_with.cards.cards, _container);
+        placeList();
+    }
+    return _listController;
+}
+
+void ZNTabViewController::placeList() {
+    if (_listController) _listController->setGeometry(rect().adjusted(0, ShellToolbar::height, 0, 0));
 }
 
 void ZNTabViewController::addObservers() {
@@ -130,7 +142,7 @@ void ZNTabViewController::onSetActiveTab(int tab) {
 
 void ZNTabViewController::updateViewsForActiveTab() {
     _cardController->setVisible(_activeTab != 1);
-    if (_listController) _listController->setVisible(_activeTab == 1);
+    if (auto* list = _activeTab == 1 ? listController() : _listController) list->setVisible(_activeTab == 1);
     _toolbar->setActiveTab(_activeTab);
     post(ZNEnableNewReminderMenuActionsNotification);
     post(_activeTab == 1 ? ZNDisableCardControllerMenuActionsNotification
@@ -145,7 +157,7 @@ void ZNTabViewController::updateViewsForActiveTab() {
 }
 
 void ZNTabViewController::clickedListViewButton() {
-    if (topScreen(TopScreen::Editor) || !_listController) return;
+    if (topScreen(TopScreen::Editor) || !listController()) return;
     _listController->fetchData();
     onSetActiveTab(1);
 }
@@ -266,7 +278,7 @@ void ZNTabViewController::resizeEvent(QResizeEvent* event) {
     _container->setGeometry(rect());
     _fullWindowContainer->setGeometry(rect());
     _cardController->setGeometry(rect());
-    if (_listController) _listController->setGeometry(rect().adjusted(0, ShellToolbar::height, 0, 0));
+    placeList();
     for (auto* screen : _topScreens) {
         if (screen) screen->setGeometry(rect());
     }

@@ -83,6 +83,9 @@ class ZNTabViewController final : public ZNView, private ZNBaseViewControllerDel
     enum class ShouldHideContainer { No, Yes };
     void prepareViews();
     void addControllers();
+    // Null where there is no list.
+    [[nodiscard]] ListScreen* listController();
+    void placeList();
     void addObservers();
     void showTourIfNecessary();
     void updateViewsForActiveTab();
@@ -116,7 +119,7 @@ class ZNTabViewController final : public ZNView, private ZNBaseViewControllerDel
     QWidget* _container;
     QWidget* _fullWindowContainer;
     ZNCardViewController* _cardController;
-    ListScreen* _listController = nullptr;
+    ListScreen* _listController = nullptr;  // once it was wanted
     ShellToolbar* _toolbar;
     MessageBar* _messages;
     std::array<ZNBaseViewController*, 4> _topScreens{};

@@ -4,20 +4,25 @@
 #include <QPainter>
 #include <QPainterPath>
 #include <algorithm>
+#include <array>
 #include <cmath>
+#include <cstdint>
 
 namespace zun {
 namespace {
 
 // One pass of a box filter over a line of a picture of single bytes.
 void blurLine(const uchar* in, uchar* out, int count, qsizetype stride, int radius) {
-    const int window = 2 * radius + 1;
-    int sum = 0;
+    const auto window = static_cast<std::uint32_t>(2 * radius + 1);
+    // Instead of a division for each pixel, exact for all sums of bytes that fit into a line.
+    const std::uint64_t inverse = (std::uint64_t{1} << 32) / window + 1;
+    std::uint32_t sum = 0;
     for (int i = -radius; i <= radius; ++i)
         sum += in[std::clamp(i, 0, count - 1) * stride];
     for (int i = 0; i < count; ++i) {
-        out[i * stride] = static_cast<uchar>((sum + window / 2) / window);
-        sum += in[std::min(i + radius + 1, count - 1) * stride] - in[std::max(i - radius, 0) * stride];
+        out[i * stride] = static_cast<uchar>((sum + window / 2) * inverse >> 32);
+        sum += in[std::min(i + radius + 1, count - 1) * stride];
+        sum -= in[std::max(i - radius, 0) * stride];
     }
 }
 
@@ -47,12 +52,14 @@ void paintShadow(QPainter& painter, const QSize& pixels, const QPainterPath& sha
     maskPainter.fillPath(shape, Qt::black);
     maskPainter.end();
     blur(mask, blurPoints * scale);
+    std::array<QRgb, 256> black;
+    for (std::size_t i = 0; i < black.size(); ++i)
+        black[i] = qRgba(0, 0, 0, static_cast<int>(std::lround(static_cast<double>(i) * alpha)));
     QImage shadow(pixels, QImage::Format_ARGB32_Premultiplied);
     for (int y = 0; y < pixels.height(); ++y) {
         const uchar* in = mask.constScanLine(y);
         auto* out = reinterpret_cast<QRgb*>(shadow.scanLine(y));
-        for (int x = 0; x < pixels.width(); ++x)
-            out[x] = qRgba(0, 0, 0, static_cast<int>(std::lround(in[x] * alpha)));
+        std::transform(in, in + pixels.width(), out, [&black](uchar each) { return black[each]; });
     }
     shadow.setDevicePixelRatio(scale);
     painter.drawImage(QPointF(0, 0), shadow);
