@@ -33,6 +33,8 @@ if(ZUN_SANITIZE)
     # The compiler's manual: with sanitizers this warning is often wrong. The other builds keep it.
     add_compile_options(-fsanitize=${ZUN_SANITIZE} $<$<CXX_COMPILER_ID:GNU>:-Wno-maybe-uninitialized>)
     add_link_options(-fsanitize=${ZUN_SANITIZE})
+    # The sanitizer stands between a program and dlopen(), which then looks along the old kind of run path alone.
+    add_link_options(-Wl,--disable-new-dtags)
 endif()
 if(ZUN_FUZZ)
     # The fuzzers are led by what the rooms below them do, so these are instrumented too.

@@ -242,6 +242,9 @@ class Installing(unittest.TestCase):
         self.assertEqual(run("desktop-file-validate", entry), "")
         self.assertIn(f'Exec="{prefix}/bin/zun" %U', entry.read_text())
         self.assertEqual([], list(HOME.glob(".config/*/*")), "another prefix is no business of the user's session")
+        # Nobody listens there, which only the module that speaks to the network can tell.
+        login = f"echo secret | '{prefix}/bin/zunctl' account login --service http://127.0.0.1:1 --name ana --password-stdin"
+        self.assertRegex(run("bash", "-c", login, status=1), "cannot be reached .Couldn't connect")
         run(SOURCE / "scripts/uninstall", prefix)
         self.assertFalse(prefix.exists())
         self.assertIn("cannot name the folder", run(SOURCE / "scripts/install", WORK / "a$prefix", status=1))
