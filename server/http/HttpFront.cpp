@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <boost/asio/co_spawn.hpp>
 #include <boost/asio/detached.hpp>
 #include <boost/asio/executor_work_guard.hpp>
@@ -17,6 +18,7 @@
 #include <deque>
 #include <thread>
 
+#include "server/http/AsioLoop.h"
 #include "server/http/HttpRules.h"
 #include "server/http/HttpSession.h"
 
@@ -65,7 +67,8 @@ struct HttpFront::State {
     State(CloudService& service, Storage& storage, HttpOptions options, Log log)
         : shared(std::make_shared<HttpShared>(service, storage, std::move(options), std::move(log))) {
         auto count = shared->options.threads;
-        if (count == 0) count = std::thread::hardware_concurrency() + 2;
+        if (count == 0) count = std::thread::hardware_concurrency() + (storage.keepsCallersWaiting() ? 2 : 0);
+        count = std::max(count, 1U);
         for (unsigned thread = 0; thread <= count; ++thread)
             loops.emplace_back(oneThread);
     }
@@ -212,6 +215,8 @@ void HttpFront::start() {
     asio::co_spawn(_state->loops.front(), _state->checkStreams(), asio::detached);
     for (auto& loop : _state->loops)
         _state->threads.emplace_back([state = _state, &loop] {
+            AsioLoop events(loop);
+            const auto seat = &loop == &state->loops.front() ? nullptr : state->shared->storage.joinLoop(events);
             const auto guard = asio::make_work_guard(loop);
             loop.run();
         });

@@ -27,7 +27,7 @@ struct HttpOptions {
     // The address of a stranger is the last one of X-Forwarded-For.
     bool isBehindProxy = false;
     bool logRequests = false;
-    unsigned threads = 0;  // for connections; 0: as many as there are cores, and two that may wait for the storage
+    unsigned threads = 0;  // for connections; 0: as many as there are cores, and two where they may wait for the disk
     std::size_t headerLimit = 16 << 10;
     std::size_t bodyLimit = 17 << 20;
     // Longer ones are read of devices that are signed in only.

@@ -66,7 +66,8 @@ void addServe(CLI::App& program, ServeOptions& options, std::function<int()>& ru
             "How long a device may stay away; 30 without it")
         ->check(CLI::Range(1, 3'650).description(""))
         ->type_name("N");
-    command->add_option("--threads", http.threads, "0 for as many as there are cores, and two")->type_name("N");
+    command->add_option("--threads", http.threads, "0 for as many as there are cores, and two over SQLite")
+        ->type_name("N");
     command->add_flag("--log-requests", http.logRequests, "Log each request, not only slow and failed ones");
     command->callback([&options, &run] { run = [&options] { return serve(options); }; });
 }

@@ -5,8 +5,8 @@
 
 namespace zun::cloud {
 
-void PostgresBatch::fetchForUpdate(const GuessedRows& guessed) {
-    auto [locked, others] = below().fetchForUpdate(guessed.locked, guessed.others);
+void PostgresBatch::addForUpdate(const GuessedRows& guessed, PostgresConnection::Rows locked,
+                                 PostgresConnection::Rows others) {
     add(guessed.locked, std::move(locked), Locking::ForUpdate);
     add(guessed.others, std::move(others), Locking::None);
 }
@@ -52,15 +52,24 @@ std::vector<std::pair<RowKey, const std::optional<std::string>*>> PostgresBatch:
     return changed;
 }
 
-void PostgresBatch::expect(PostgresConnection& connection) const {
-    std::vector<std::pair<RowKey, const std::optional<std::string>*>> locked, others;
-    for (const auto& [key, row] : _rows)
-        if (row.remembered) (row.isLocked ? locked : others).emplace_back(key, &*row.remembered);
-    connection.expect(locked, others);
-}
-
 void PostgresBatch::store(PostgresConnection& connection) const {
     if (const auto changed = changedRows(); !changed.empty()) connection.store(changed);
+}
+
+void PostgresBatch::storeOverRemembered(PostgresConnection& connection) const {
+    PostgresConnection::Replaced replaced;
+    PostgresConnection::Expected locked, others, stored;
+    for (const auto& [key, row] : _rows) {
+        if (row.remembered && *row.remembered && row.isChanged && row.value) {
+            replaced.push_back({key, **row.remembered, *row.value});
+            continue;
+        }
+        if (row.remembered) (row.isLocked ? locked : others).emplace_back(key, &*row.remembered);
+        if (row.isChanged) stored.emplace_back(key, &row.value);
+    }
+    connection.replace(replaced);
+    connection.expect(locked, others);
+    connection.store(stored);
 }
 
 // Rows of other tables are written and hardly ever read by their names.
@@ -124,7 +133,8 @@ std::vector<std::optional<std::string>> PostgresBatch::getMany(std::string_view 
         for (auto& key : unknown)
             if (!_rows.contains(key)) (void)readRemembered(std::move(key));
     } else if (!unknown.empty()) {
-        add(unknown, below().fetch(unknown), Locking::None);
+        below().startFetch(unknown);
+        add(unknown, below().endFetch(unknown.size()), Locking::None);
     }
     return Transaction::getMany(account, table, names);
 }

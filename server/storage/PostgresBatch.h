@@ -26,16 +26,16 @@ class PostgresBatch final : public Transaction {
     // still so.
     PostgresBatch(const RememberedRows& remembered, std::size_t works) : _remembered(&remembered), _works(works) {}
 
-    void fetchForUpdate(const GuessedRows& guessed);
+    // What the connection has locked and read of it.
+    void addForUpdate(const GuessedRows& guessed, PostgresConnection::Rows locked, PostgresConnection::Rows others);
     // Returns the accounts that the work wakes if it is committed. Throws what the work throws.
     [[nodiscard]] std::set<std::string> run(const Storage::Work& work);
     // Whether something has to be committed.
     [[nodiscard]] bool hasChanges() const { return _isChangedBelow || !changedRows().empty(); }
-    // Asks that what was remembered is still so; PostgresStale comes with the commit otherwise. To be sent before what
-    // is stored.
-    void expect(PostgresConnection& connection) const;
     // To be sent before the commit.
     void store(PostgresConnection& connection) const;
+    // The same, where what was remembered is still so; PostgresStale comes with the commit otherwise.
+    void storeOverRemembered(PostgresConnection& connection) const;
     // What can be of use to the next one; what was changed is now so.
     void remember(RememberedRows& rows) const;
     // What was remembered is no longer so.

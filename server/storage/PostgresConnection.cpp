@@ -116,37 +116,57 @@ void PostgresConnection::notify(const std::set<std::string>& payloads) noexcept 
     }
 }
 
-PostgresConnection::Rows PostgresConnection::fetch(const std::vector<RowKey>& keys) {
+void PostgresConnection::startFetch(const std::vector<RowKey>& keys) {
     const KeyLists lists(keys);
-    return inPlaces(_link.ask("getRows", {lists.accounts, lists.kinds, lists.names}).get(), keys.size());
+    _link.say("getRows", {lists.accounts, lists.kinds, lists.names});
+    _link.startCollecting();
 }
 
-std::pair<PostgresConnection::Rows, PostgresConnection::Rows> PostgresConnection::fetchOneByOne(
-    const std::vector<RowKey>& locked, const std::vector<RowKey>& others) {
-    for (const auto& key : locked)
-        _link.say("getForUpdate", {key.account, kindOf(key.table), key.name});
-    for (const auto& key : others)
-        _link.say("get", {key.account, kindOf(key.table), key.name});
-    const auto answers = _link.collect();
-    auto answer = answers.end() - static_cast<std::ptrdiff_t>(locked.size() + others.size());
+PostgresConnection::Rows PostgresConnection::endFetch(std::size_t count) {
+    return inPlaces(_link.endCollecting().back().get(), count);
+}
+
+void PostgresConnection::startFetchForUpdate(const std::vector<RowKey>& locked, const std::vector<RowKey>& others) {
+    if (locked.size() + others.size() <= fewKeys) {
+        for (const auto& key : locked)
+            _link.say("getForUpdate", {key.account, kindOf(key.table), key.name});
+        for (const auto& key : others)
+            _link.say("get", {key.account, kindOf(key.table), key.name});
+    } else {
+        const KeyLists lockedLists(locked), otherLists(others);
+        _link.say("getRowsForUpdate", {lockedLists.accounts, lockedLists.kinds, lockedLists.names});
+        if (!others.empty()) _link.say("getRows", {otherLists.accounts, otherLists.kinds, otherLists.names});
+    }
+    _link.startCollecting();
+}
+
+// What was said before stands before it among the answers.
+std::pair<PostgresConnection::Rows, PostgresConnection::Rows> PostgresConnection::endFetchForUpdate(
+    std::size_t locked, std::size_t others) {
+    const auto answers = _link.endCollecting();
+    if (locked + others > fewKeys) {
+        if (others == 0) return {inPlaces(answers.end()[-1].get(), locked), {}};
+        return {inPlaces(answers.end()[-2].get(), locked), inPlaces(answers.end()[-1].get(), others)};
+    }
+    auto answer = answers.end() - static_cast<std::ptrdiff_t>(locked + others);
     std::pair<Rows, Rows> rows;
-    for (std::size_t place = 0; place < locked.size(); ++place)
+    for (std::size_t place = 0; place < locked; ++place)
         rows.first.push_back(onlyValue((answer++)->get()));
-    for (std::size_t place = 0; place < others.size(); ++place)
+    for (std::size_t place = 0; place < others; ++place)
         rows.second.push_back(onlyValue((answer++)->get()));
     return rows;
 }
 
-std::pair<PostgresConnection::Rows, PostgresConnection::Rows> PostgresConnection::fetchForUpdate(
-    const std::vector<RowKey>& locked, const std::vector<RowKey>& others) {
-    if (locked.size() + others.size() <= fewKeys) return fetchOneByOne(locked, others);
-    const KeyLists lockedLists(locked), otherLists(others);
-    _link.say("getRowsForUpdate", {lockedLists.accounts, lockedLists.kinds, lockedLists.names});
-    if (!others.empty()) _link.say("getRows", {otherLists.accounts, otherLists.kinds, otherLists.names});
-    const auto answers = _link.collect();
-    const auto count = answers.size();
-    if (others.empty()) return {inPlaces(answers.at(count - 1).get(), locked.size()), {}};
-    return {inPlaces(answers.at(count - 2).get(), locked.size()), inPlaces(answers.at(count - 1).get(), others.size())};
+void PostgresConnection::replace(const Replaced& rows) {
+    if (rows.empty()) return;
+    KeyLists keys(rows.size());
+    List before(bytesType, rows.size()), after(bytesType, rows.size());
+    for (const auto& row : rows) {
+        keys.add(row.key);
+        before.add(row.before);
+        after.add(row.after);
+    }
+    _link.say("replaceRows", {keys.accounts, keys.kinds, keys.names, before, after});
 }
 
 void PostgresConnection::expect(const Expected& locked, const Expected& others) {
@@ -162,7 +182,7 @@ void PostgresConnection::expect(const Expected& locked, const Expected& others) 
     }
 }
 
-void PostgresConnection::store(const std::vector<std::pair<RowKey, const std::optional<std::string>*>>& rows) {
+void PostgresConnection::store(const Expected& rows) {
     const auto kept = static_cast<std::size_t>(
         std::count_if(rows.begin(), rows.end(), [](const auto& row) { return row.second->has_value(); }));
     KeyLists keptKeys(kept), gone(rows.size() - kept);
@@ -195,7 +215,8 @@ std::vector<std::optional<std::string>> PostgresConnection::getMany(std::string_
     keys.reserve(names.size());
     for (const auto& name : names)
         keys.push_back({std::string(account), table, name});
-    return fetch(keys);
+    startFetch(keys);
+    return endFetch(keys.size());
 }
 
 void PostgresConnection::scan(std::string_view account, Table table, std::string_view prefix, std::string_view after,

@@ -34,24 +34,47 @@ class PostgresConnection final : public Transaction {
     [[nodiscard]] bool isStillOpen() noexcept { return _link.isStillOpen(); }
 
     void begin(Mode mode) { _link.say(mode == Mode::Read ? "read" : "write"); }
-    void commit() { (void)_link.ask("commit"); }
+    void commit() {
+        startCommit();
+        endCommit();
+    }
     // These two never fail.
     void rollback() noexcept { _link.rollback(); }
     void endReading() noexcept;
     // Tells every process, and does not wait until it is told. Never fails: who loses the connection looks anyway.
     void notify(const std::set<std::string>& payloads) noexcept;
 
+    // What is asked in two halves is answered while the thread does something else: once hasAnswer() says so, which may
+    // be when the socket is readable, the second half does not wait. Between the halves nothing else is asked.
+    [[nodiscard]] bool hasAnswer() noexcept { return _link.isCollected(); }
+    [[nodiscard]] int socket() const { return _link.socket(); }
+
+    void startCommit() {
+        _link.say("commit");
+        _link.startCollecting();
+    }
+    // Where no transaction has begun: what was sent since the last answer is one by itself.
+    void startCommitWithoutBegin() { _link.startCollecting(); }
+    void endCommit() { (void)_link.endCollecting(); }
     // Rows as of one moment, in the order asked for, without a transaction.
-    [[nodiscard]] Rows fetch(const std::vector<RowKey>& keys);
+    void startFetch(const std::vector<RowKey>& keys);
+    [[nodiscard]] Rows endFetch(std::size_t count);
     // Locks rows and reads them and others, in a transaction that has begun.
-    [[nodiscard]] std::pair<Rows, Rows> fetchForUpdate(const std::vector<RowKey>& locked,
-                                                       const std::vector<RowKey>& others);
-    // That these rows are what is said, and nothing where nothing is; the first ones, which must be there, are locked.
-    // Sends it with what comes next, which fails as PostgresStale where something is otherwise.
+    void startFetchForUpdate(const std::vector<RowKey>& locked, const std::vector<RowKey>& others);
+    [[nodiscard]] std::pair<Rows, Rows> endFetchForUpdate(std::size_t locked, std::size_t others);
+    // Rows that are there get another value, and others stay as they are. Sends it with what comes next, which fails as
+    // PostgresStale where a row is not what is said; nothing stands for no row at all. What is replaced, and the first
+    // of those that stay, which must be there, are locked.
+    struct Replacement {
+        const RowKey& key;
+        const std::string &before, &after;
+    };
+    using Replaced = std::vector<Replacement>;
+    void replace(const Replaced& rows);
     using Expected = std::vector<std::pair<RowKey, const std::optional<std::string>*>>;
     void expect(const Expected& locked, const Expected& others);
     // A row each, once; nothing for rows that shall not be there. Sends it with what comes next.
-    void store(const std::vector<std::pair<RowKey, const std::optional<std::string>*>>& rows);
+    void store(const Expected& rows);
     void eraseAll() { _link.say("eraseAll"); }
     void dump(const Storage::RowVisitor& visitor);
 
@@ -67,9 +90,6 @@ class PostgresConnection final : public Transaction {
     void wake(std::string_view) override {}
 
   private:
-    [[nodiscard]] std::pair<Rows, Rows> fetchOneByOne(const std::vector<RowKey>& locked,
-                                                      const std::vector<RowKey>& others);
-
     PostgresLink _link;
 };
 

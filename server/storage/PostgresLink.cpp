@@ -14,9 +14,11 @@ constexpr int saidAtOnce = 200;
 // Standing orders of each connection.
 // - Two writes that wait for each other are told so soon, and not after the server's second; and who waits for a write
 //   of a process that has gone silent is not held up for longer than the server needs to end that one.
+// - What is sent without a transaction of its own sees what others have committed since it waited for them.
 // - Every row is looked for by its key. A plan made while the table was small would read all of it for ever.
 constexpr const char* settings =
     "SET lock_timeout = '200ms'; SET idle_in_transaction_session_timeout = '10s';"
+    "SET default_transaction_isolation = 'read committed';"
     "SET plan_cache_mode = force_generic_plan; SET enable_seqscan = off; SET enable_hashjoin = off;"
     "SET enable_mergejoin = off; SET enable_bitmapscan = off; SET jit = off";
 
@@ -26,7 +28,7 @@ constexpr const char* makeTable =
     "CREATE TABLE IF NOT EXISTS zun_rows (account bytea NOT NULL, kind smallint NOT NULL, name bytea NOT NULL,"
     " value bytea NOT NULL, PRIMARY KEY (account, kind, name)); COMMIT";
 
-constexpr std::array<std::pair<const char*, const char*>, 21> statements{{
+constexpr std::array<std::pair<const char*, const char*>, 22> statements{{
     {"read", "BEGIN ISOLATION LEVEL REPEATABLE READ READ ONLY"},
     {"write", "BEGIN ISOLATION LEVEL READ COMMITTED"},
     {"commit", "COMMIT"},
@@ -42,7 +44,14 @@ constexpr std::array<std::pair<const char*, const char*>, 21> statements{{
      "SELECT place, value FROM unnest($1::bytea[], $2::smallint[], $3::bytea[]) WITH ORDINALITY"
      " AS wanted (account, kind, name, place) JOIN zun_rows USING (account, kind, name)"
      " ORDER BY place FOR UPDATE OF zun_rows"},
-    // To divide by zero is how a statement ends the transaction that it stands in.
+    // To divide by zero is how a statement ends the transaction that it stands in. The rows are locked in the order
+    // given.
+    {"replaceRows",
+     "WITH replaced AS (UPDATE zun_rows SET value = wanted.value"
+     " FROM unnest($1::bytea[], $2::smallint[], $3::bytea[], $4::bytea[], $5::bytea[])"
+     " AS wanted (account, kind, name, expected, value) WHERE zun_rows.account = wanted.account"
+     " AND zun_rows.kind = wanted.kind AND zun_rows.name = wanted.name AND zun_rows.value = expected RETURNING 1)"
+     " SELECT 1 / (count(*) = cardinality($1::bytea[]))::int FROM replaced"},
     {"expectForUpdate",
      "SELECT 1 / (count(*) = cardinality($1::bytea[]))::int FROM (SELECT 1"
      " FROM unnest($1::bytea[], $2::smallint[], $3::bytea[], $4::bytea[]) WITH ORDINALITY"
@@ -171,34 +180,45 @@ PostgresResult PostgresLink::ask(const char* statement, const Values& values) {
     return answers.empty() ? nullptr : std::move(answers.back());
 }
 
-// After a failure the server skips what was sent after it; the first failure is the one that counts.
-std::vector<PostgresResult> PostgresLink::collect() {
+void PostgresLink::startCollecting() {
     _said = 0;
+    _collected = {};
     if (!isOpen() || PQpipelineSync(_handle.get()) != 1) fail(nullptr);
     ++_syncs;
-    std::vector<PostgresResult> answers;
-    PostgresResult failed;
-    bool isBetweenAnswers = false;
-    while (_syncs > 0 && isOpen()) {
-        PostgresResult result(PQgetResult(_handle.get()));
-        const auto status = PQresultStatus(result.get());
-        if (!result) {
-            // Twice nothing: the server has said its last word, and it was not the end of what was sent.
-            if (std::exchange(isBetweenAnswers, true)) _handle.reset();
-            continue;
-        }
-        isBetweenAnswers = false;
-        if (status == PGRES_PIPELINE_SYNC) {
-            --_syncs;
-            _ignored = std::max(0, _ignored - 1);
-        } else if (status == PGRES_COMMAND_OK || status == PGRES_TUPLES_OK) {
-            if (_ignored == 0) answers.push_back(std::move(result));
-        } else if (status != PGRES_PIPELINE_ABORTED && !failed && (_ignored == 0 || isLastWord(result.get()))) {
-            failed = std::move(result);
-        }
+}
+
+// After a failure the server skips what was sent after it; the first failure is the one that counts.
+void PostgresLink::takeResult() {
+    PostgresResult result(PQgetResult(_handle.get()));
+    const auto status = PQresultStatus(result.get());
+    if (!result) {
+        // Twice nothing: the server has said its last word, and it was not the end of what was sent.
+        if (std::exchange(_collected.isBetweenAnswers, true)) _handle.reset();
+        return;
     }
-    if (failed || !isOpen()) fail(failed.get());
-    return answers;
+    _collected.isBetweenAnswers = false;
+    if (status == PGRES_PIPELINE_SYNC) {
+        --_syncs;
+        _ignored = std::max(0, _ignored - 1);
+    } else if (status == PGRES_COMMAND_OK || status == PGRES_TUPLES_OK) {
+        if (_ignored == 0) _collected.answers.push_back(std::move(result));
+    } else if (status != PGRES_PIPELINE_ABORTED && !_collected.failed && (_ignored == 0 || isLastWord(result.get()))) {
+        _collected.failed = std::move(result);
+    }
+}
+
+bool PostgresLink::isCollected() noexcept {
+    if (_syncs > 0 && isOpen()) (void)PQconsumeInput(_handle.get());
+    while (_syncs > 0 && isOpen() && PQisBusy(_handle.get()) == 0)
+        takeResult();
+    return _syncs == 0 || !isOpen();
+}
+
+std::vector<PostgresResult> PostgresLink::endCollecting() {
+    while (_syncs > 0 && isOpen())
+        takeResult();
+    if (_collected.failed || !isOpen()) fail(std::exchange(_collected.failed, nullptr).get());
+    return std::exchange(_collected.answers, {});
 }
 
 void PostgresLink::send() noexcept {

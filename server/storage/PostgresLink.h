@@ -53,14 +53,25 @@ class PostgresLink {
     void say(const char* statement, const Values& values = {});
     // Sends it with whatever waits and returns its answer.
     PostgresResult ask(const char* statement, const Values& values = {});
-    // Sends whatever waits and returns the answers of all that was said since the last question.
-    std::vector<PostgresResult> collect();
+    // Sends whatever waits and returns the answers of all that was said since the last question. In two halves for
+    // those who have something else to do meanwhile: between them nothing is said.
+    std::vector<PostgresResult> collect() {
+        startCollecting();
+        return endCollecting();
+    }
+    void startCollecting();
+    // Takes what has come; whether that is all of it, so that endCollecting() does not wait.
+    [[nodiscard]] bool isCollected() noexcept;
+    std::vector<PostgresResult> endCollecting();
+    // Readable when there may be more of it; -1 without a connection.
+    [[nodiscard]] int socket() const { return _handle ? PQsocket(_handle.get()) : -1; }
     // Sends whatever waits; nobody wants to know how it ended. Never fails.
     void send() noexcept;
     // Ends a transaction, whatever state it is in. Never fails.
     void rollback() noexcept;
 
   private:
+    void takeResult();
     void prepare();
     void execute(const char* sql);
     [[noreturn]] void fail(const PGresult* result);
@@ -69,6 +80,12 @@ class PostgresLink {
     int _said = 0;     // since the last collect()
     int _syncs = 0;    // ends of what was sent whose answers were not read yet
     int _ignored = 0;  // of these, how many nobody wants to know about
+    struct Collected {
+        std::vector<PostgresResult> answers;
+        PostgresResult failed;
+        bool isBetweenAnswers = false;
+    };
+    Collected _collected;
 };
 
 }  // namespace zun::cloud

@@ -5,26 +5,43 @@
 namespace zun::cloud {
 namespace {
 
-// More together would let the first wait for the last, and each for whoever holds a row of one of them.
-constexpr std::size_t jobsPerTurn = 64;
 // Of each kind. With more of them less would be done together.
 constexpr unsigned turnsAtOnce = 1;
 
 }  // namespace
 
-std::optional<PostgresQueue::Turn> PostgresQueue::add(PostgresJob job, Caller caller) {
+PostgresJobs takeTogether(PostgresJobs& waiting) {
+    PostgresJobs together;
+    while (!waiting.empty() && together.size() < jobsPerTurn) {
+        together.push_back(std::move(waiting.front()));
+        waiting.pop_front();
+    }
+    return together;
+}
+
+void endAll(PostgresJobs& jobs, const std::optional<StorageFailure>& how) {
+    while (!jobs.empty()) {
+        const auto job = std::move(jobs.front());
+        jobs.pop_front();
+        job.done(how);
+    }
+}
+
+void PostgresQueue::add(PostgresJob job) {
     {
         std::lock_guard lock(_mutex);
-        const auto kind = job.kind;
-        (kind == PostgresJob::Kind::Read ? _reads : _writes).push_back(std::move(job));
-        if (caller == Caller::Works)
-            if (auto turn = takeTurn(kind)) return turn;
+        waitingOf(job.kind).push_back(std::move(job));
     }
     _news.notify_one();
-    return std::nullopt;
+}
+
+void PostgresQueue::add(PostgresJobs jobs) {
+    for (auto& job : jobs)
+        add(std::move(job));
 }
 
 void PostgresQueue::addAlone(PostgresJobs jobs) {
+    if (jobs.empty()) return;
     {
         std::lock_guard lock(_mutex);
         std::move(jobs.begin(), jobs.end(), std::back_inserter(_alone));
@@ -53,16 +70,11 @@ std::optional<PostgresQueue::Turn> PostgresQueue::takeTurn() {
 }
 
 std::optional<PostgresQueue::Turn> PostgresQueue::takeTurn(PostgresJob::Kind kind) {
-    auto& waiting = kind == PostgresJob::Kind::Read ? _reads : _writes;
+    auto& waiting = waitingOf(kind);
     auto& turns = kind == PostgresJob::Kind::Read ? _readTurns : _writeTurns;
     if (waiting.empty() || turns >= turnsAtOnce) return std::nullopt;
     ++turns;
-    Turn turn{kind, false, {}};
-    while (!waiting.empty() && turn.jobs.size() < jobsPerTurn) {
-        turn.jobs.push_back(std::move(waiting.front()));
-        waiting.pop_front();
-    }
-    return turn;
+    return Turn{kind, false, takeTogether(waiting)};
 }
 
 void PostgresQueue::endTurn(PostgresJob::Kind kind, bool isAlone) {
@@ -73,16 +85,6 @@ void PostgresQueue::endTurn(PostgresJob::Kind kind, bool isAlone) {
         if (!isAlone) --(kind == PostgresJob::Kind::Read ? _readTurns : _writeTurns);
     }
     if (isEnding) _news.notify_all();
-}
-
-void PostgresQueue::leaveTurn(PostgresJob::Kind kind) {
-    bool isMore = false;
-    {
-        std::lock_guard lock(_mutex);
-        --(kind == PostgresJob::Kind::Read ? _readTurns : _writeTurns);
-        isMore = _isEnding || !isEmpty();
-    }
-    if (isMore) _news.notify_all();
 }
 
 PostgresJobs PostgresQueue::takeOverdue() {

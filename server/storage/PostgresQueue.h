@@ -27,6 +27,13 @@ struct PostgresJob {
 };
 using PostgresJobs = std::deque<PostgresJob>;
 
+// More together would let the first wait for the last, and each for whoever holds a row of one of them.
+constexpr std::size_t jobsPerTurn = 64;
+// Removes as many from the front, or all.
+[[nodiscard]] PostgresJobs takeTogether(PostgresJobs& waiting);
+// Removes all of them.
+void endAll(PostgresJobs& jobs, const std::optional<StorageFailure>& how);
+
 class PostgresQueue {
   public:
     struct Turn {
@@ -35,23 +42,23 @@ class PostgresQueue {
         PostgresJobs jobs;  // at least one; of one kind
     };
 
-    enum class Caller { Works, OnlyAsks };
-    // A caller that works itself gets the turn for it, if none of the kind is under way.
-    [[nodiscard]] std::optional<Turn> add(PostgresJob job, Caller caller);
+    void add(PostgresJob job);
+    void add(PostgresJobs jobs);
     // They come again, each in a turn of its own.
     void addAlone(PostgresJobs jobs);
     // Waits for one; nothing once all is done and end() was called.
     [[nodiscard]] std::optional<Turn> nextTurn();
     // Of a thread that takes the next one itself.
     void endTurn(PostgresJob::Kind kind, bool isAlone);
-    // Of a caller that does not.
-    void leaveTurn(PostgresJob::Kind kind);
     // Removes what has waited too long.
     [[nodiscard]] PostgresJobs takeOverdue();
     void end();
 
   private:
     [[nodiscard]] std::optional<Turn> takeTurn(PostgresJob::Kind kind);
+    [[nodiscard]] PostgresJobs& waitingOf(PostgresJob::Kind kind) {
+        return kind == PostgresJob::Kind::Read ? _reads : _writes;
+    }
     [[nodiscard]] std::optional<Turn> takeTurn();
     [[nodiscard]] bool isEmpty() const { return _reads.empty() && _writes.empty() && _alone.empty(); }
 

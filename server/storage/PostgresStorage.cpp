@@ -17,19 +17,38 @@ std::string makeMark() {
 
 }  // namespace
 
+// Of one thread: what it asks for is found here.
+class PostgresStorage::Place final : public Seat {
+  public:
+    Place(PostgresStorage& storage, EventLoop& loop)
+        : of(storage),
+          _woken([&storage](auto& link, const auto& accounts) { storage.wake(link, accounts); }),
+          _reads(PostgresJob::Kind::Read, loop, storage._queue, storage._spares, storage._remembered, _woken),
+          _writes(PostgresJob::Kind::Write, loop, storage._queue, storage._spares, storage._remembered, _woken) {
+        ofThread = this;
+    }
+    ~Place() override { ofThread = nullptr; }
+
+    void add(PostgresJob job) { (job.kind == PostgresJob::Kind::Read ? _reads : _writes).add(std::move(job)); }
+
+    PostgresStorage& of;
+    static thread_local Place* ofThread;
+
+  private:
+    const PostgresTurn::Woken _woken;
+    PostgresLane _reads, _writes;
+};
+
+thread_local PostgresStorage::Place* PostgresStorage::Place::ofThread = nullptr;
+
 PostgresStorage::PostgresStorage(std::string address, unsigned connections)
-    : _address(std::move(address)),
-      _mark(makeMark()),
-      _reader(_address, _queue, _remembered, nullptr),
-      _writer(_address, _queue, _remembered, [this](auto& link, const auto& accounts) { wake(link, accounts); }) {
+    : _address(std::move(address)), _mark(makeMark()), _spares(_address) {
     // The first one in this thread, so that a wrong address is told at once.
     auto first = std::make_unique<PostgresConnection>(_address, PostgresLink::Table::MadeIfMissing);
     for (unsigned number = 0; number < connections; ++number)
         _threads.emplace_back([this, connection = std::move(first)]() mutable {
             const auto woken = [this](auto& link, const auto& accounts) { wake(link, accounts); };
-            PostgresWorker(_address, _queue, _remembered, woken, std::move(connection)).run([this](auto kind) {
-                workerForCallers(kind).connectIfNeeded();
-            });
+            PostgresWorker(_address, _queue, _remembered, woken, std::move(connection)).run([this] { _spares.make(); });
         });
     _others.emplace(_address, [this](const std::string& payload) {
         if (!payload.starts_with(_mark))
@@ -52,10 +71,16 @@ void PostgresStorage::read(Work work, Done done) {
     add({PostgresJob::Kind::Read, std::move(work), std::move(done)});
 }
 
+std::unique_ptr<Storage::Seat> PostgresStorage::joinLoop(EventLoop& loop) {
+    auto seat = std::make_unique<Place>(*this, loop);
+    // What it fails to make is made once the server answers.
+    _spares.make();
+    return seat;
+}
+
 void PostgresStorage::add(PostgresJob job) {
-    auto& worker = workerForCallers(job.kind);
-    const auto how = worker.isReady() ? PostgresQueue::Caller::Works : PostgresQueue::Caller::OnlyAsks;
-    if (auto turn = _queue.add(std::move(job), how)) worker.runOnce(std::move(*turn));
+    auto* place = Place::ofThread;
+    place&& & place->of == this ? place->add(std::move(job)) : _queue.add(std::move(job));
 }
 
 // After the commit rather than in it: the server lets one transaction with notifications commit at a time.

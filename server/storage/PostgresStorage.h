@@ -1,9 +1,10 @@
 #pragma once
 
-// A storage in a PostgreSQL database, which any number of processes may share. Callers and a few threads work, each
-// with a connection. What waits when one is free is done together: reads by one question, writes in one transaction,
-// over rows that were guessed to be wanted, or that are remembered and stored over if they are still so. What turns out
-// to need more, or meets somebody else's write, is done by itself.
+// A storage in a PostgreSQL database, which any number of processes may share. Threads that have joined with their loop
+// of events have connections of their own; what others ask for is done by a few threads of the storage. What waits when
+// a connection is free is done together: reads by one question, writes in one transaction, over rows that were guessed
+// to be wanted, or that are remembered and stored over if they are still so. What turns out to need more, or meets
+// somebody else's write, is done by itself by one of the storage's threads.
 //
 // An account's row keeps writes of that account in turn, whichever process they come from. Wakes go through LISTEN and
 // NOTIFY. Connections that break are made anew; work that had not reached its commit is run again. What cannot be done
@@ -13,9 +14,8 @@
 #include <thread>
 #include <vector>
 
-#include "server/storage/PostgresGuess.h"
+#include "server/storage/PostgresLane.h"
 #include "server/storage/PostgresListener.h"
-#include "server/storage/PostgresQueue.h"
 #include "server/storage/PostgresWorker.h"
 #include "server/storage/Storage.h"
 #include "server/storage/WakeListenerPlace.h"
@@ -26,30 +26,29 @@ class PostgresStorage final : public Storage {
   public:
     // An address as libpq reads it, with several hosts for a server that may be replaced by another. Throws
     // StorageFailure if nobody answers.
-    explicit PostgresStorage(std::string address, unsigned connections = 8);
+    explicit PostgresStorage(std::string address, unsigned connections = 4);
     // Ends what was accepted.
     ~PostgresStorage() override;
 
     void write(Work work, Done done) override;
     void read(Work work, Done done) override;
+    [[nodiscard]] std::unique_ptr<Seat> joinLoop(EventLoop& loop) override;
+    [[nodiscard]] bool keepsCallersWaiting() const override { return false; }
     void setWakeListener(WakeListener listener) override;
     void dump(const RowVisitor& visitor) override;
     void load(const std::function<void(const RowVisitor& add)>& rows) override;
     [[nodiscard]] std::vector<std::string> check() override;
 
   private:
+    class Place;
     void add(PostgresJob job);
-    [[nodiscard]] PostgresWorker& workerForCallers(PostgresJob::Kind kind) {
-        return kind == PostgresJob::Kind::Read ? _reader : _writer;
-    }
     void wake(PostgresConnection& connection, const std::set<std::string>& accounts);
 
     const std::string _address;
     const std::string _mark;  // of this process, before what it notifies of
     RememberedRows _remembered;
     PostgresQueue _queue;
-    // Where nothing of a kind is under way the caller works itself: to wake a thread for it would take as long.
-    PostgresWorker _reader, _writer;
+    PostgresSpares _spares;
     WakeListenerPlace _listener;
     std::vector<std::thread> _threads;
     std::optional<PostgresListener> _others;

@@ -17,6 +17,8 @@
 
 namespace zun::cloud {
 
+class EventLoop;
+
 // The numbers stand in stored rows.
 enum class Table : std::uint8_t {
     Service = 1,       // "" -> the service's epoch and secret
@@ -84,6 +86,17 @@ class Storage {
     // account happen one after the other. A read sees one moment, and all that was reported as done before it began.
     virtual void write(Work work, Done done) = 0;
     virtual void read(Work work, Done done) = 0;
+    // A thread's place among those that the storage serves in their own loops.
+    class Seat {
+      public:
+        // In its thread. Waits for what is under way.
+        virtual ~Seat() = default;
+    };
+    // For a thread, before its loop of events begins, so that what it asks for passes no other thread; one storage at a
+    // time, and until the seat ends, which has to be after the loop. Null where that makes no difference. Blocks.
+    [[nodiscard]] virtual std::unique_ptr<Seat> joinLoop(EventLoop&) { return nullptr; }
+    // Whether read() and write() may wait for the disk, so that it takes more threads than cores to keep these busy.
+    [[nodiscard]] virtual bool keepsCallersWaiting() const { return true; }
     // One listener; it runs on any thread, perhaps more often than there is news, and once more than expected: a call
     // may be under way when it is replaced. No account at all stands for any of them: wakes may have been missed.
     virtual void setWakeListener(WakeListener listener) = 0;

@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "server/PostgresCluster.h"
+#include "server/Storages.h"
 #include "server/model/Administration.h"
 #include "server/model/ServiceIdentity.h"
 #include "server/storage/PostgresStorage.h"
@@ -27,7 +28,8 @@ class ManyProcesses : public testing::Test {
         ASSERT_TRUE(PostgresCluster::isAvailable()) << "PostgreSQL is not installed";
         address = PostgresCluster::shared().makeDatabase();
         first = std::make_unique<ServiceWorld>(std::make_unique<PostgresStorage>(address, 3), quickOptions(), 1);
-        second = std::make_unique<ServiceWorld>(std::make_unique<PostgresStorage>(address, 3), quickOptions(), 2);
+        second = std::make_unique<ServiceWorld>(askedInLoops(std::make_unique<PostgresStorage>(address, 3)),
+                                                quickOptions(), 2);
     }
     void TearDown() override {
         if (!first) return;

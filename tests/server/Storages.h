@@ -26,4 +26,7 @@ struct StorageKind {
 
 [[nodiscard]] std::vector<StorageKind> allStorages();
 
+// A storage that threads with loops of their own ask, in turn, as those of a front do.
+[[nodiscard]] std::unique_ptr<Storage> askedInLoops(std::unique_ptr<Storage> storage);
+
 }  // namespace zun::cloud

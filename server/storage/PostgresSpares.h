@@ -1,0 +1,32 @@
+#pragma once
+
+// Connections for those who must not wait until one is made, made by those who may. Any thread.
+
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "server/storage/PostgresConnection.h"
+
+namespace zun::cloud {
+
+class PostgresSpares {
+  public:
+    explicit PostgresSpares(std::string address) : _address(std::move(address)) {}
+
+    // Null if there is none yet.
+    [[nodiscard]] std::unique_ptr<PostgresConnection> take();
+    // One more. Where somebody has made it, take() finds it.
+    void want();
+    // Makes what is wanted; for whoever has just found the server well. Blocks. What fails is wanted again.
+    void make();
+
+  private:
+    const std::string _address;
+    std::mutex _mutex;
+    unsigned _wanted = 0;
+    std::vector<std::unique_ptr<PostgresConnection>> _made;
+};
+
+}  // namespace zun::cloud
