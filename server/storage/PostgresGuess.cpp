@@ -28,7 +28,7 @@ class Guess final : public Transaction {
                                                     const std::vector<std::string>& names) override {
         for (const auto& name : names)
             rows.others.push_back({std::string(account), table, name});
-        throw Enough{};
+        return std::vector<std::optional<std::string>>(names.size());
     }
     void scan(std::string_view, Table, std::string_view, std::string_view, std::size_t, const Visitor&) override {
         throw Enough{};
@@ -41,8 +41,10 @@ class Guess final : public Transaction {
     GuessedRows rows;
 
   private:
+    // Of other rows it is as if nothing was there, with which a read soon ends: quicker than to break it off.
     std::optional<std::string> known(std::string_view account, Table table) {
-        auto row = table == Table::Account ? _remembered.findAccount(account) : std::nullopt;
+        if (table != Table::Account) return std::nullopt;
+        auto row = _remembered.findAccount(account);
         if (!row) throw Enough{};
         return row;
     }
