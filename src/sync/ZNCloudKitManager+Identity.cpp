@@ -6,6 +6,17 @@
 
 namespace zun {
 
+namespace {
+
+// The account at the service in this state.
+Bytes holderOf(const Bytes& identity, const std::string& epoch) {
+    auto holder = identity;
+    holder.insert(holder.end(), epoch.begin(), epoch.end());
+    return holder;
+}
+
+}  // namespace
+
 void ZNCloudKitManager::createSubscriptionForReminders() {
     _with.subscriptions.createSubscriptionForRemindersWithSuccess(
         guarded([this](const std::optional<std::string>& subscriptionID) {
@@ -44,6 +55,28 @@ void ZNCloudKitManager::resetSyncCache() {
     StoredSyncCache(defaults()).resetSyncCache();
 }
 
+void ZNCloudKitManager::takeUpIdentity(Block then) {
+    if (_with.dispatch.main()->isCurrent()) {
+        // Whoever has it may be reading all that is stored.
+        std::unique_lock lock(_identityMutex, std::try_to_lock);
+        if (!lock || !isIdentityTakenUp())
+            return _with.dispatch.concurrent(QualityOfService::UserInitiated)
+                ->async(guarded([this, then = std::move(then)] { takeUpIdentity(then); }));
+    } else {
+        checkForUpdatedUbiquityIdentity();
+    }
+    then();
+}
+
+// By what is in memory alone.
+bool ZNCloudKitManager::isIdentityTakenUp() const {
+    const auto current = _with.container.ubiquityIdentityToken();
+    if (current != defaults().onGetUseriCloudIdentityToken()) return false;
+    if (!current) return true;
+    const auto holder = holderOf(*current, _with.container.serviceEpoch());
+    return holder == _takenIdentity || holder == defaults().onGetIdentityOfSentReminders();
+}
+
 void ZNCloudKitManager::checkForUpdatedUbiquityIdentity() {
     const std::lock_guard lock(_identityMutex);
     const auto current = _with.container.ubiquityIdentityToken();
@@ -66,8 +99,7 @@ void ZNCloudKitManager::serviceWillHaveEpoch(const std::string& accountID, const
 }
 
 void ZNCloudKitManager::fitMarksTo(const Bytes& identity, const std::string& epoch) {
-    auto holder = identity;
-    holder.insert(holder.end(), epoch.begin(), epoch.end());
+    const auto holder = holderOf(identity, epoch);
     const auto former = defaults().onGetIdentityOfSentReminders();
     if (holder == former || holder == _takenIdentity) return;
     _takenIdentity = holder;

@@ -36,8 +36,7 @@ void ZNCloudKitManager::syncChangesFromCloudKit() {
     }
     _with.container.accountStatusWithCompletionHandler(guarded([this](AccountStatus status) {
         _hasiCloudAccess = status == AccountStatus::Available;
-        checkForUpdatedUbiquityIdentity();
-        startPassIfAllowed();
+        takeUpIdentity([this] { startPassIfAllowed(); });
     }));
 }
 

@@ -31,9 +31,8 @@ ZNCloudKitManager::ZNCloudKitManager(Collaborators collaborators)
                                                            if (_with.stateManager.isConnected())
                                                                syncChangesFromCloudKit();
                                                        })));
-    _observations.push_back(
-        _with.notifications.addObserver(NSUbiquityIdentityDidChangeNotification,
-                                        guarded([this](const NSNotification&) { checkForUpdatedUbiquityIdentity(); })));
+    _observations.push_back(_with.notifications.addObserver(
+        NSUbiquityIdentityDidChangeNotification, guarded([this](const NSNotification&) { takeUpIdentity([] {}); })));
     _with.pushes.connect(*this);
 }
 
@@ -84,7 +83,10 @@ bool ZNCloudKitManager::retryAfter(const OptionalError& error, Block block) {
     if (!(seconds > 0)) return false;
     const std::chrono::microseconds wait(
         static_cast<std::int64_t>(std::min(seconds, longestWait) * microsecondsPerSecond));
-    _with.dispatch.main()->asyncAfter(wait, guarded(std::move(block)));
+    _with.dispatch.main()->asyncAfter(
+        wait, guarded([this, block = std::move(block)] {
+            _with.dispatch.concurrent(QualityOfService::UserInitiated)->async(guarded(block));
+        }));
     return true;
 }
 

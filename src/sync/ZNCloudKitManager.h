@@ -15,8 +15,10 @@
 // that shared reminders stay current.
 //
 // Observable: "isSyncing", told each time it is set. Any thread may call; blocks run on whatever thread the cloud calls
-// back on, retries and the end of a pass on the main queue. Nothing here waits for the cloud. The collaborators outlive
-// the manager; once it is destroyed no block runs any more, and pushes whose outcome is open then never report.
+// back on, the end of a pass on the main queue. What copies or reads thousands of records leaves the main thread: a
+// retry, which has waited there, and fitting the store to another account. Nothing here waits for the cloud. The
+// collaborators outlive the manager; once it is destroyed no block runs any more, and pushes whose outcome is open then
+// never report.
 
 #include <atomic>
 #include <chrono>
@@ -84,7 +86,8 @@ class ZNCloudKitManager final : public ReminderCloudPushes,
     ZNCloudKitManager(const ZNCloudKitManager&) = delete;
     ZNCloudKitManager& operator=(const ZNCloudKitManager&) = delete;
 
-    // Starts a pass unless there is no account, no connection, or one under way.
+    // Starts a pass unless there is no account, no connection, or one under way. On the main thread it begins a moment
+    // later if the account has changed.
     void syncChangesFromCloudKit();
     [[nodiscard]] bool isSyncing() const { return _isSyncing; }
     // Also while one for shares alone runs, which is not told as syncing.
@@ -157,7 +160,7 @@ class ZNCloudKitManager final : public ReminderCloudPushes,
     void onSyncComplete();
     void endPass();
     void timeoutPeriodReached();
-    // On the main queue; false, and nothing scheduled, if the error asks for no wait.
+    // False, and nothing scheduled, if the error asks for no wait.
     bool retryAfter(const OptionalError& error, Block block);
 
     // Its steps.
@@ -213,6 +216,9 @@ class ZNCloudKitManager final : public ReminderCloudPushes,
     void createSharedSubscriptionForReminders();
     void removeSharedSubscriptionForReminders();
     void checkForUpdatedUbiquityIdentity();
+    // Runs the block once that is done; at once, unless the main thread would have to wait.
+    void takeUpIdentity(Block then);
+    [[nodiscard]] bool isIdentityTakenUp() const;
     void forgetZone();
     void fitMarksTo(const Bytes& identity, const std::string& epoch);
     void identityDidChange(ShouldDelete shouldDeleteData);

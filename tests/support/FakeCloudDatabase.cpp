@@ -35,6 +35,7 @@ OptionalError partialFailure(const std::map<CKRecordID, CKError>& failed) {
 void FakeCloudDatabase::answer(const std::string& verb, const std::string& what,
                                std::function<void(OptionalError)> block) {
     _lines.push_back(_name + verb + what);
+    wasAskedOnMain = _main->isCurrent();
     OptionalError error;
     if (auto& next = errors[verb]; !next.empty()) {
         error = next.front();

@@ -20,7 +20,10 @@ namespace zun {
 class FakeCloudDatabase final : public CKDatabase {
   public:
     FakeCloudDatabase(Dispatch& dispatch, std::string name, std::vector<std::string>& lines)
-        : _queue(dispatch.concurrent(QualityOfService::UserInitiated)), _name(std::move(name)), _lines(lines) {}
+        : _main(dispatch.main()),
+          _queue(dispatch.concurrent(QualityOfService::UserInitiated)),
+          _name(std::move(name)),
+          _lines(lines) {}
 
     // What there is. `changedZones` is what the database's feed tells next; each zone's feed tells all of its records.
     std::map<CKRecordID, CKRecord> records;
@@ -36,6 +39,8 @@ class FakeCloudDatabase final : public CKDatabase {
     std::map<std::string, std::deque<OptionalError>> errors;
     // Operations of this verb wait for release().
     std::string held;
+    // Whether the last operation came from the main thread.
+    bool wasAskedOnMain = false;
 
     void release() {
         for (auto& answer : std::exchange(_waiting, {}))
@@ -63,7 +68,7 @@ class FakeCloudDatabase final : public CKDatabase {
     void run(const std::shared_ptr<CKQueryOperation>& operation);
     CKRecord& put(CKRecord record);
 
-    DispatchQueuePtr _queue;
+    const DispatchQueuePtr _main, _queue;
     const std::string _name;
     std::vector<std::string>& _lines;
     std::vector<Block> _waiting;

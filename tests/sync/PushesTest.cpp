@@ -105,6 +105,7 @@ TEST(Pushes, TryOnceMoreWhereTheServiceSaysWhen) {
         EXPECT_EQ(world.titleInCloud("r"), "as it was");
         world.dispatch.advance(2s);
         EXPECT_EQ(world.titleInCloud("r"), "edited") << verb;
+        EXPECT_FALSE(world.container.privateDatabase.wasAskedOnMain) << "there it only waits";
 
         for (int i = 0; i < 2; ++i)
             world.fail(verb, CKErrorCode::ServiceUnavailable, 2.0);

@@ -57,6 +57,7 @@ class SyncWorld {
             observations.push_back(notifications.addObserver(
                 name, [this, name](const NSNotification&) { told.emplace_back(name.substr(name.rfind("Sync") + 4)); }));
         defaults.onSetDidClearCacheForTwoOh(true);
+        defaults.onSetUseriCloudIdentityToken(container.identity);
         defaults.onSetIdentityOfSentReminders(container.identity);
         if (start.isConnected) connect();
     }

@@ -142,6 +142,20 @@ TEST(Identity, DecidesWhetherTheRemindersStay) {
     }
 }
 
+TEST(Identity, IsTakenUpOffTheMainThreadBeforeThePassThatAskedForIt) {
+    SyncWorld world;
+    world.store(world.reminder("r"));
+    world.container.identity = Bytes{'b'};
+    ASSERT_TRUE(world.dispatch.main()->isCurrent());
+    world.cloud->syncChangesFromCloudKit();
+    EXPECT_EQ(world.defaults.onGetUseriCloudIdentityToken(), Bytes{'a'}) << "that would wait for the disk";
+    EXPECT_FALSE(world.cloud->isSyncing());
+    world.settle();
+    EXPECT_EQ(world.defaults.onGetUseriCloudIdentityToken(), Bytes{'b'});
+    EXPECT_EQ(world.title("r"), "(none)");
+    EXPECT_FALSE(world.container.takeLines().empty());
+}
+
 TEST(Identity, OfAnotherAccountKnowsNothingThatWasSent) {
     SyncWorld world({.wantsCloud = false});
     world.sync();
