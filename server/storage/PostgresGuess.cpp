@@ -16,13 +16,16 @@ class Guess final : public Transaction {
   public:
     explicit Guess(const RememberedRows& remembered) : _remembered(remembered) {}
 
+    // Of other rows it is as if nothing was there, with which a read soon ends: quicker than to break it off.
     std::optional<std::string> get(std::string_view account, Table table, std::string_view name) override {
         rows.others.push_back({std::string(account), table, std::string(name)});
-        return known(account, table);
+        if (table != Table::Account) return std::nullopt;
+        return known(account);
     }
     std::optional<std::string> getForUpdate(std::string_view account, Table table, std::string_view name) override {
         rows.locked.push_back({std::string(account), table, std::string(name)});
-        return known(account, table);
+        if (table != Table::Account) throw Enough{};
+        return known(account);
     }
     std::vector<std::optional<std::string>> getMany(std::string_view account, Table table,
                                                     const std::vector<std::string>& names) override {
@@ -41,12 +44,10 @@ class Guess final : public Transaction {
     GuessedRows rows;
 
   private:
-    // Of other rows it is as if nothing was there, with which a read soon ends: quicker than to break it off.
-    std::optional<std::string> known(std::string_view account, Table table) {
-        if (table != Table::Account) return std::nullopt;
+    [[nodiscard]] std::string known(std::string_view account) const {
         auto row = _remembered.findAccount(account);
         if (!row) throw Enough{};
-        return row;
+        return std::move(*row);
     }
 
     const RememberedRows& _remembered;
