@@ -29,15 +29,6 @@ bool isRunning(sdbus::IConnection& connection, const std::string& busName) {
     return isThere;
 }
 
-// One that does not answer may be at it still, so that it is not done here instead; one that has gone is not.
-std::optional<SyncOutcome> hindranceOf(const sdbus::Error& failure) {
-    if (failure.getName() != "org.freedesktop.DBus.Error.Timeout") return std::nullopt;
-    SyncOutcome outcome;
-    outcome.ending = SyncOutcome::Ending::Hindered;
-    outcome.hindrance = "the running application has not answered for four minutes";
-    return outcome;
-}
-
 }  // namespace
 
 // The library reports failures by exceptions only; none leaves these functions.
@@ -70,14 +61,22 @@ std::optional<SyncOutcome> ApplicationCaller::sync(const std::function<void()>& 
             .withTimeout(longestSync)
             .uponReplyInvoke([&answer](const sdbus::Error* failure, std::uint32_t ending, std::int32_t code,
                                        const std::string& description, std::uint32_t sent, std::uint32_t received) {
-                if (failure) return answer.set_value(hindranceOf(*failure));
+                if (failure) return answer.set_value(std::nullopt);
                 SyncOutcome outcome;
                 outcome.ending = static_cast<SyncOutcome::Ending>(ending);
                 if (code != 0) outcome.error = CKError{static_cast<CKErrorCode>(code), description, {}};
                 outcome.traffic = {sent, received};
                 answer.set_value(outcome);
             });
-        return answer.get_future().get();
+        auto outcome = answer.get_future().get();
+        // One that is still there may be at it still, so that it is not done here instead. The error is the same for
+        // one that has gone.
+        if (!outcome && isRunning(*connection, _busName)) {
+            outcome.emplace();
+            outcome->ending = SyncOutcome::Ending::Hindered;
+            outcome->hindrance = "the running application does not answer";
+        }
+        return outcome;
     } catch (const sdbus::Error&) {
         return std::nullopt;
     }

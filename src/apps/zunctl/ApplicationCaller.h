@@ -15,9 +15,9 @@ class ApplicationCaller {
 
     // False if no application of that name runs, or there is no bus. Starts none.
     [[nodiscard]] bool open(const std::string& url) const;
-    // What a pass of its came to; absent as above, or if it ends meanwhile. One that has not answered after some
-    // minutes is a hindrance. The block runs on another thread, each time it is heard that the application waits for a
-    // locked keyring.
+    // What a pass of its came to; absent as above, or if it ends meanwhile. One that is there and has not answered
+    // after some minutes is a hindrance. The block runs on another thread, each time it is heard that the application
+    // waits for a locked keyring.
     [[nodiscard]] std::optional<SyncOutcome> sync(const std::function<void()>& keyringAsks) const;
 
   private:
