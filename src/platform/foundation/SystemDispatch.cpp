@@ -32,7 +32,9 @@ namespace asio = boost::asio;
 constexpr unsigned fewestThreads = 2;
 constexpr unsigned mostThreads = 4;
 constexpr unsigned quietThreads = 2;
-// A quarter of the processor's time beside a busy ordinary thread.
+// Of a processor that two busy threads share, a thread gets a fifth less for each number that it is nicer by: beside
+// the window's, the workers get a third, and beside those the quiet ones a quarter.
+constexpr int workNicenessBesideWindow = 4;
 constexpr int quietNiceness = 6;
 
 bool isQuiet(QualityOfService quality) {
@@ -77,8 +79,9 @@ class SystemDispatch::Pool {
   private:
     void run() {
         pthread_setname_np(pthread_self(), _threadName);
-        // Who 0 is the calling thread here; lowering one's own priority needs no permission.
-        if (_niceness) setpriority(PRIO_PROCESS, 0, _niceness);
+        // Who 0 is the calling thread here, and lowering one's own priority needs no permission. Whoever started the
+        // program may have lowered all of it.
+        if (_niceness) setpriority(PRIO_PROCESS, 0, getpriority(PRIO_PROCESS, 0) + _niceness);
         _context.run();
     }
 
@@ -151,17 +154,19 @@ struct SystemDispatch::Wait {
     std::uint64_t generation = 0;
 };
 
-SystemDispatch::SystemDispatch(DispatchQueuePtr main)
+SystemDispatch::SystemDispatch(DispatchQueuePtr main) : SystemDispatch(std::move(main), workNicenessBesideWindow) {}
+
+SystemDispatch::SystemDispatch(DispatchQueuePtr main, int workNiceness)
     : _main(std::move(main)),
-      _pool(std::make_unique<Pool>("zun-work",
-                                   std::clamp(std::thread::hardware_concurrency(), fewestThreads, mostThreads), 0)),
-      _quietPool(std::make_unique<Pool>("zun-quiet", quietThreads, quietNiceness)),
+      _pool(std::make_unique<Pool>(
+          "zun-work", std::clamp(std::thread::hardware_concurrency(), fewestThreads, mostThreads), workNiceness)),
+      _quietPool(std::make_unique<Pool>("zun-quiet", quietThreads, workNiceness + quietNiceness)),
       _wait(std::make_unique<Wait>()) {
     _concurrent = {std::make_shared<PoolQueue>(*_pool, PoolQueue::Kind::Concurrent),
                    std::make_shared<PoolQueue>(*_quietPool, PoolQueue::Kind::Concurrent)};
 }
 
-SystemDispatch::SystemDispatch(std::shared_ptr<LoopQueue> main) : SystemDispatch(DispatchQueuePtr(main)) {
+SystemDispatch::SystemDispatch(std::shared_ptr<LoopQueue> main) : SystemDispatch(DispatchQueuePtr(main), 0) {
     _loop = std::move(main);
 }
 

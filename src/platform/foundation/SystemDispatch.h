@@ -2,7 +2,8 @@
 
 // The real queues: pools of threads with Boost.Asio's strands in front. A pool is started by the first block for it, so
 // a program that needs no thread starts none. Work of the qualities Utility and Background has a pool of its own at a
-// lower priority, which therefore can neither delay nor starve the rest.
+// lower priority, which therefore can neither delay nor starve the rest. In a program with a window all of them have a
+// lower priority than its thread, which a sync would else keep from painting on a computer of few processors.
 //
 // The main queue is the program's own loop: Qt's, handed in as a DispatchQueue, or a LoopQueue in a program without
 // one.
@@ -20,6 +21,7 @@ namespace zun {
 
 class SystemDispatch final : public Dispatch {
   public:
+    // With the loop of a program that has a window.
     explicit SystemDispatch(DispatchQueuePtr main);
     // With a LoopQueue, waitUntil() on the main thread runs main's blocks while it waits.
     explicit SystemDispatch(std::shared_ptr<LoopQueue> main);
@@ -38,6 +40,8 @@ class SystemDispatch final : public Dispatch {
     class Pool;
     class PoolQueue;
     struct Wait;
+
+    SystemDispatch(DispatchQueuePtr main, int workNiceness);
 
     DispatchQueuePtr _main;
     std::shared_ptr<LoopQueue> _loop;  // null if main is someone else's loop
