@@ -12,11 +12,9 @@
 #include <QLineEdit>
 #include <QScrollBar>
 #include <QTest>
-#include <QThread>
 #include <QTimer>
 #include <QWheelEvent>
 #include <algorithm>
-#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <cstdlib>
@@ -25,6 +23,7 @@
 #include <string>
 #include <vector>
 
+#include "Pulse.h"
 #include "apps/zun/Application.h"
 #include "calendar/ZNCalendarView.h"
 #include "core/NotificationNames.h"
@@ -46,39 +45,6 @@ constexpr QSize listWindow(2560, 1360);
 constexpr int repeats = 7;
 constexpr int scrolledFrames = 240;
 constexpr auto longestWait = 20s;
-
-// Knocks at the main thread's loop once a millisecond and notes the longest time until it was answered.
-class Pulse final : public QThread {
-  public:
-    Pulse() { start(); }
-    ~Pulse() override {
-        requestInterruption();
-        wait();
-    }
-    // Since the last call.
-    double longest() { return static_cast<double>(_longest.exchange(0)) / 1000; }
-
-  protected:
-    void run() override {
-        while (!isInterruptionRequested()) {
-            msleep(1);
-            if (_isKnocking.exchange(true)) continue;
-            const auto knocked = Clock::now();
-            QMetaObject::invokeMethod(
-                qApp,
-                [this, knocked] {
-                    const auto waited = std::chrono::duration_cast<std::chrono::microseconds>(Clock::now() - knocked);
-                    _longest = std::max<std::int64_t>(_longest, waited.count());
-                    _isKnocking = false;
-                },
-                Qt::QueuedConnection);
-        }
-    }
-
-  private:
-    std::atomic<std::int64_t> _longest = 0;
-    std::atomic<bool> _isKnocking = false;
-};
 
 // Notes when a widget was painted last.
 class PaintWatch final : public QObject {
@@ -214,7 +180,7 @@ class Tour {
             rest(700ms);
             Pulse pulse;
             rest(50ms);
-            [[maybe_unused]] const double before = pulse.longest();
+            [[maybe_unused]] const auto before = pulse.longest();
             // The first time there is nothing yet; later ones show what was there until the new rows are complete.
             auto& rows = table();
             PaintWatch watch(*rows.viewport());
@@ -222,7 +188,7 @@ class Tour {
                 "the list", [&] { _root->toolbar().listViewButton().click(); },
                 [&] { return rows.rows().size() > 1000 && watch.paints() > 0; }));
             rest(1200ms);
-            blocks.push_back(pulse.longest());
+            blocks.push_back(pulse.longest().count());
         }
         note("list of 100,000, first rows on the screen", shown.front(), "ms");
         note("list of 100,000, shown again", median({shown.begin() + 1, shown.end()}), "ms");
