@@ -156,7 +156,10 @@ unsigned short HttpFront::State::listen(const std::string& address, HttpRole rol
         const bool isPlain = role == HttpRole::Health || !tls;
         if (isPlain && !endpoint.address().is_loopback() && !(role == HttpRole::Service && shared->options.allowPlain))
             throw std::runtime_error(
-                address + " can be reached from other machines: give a certificate, or listen on this machine only");
+                address +
+                (role == HttpRole::Health
+                     ? " can be reached from other machines: health and metrics are for this one only"
+                     : " can be reached from other machines: give a certificate, or listen on this one only"));
         auto acceptor = std::make_shared<tcp::acceptor>(loop);
         open(acceptor, endpoint);
         return acceptor->local_endpoint().port();
