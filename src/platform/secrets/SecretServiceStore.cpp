@@ -134,17 +134,16 @@ class SecretServiceStore::Conversation {
         prompt->finishRegistration();
         prompt->callMethod("Prompt").onInterface(promptInterface).withTimeout(answerWait).withArguments(std::string());
         tell(KeyringQuestion::Asked);
-        {
-            std::unique_lock lock(_store._mutex);
-            _store._changed.wait_for(lock, userWait, [&] {
-                return dismissed.has_value() || _store._withdrawals != _store._withdrawalsBefore;
-            });
-        }
+        std::unique_lock lock(_store._mutex);
+        _store._changed.wait_for(
+            lock, userWait, [&] { return dismissed.has_value() || _store._withdrawals != _store._withdrawalsBefore; });
+        const auto answer = dismissed;
+        lock.unlock();
         tell(KeyringQuestion::Over);
         // From here on the signal reaches nobody.
         prompt.reset();
-        if (!dismissed) proxy(path)->callMethod("Dismiss").onInterface(promptInterface).dontExpectReply();
-        return dismissed && !*dismissed;
+        if (!answer) proxy(path)->callMethod("Dismiss").onInterface(promptInterface).dontExpectReply();
+        return answer && !*answer;
     }
 
     void tell(KeyringQuestion question) const {
