@@ -7,7 +7,9 @@
 
 #include <QStackedWidget>
 
-#include "shell/AccountPages.h"
+#include "shell/AccountEntryPages.h"
+#include "shell/AccountListPages.h"
+#include "shell/AccountStatusPages.h"
 #include "shell/FixedWindow.h"
 #include "toolkit/Pictures.h"
 

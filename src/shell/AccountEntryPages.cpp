@@ -1,6 +1,7 @@
+#include "shell/AccountEntryPages.h"
+
 #include <QVBoxLayout>
 
-#include "shell/AccountPages.h"
 #include "toolkit/ZNFonts.h"
 
 namespace zun {

@@ -1,6 +1,7 @@
+#include "shell/AccountListPages.h"
+
 #include <QVBoxLayout>
 
-#include "shell/AccountPages.h"
 #include "toolkit/Tokens.h"
 #include "toolkit/ZNFonts.h"
 

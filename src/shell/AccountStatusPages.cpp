@@ -1,7 +1,7 @@
+#include "shell/AccountStatusPages.h"
+
 #include <QGridLayout>
 #include <QVBoxLayout>
-
-#include "shell/AccountPages.h"
 
 namespace zun {
 namespace {

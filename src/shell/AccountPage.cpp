@@ -1,4 +1,4 @@
-#include "shell/AccountPages.h"
+#include "shell/AccountPage.h"
 
 #include <QHBoxLayout>
 #include <QVBoxLayout>
