@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <map>
 
 #include "server/model/Operations.h"
@@ -30,15 +31,16 @@ class Checker {
             complain(account, failure.what());
         }
     }
-    [[nodiscard]] std::vector<std::string> finish() {
+    [[nodiscard]] ServiceCheck finish() {
         endAccount();
-        return std::move(_complaints);
+        return std::move(_found);
     }
 
   private:
     void startAccount(std::string_view id, std::string_view value) {
         endAccount();
         _account = decodeAccount(value);
+        _found.seen.add(_account);
         _bytes = 0;
         _places.clear();
         if (_account.id != id) complain(id, "the row is another account's");
@@ -46,6 +48,7 @@ class Checker {
 
     void lookAtRecord(std::string_view row, std::string_view value) {
         const auto stored = decodeStored(value);
+        _found.seen.add(stored);
         _bytes += stored.bytesTaken();
         const auto name = row.substr(zonePrefix(0).size());
         if (!stored.isDeleted && stored.record().recordID.recordName != name)
@@ -74,19 +77,19 @@ class Checker {
 
     void endAccount() {
         if (_account.id.empty()) return;
-        if (!_places.empty()) complain(_account.id, fmt::format("{} records are in no feed", _places.size()));
+        if (!_places.empty()) complain(_account.id, fmt::format("records in no feed: {}", _places.size()));
         if (_bytes != _account.usedBytes)
             complain(_account.id, fmt::format("{} bytes are used, not {}", _bytes, _account.usedBytes));
     }
 
     void complain(std::string_view account, std::string_view what) {
-        _complaints.push_back(fmt::format("account {}: {}", account, what));
+        _found.complaints.push_back(fmt::format("account {}: {}", account, what));
     }
 
     AccountState _account;
     std::uint64_t _bytes = 0;
     std::map<std::string, std::string> _places;  // in the feed -> the record that says so
-    std::vector<std::string> _complaints;
+    ServiceCheck _found;
 };
 
 ServiceOptions withCost(PasswordCost cost) {
@@ -96,6 +99,20 @@ ServiceOptions withCost(PasswordCost cost) {
 }
 
 }  // namespace
+
+void ServiceStatistics::add(const AccountState& account) {
+    ++accounts;
+    disabledAccounts += account.isDisabled ? 1 : 0;
+    devices += account.devices.size();
+    for (const auto& zone : account.privateDatabase.zones)
+        zones += zone.isDeleted ? 0 : 1;
+    recordBytes += account.usedBytes;
+}
+
+void ServiceStatistics::add(const StoredRecord& stored) {
+    ++(stored.isDeleted ? deletedRecords : records);
+    shares += !stored.isDeleted && stored.recordType == CKRecordTypeShare ? 1 : 0;
+}
 
 Administration::Administration(Storage& storage, const Environment& environment, RandomSource& random,
                                PasswordCost cost)
@@ -142,6 +159,7 @@ std::vector<AccountState> Administration::accounts() {
     _storage.dump([&](std::string_view, Table table, std::string_view, std::string_view value) {
         if (table == Table::Account) accounts.push_back(decodeAccount(value));
     });
+    std::ranges::sort(accounts, {}, &AccountState::name);
     return accounts;
 }
 
@@ -172,31 +190,23 @@ ServiceStatistics Administration::statistics() {
     ServiceStatistics sum;
     _storage.dump([&](std::string_view, Table table, std::string_view, std::string_view value) {
         if (table == Table::Account) {
-            const auto account = decodeAccount(value);
-            ++sum.accounts;
-            sum.disabledAccounts += account.isDisabled ? 1 : 0;
-            sum.devices += account.devices.size();
-            for (const auto& zone : account.privateDatabase.zones)
-                sum.zones += zone.isDeleted ? 0 : 1;
-            sum.recordBytes += account.usedBytes;
+            sum.add(decodeAccount(value));
         } else if (table == Table::Record) {
-            const auto stored = decodeStored(value);
-            ++(stored.isDeleted ? sum.deletedRecords : sum.records);
-            sum.shares += !stored.isDeleted && stored.recordType == CKRecordTypeShare ? 1 : 0;
+            sum.add(decodeStored(value));
         }
     });
     return sum;
 }
 
-std::vector<std::string> Administration::check() {
-    auto complaints = _storage.check();
+ServiceCheck Administration::check() {
+    const auto ofStorage = _storage.check();
     Checker checker;
     _storage.dump([&](std::string_view account, Table table, std::string_view name, std::string_view value) {
         checker.look(account, table, name, value);
     });
-    for (auto& complaint : checker.finish())
-        complaints.push_back(std::move(complaint));
-    return complaints;
+    auto found = checker.finish();
+    found.complaints.insert(found.complaints.begin(), ofStorage.begin(), ofStorage.end());
+    return found;
 }
 
 }  // namespace zun::cloud

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "server/model/RequestWork.h"
+#include "server/model/StoredRecord.h"
 
 namespace zun::cloud {
 
@@ -15,6 +16,14 @@ struct ServiceStatistics {
     std::uint64_t accounts = 0, disabledAccounts = 0, devices = 0, zones = 0, records = 0, deletedRecords = 0,
                   shares = 0;
     std::uint64_t recordBytes = 0;
+
+    void add(const AccountState& account);
+    void add(const StoredRecord& stored);
+};
+
+struct ServiceCheck {
+    std::vector<std::string> complaints;  // one line each; empty if everything fits together
+    ServiceStatistics seen;
 };
 
 class Administration {
@@ -23,6 +32,7 @@ class Administration {
 
     // The request's invitation and device do not matter. Returns the account's identifier.
     std::string addAccount(const CreateAccount& request);
+    // By name.
     [[nodiscard]] std::vector<AccountState> accounts();
     // Its devices are refused from now on, or no longer.
     void setDisabled(const std::string& name, bool isDisabled);
@@ -31,8 +41,8 @@ class Administration {
     // A code with which one account can be made.
     [[nodiscard]] std::string invite(std::chrono::hours validFor);
     [[nodiscard]] ServiceStatistics statistics();
-    // What does not fit together, one line each.
-    [[nodiscard]] std::vector<std::string> check();
+    // Looks at everything.
+    [[nodiscard]] ServiceCheck check();
 
   private:
     void write(const std::function<void(RequestWork&)>& work);

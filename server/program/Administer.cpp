@@ -1,6 +1,5 @@
 #include <fmt/chrono.h>
 #include <fmt/format.h>
-#include <sys/stat.h>
 #include <termios.h>
 #include <unistd.h>
 
@@ -18,16 +17,18 @@ namespace {
 
 // What every command but serve works with.
 struct Workshop {
-    explicit Workshop(const Place& place) {
-        ::umask(077);
-        storage = openStorage(place);
-    }
+    explicit Workshop(const Place& place, IfMissing ifMissing = IfMissing::Refuse)
+        : storage(openStorage(place, ifMissing)) {}
     [[nodiscard]] Administration administration() { return {*storage, environment, random}; }
 
     std::unique_ptr<Storage> storage;
     SystemEnvironment environment;
     SystemRandomSource random;
 };
+
+std::string counted(std::uint64_t number, std::string_view thing) {
+    return fmt::format("{} {}{}", number, thing, number == 1 ? "" : "s");
+}
 
 // Keeps what is typed from the screen.
 class WithoutEcho {
@@ -93,8 +94,9 @@ int listAccounts(const Place& place, bool asJSON) {
                                              {"usedBytes", account.usedBytes}}
                       << "\n";
         } else {
-            fmt::print("{:<24} {:<24} {} devices, {} KiB{}\n", account.name, account.displayName,
-                       account.devices.size(), account.usedBytes / 1'024, account.isDisabled ? ", disabled" : "");
+            fmt::print("{:<24} {:<24} {}, {} KiB{}\n", account.name, account.displayName,
+                       counted(account.devices.size(), "device"), account.usedBytes / 1'024,
+                       account.isDisabled ? ", disabled" : "");
         }
     }
     return 0;
@@ -120,29 +122,34 @@ int invite(const Place& place, int days) {
 
 int backup(const Place& place, const std::string& file) {
     Workshop workshop(place);
-    fmt::print("{} rows\n", backUp(*workshop.storage, file));
+    fmt::print("{}\n", counted(backUp(*workshop.storage, file), "row"));
     return 0;
 }
 
 int restore(const Place& place, const std::string& file, bool isSure) {
+    // Nothing is made for a backup that cannot be read.
+    BackupFile source(file);
     // Whoever serves the folder must not find other rows below it. A database has no such lock.
     const ServingRight right(place);
-    Workshop workshop(place);
+    Workshop workshop(place, IfMissing::Make);
     if (!isSure && !workshop.administration().accounts().empty())
         throw std::runtime_error("there are accounts already: say --replace to lose them");
-    const auto rows = restoreFrom(file, *workshop.storage);
+    const auto rows = source.restoreTo(*workshop.storage);
     // What clients know of changes may be newer than the backup.
     renewServiceIdentity(*workshop.storage, workshop.random);
-    fmt::print("{} rows\n", rows);
+    fmt::print("{}\n", counted(rows, "row"));
     return 0;
 }
 
 int check(const Place& place) {
     Workshop workshop(place);
-    const auto complaints = workshop.administration().check();
+    const auto [complaints, seen] = workshop.administration().check();
     for (const auto& complaint : complaints)
         fmt::print("{}\n", complaint);
-    return complaints.empty() ? 0 : 1;
+    if (!complaints.empty()) return 1;
+    fmt::print("Everything fits together: {}, {}, {}.\n", counted(seen.accounts, "account"),
+               counted(seen.devices, "device"), counted(seen.records, "record"));
+    return 0;
 }
 
 int showStatistics(const Place& place, bool asJSON) {

@@ -30,7 +30,9 @@ int disableAccount(const Place& place, const AccountOptions& options);
 int changePassword(const Place& place, const AccountOptions& options);
 
 int invite(const Place& place, int days);
+// The file may be an earlier backup; anything else that is there is refused.
 int backup(const Place& place, const std::string& file);
+// The folder may be new. Nothing is made or changed unless the file is a sound backup.
 int restore(const Place& place, const std::string& file, bool isSure);
 int check(const Place& place);
 int showStatistics(const Place& place, bool asJSON);

@@ -21,6 +21,16 @@ std::filesystem::path folderOf(const Place& place) {
     return std::filesystem::path(home) / ".local/share/zun-cloud";
 }
 
+void requireRows(const std::filesystem::path& folder) {
+    std::error_code error;
+    const auto status = std::filesystem::status(SqliteStorage::fileIn(folder), error);
+    if (std::filesystem::exists(status)) return;
+    if (status.type() != std::filesystem::file_type::not_found)
+        throw StorageFailure("cannot look into " + folder.string() + ": " + error.message());
+    throw StorageFailure("no service keeps its records in " + folder.string() +
+                         ": say with --data where they are, or let \"zun-cloud serve\" begin there");
+}
+
 int openServingLock(const Place& place) {
     if (!place.database.empty()) return -1;
     const auto folder = folderOf(place);
@@ -37,9 +47,11 @@ int openServingLock(const Place& place) {
 
 }  // namespace
 
-std::unique_ptr<Storage> openStorage(const Place& place) {
+std::unique_ptr<Storage> openStorage(const Place& place, IfMissing ifMissing) {
     if (!place.database.empty()) return std::make_unique<PostgresStorage>(place.database);
-    return std::make_unique<SqliteStorage>(folderOf(place));
+    const auto folder = folderOf(place);
+    if (ifMissing == IfMissing::Refuse) requireRows(folder);
+    return std::make_unique<SqliteStorage>(folder);
 }
 
 ServingRight::ServingRight(const Place& place) : _file(openServingLock(place)) {}

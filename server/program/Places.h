@@ -16,8 +16,11 @@ struct Place {
     std::string database;  // an address of PostgreSQL; goes before the folder
 };
 
+// What happens where a folder has no rows: whoever mistypes its name is to hear of it, not to get an empty one.
+enum class IfMissing { Make, Refuse };
+
 // Without a folder: that of the unit, else that of the user. Throws StorageFailure.
-[[nodiscard]] std::unique_ptr<Storage> openStorage(const Place& place);
+[[nodiscard]] std::unique_ptr<Storage> openStorage(const Place& place, IfMissing ifMissing);
 
 // Only one process at a time serves a folder, since wakes do not cross between processes there. Held while it lives.
 class ServingRight {

@@ -2,7 +2,6 @@
 #include <fmt/format.h>
 #include <pthread.h>
 #include <signal.h>
-#include <sys/stat.h>
 
 #include <cstdio>
 
@@ -32,7 +31,6 @@ void writeLine(std::string_view line) {
 }  // namespace
 
 int serve(const ServeOptions& options) {
-    ::umask(077);
     const auto signals = endingSignals();
     pthread_sigmask(SIG_BLOCK, &signals, nullptr);
     ::signal(SIGPIPE, SIG_IGN);
@@ -40,7 +38,7 @@ int serve(const ServeOptions& options) {
     const SystemEnvironment environment;
     SystemRandomSource random;
     // What it still has to do when it ends uses the two above.
-    const auto storage = openStorage(options.place);
+    const auto storage = openStorage(options.place, IfMissing::Make);
     SideThreads aside(options.service.limits.passwordsAtOnce);
     auto how = options.service;
     how.aside = [&aside](auto work) { aside.add(std::move(work)); };

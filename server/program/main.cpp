@@ -1,24 +1,32 @@
 // zun-cloud: reads the command line and runs the command.
 
+#include <sys/stat.h>
+
 #include <CLI/CLI.hpp>
 #include <iostream>
 
 #include "server/model/RequestWork.h"
 #include "server/program/Commands.h"
+#include "server/program/Words.h"
 
 namespace {
 
 using namespace zun::cloud;
 
 constexpr int usageStatus = 2;
+constexpr std::uint64_t mostMebibytes = std::uint64_t{1} << 40;  // what 64 bits of bytes can say
+constexpr unsigned mostThreads = 1'024;
 
 const std::map<std::string, Registration> registrations{
     {"open", Registration::Open}, {"invite", Registration::Invite}, {"closed", Registration::Closed}};
 
 CLI::App* addCommand(CLI::App& to, const char* name, const char* description, Place& place) {
     auto* command = to.add_subcommand(name, description);
-    auto* folder = command->add_option("--data", place.folder, "Keep the records in this folder")->type_name("DIR");
+    auto* folder = command->add_option("--data", place.folder, "Keep the records in this folder")
+                       ->check([](const std::string& word) { return word.empty() ? "say which folder" : ""; }, "")
+                       ->type_name("DIR");
     command->add_option("--database", place.database, "Keep them in PostgreSQL: postgresql://...")
+        ->check(whyNoDatabase, "")
         ->type_name("URL")
         ->excludes(folder);
     return command;
@@ -29,18 +37,25 @@ void addServe(CLI::App& program, ServeOptions& options, std::function<int()>& ru
     auto& http = options.http;
     auto& limits = options.service.limits;
     command->add_option("--listen", http.listen, "HOST:PORT or unix:PATH; 127.0.0.1:8480 without it")
+        ->check(whyNoAddress, "")
         ->type_name("ADDRESS");
     auto* certificate =
         command->add_option("--tls-cert", http.certificateFile, "Certificate with its chain, PEM")->type_name("FILE");
     auto* key = command->add_option("--tls-key", http.keyFile, "Its private key, PEM")->type_name("FILE");
     certificate->needs(key);
     key->needs(certificate);
-    command->add_option("--registration", options.service.registration, "Who may make accounts: open, invite or closed")
-        ->transform(CLI::CheckedTransformer(registrations).description(""))
+    command
+        ->add_option_function<std::string>(
+            "--registration",
+            [&options](const std::string& who) { options.service.registration = registrations.at(who); },
+            "Who may make accounts: open, invite or closed")
+        ->check([](const std::string& who) { return registrations.contains(who) ? "" : "say open, invite or closed"; },
+                "")
         ->type_name("WHO");
     command
         ->add_option("--health-listen", http.healthListen,
                      "Address of /healthz and /metrics; 127.0.0.1:8481 without it, '' for none")
+        ->check([](const std::string& word) { return word.empty() ? word : whyNoAddress(word); }, "")
         ->type_name("ADDRESS");
     command->add_option("--share-url", options.service.shareURLBase, "What the addresses of shares begin with")
         ->type_name("URL");
@@ -50,6 +65,7 @@ void addServe(CLI::App& program, ServeOptions& options, std::function<int()>& ru
         ->add_option_function<std::uint64_t>(
             "--quota-mib", [&limits](std::uint64_t size) { limits.bytesPerAccount = size << 20; },
             "Room of an account; 1024 without it")
+        ->check(CLI::Range(std::uint64_t{1}, mostMebibytes).description(""))
         ->type_name("N");
     command
         ->add_option_function<double>(
@@ -59,6 +75,7 @@ void addServe(CLI::App& program, ServeOptions& options, std::function<int()>& ru
                 limits.requestsAtOnce = 4 * rate;
             },
             "Of a device; 100 without it, 0 for no limit")
+        ->check(CLI::Range(0.0, 1e6).description(""))
         ->type_name("N");
     command
         ->add_option_function<int>(
@@ -67,6 +84,7 @@ void addServe(CLI::App& program, ServeOptions& options, std::function<int()>& ru
         ->check(CLI::Range(1, 3'650).description(""))
         ->type_name("N");
     command->add_option("--threads", http.threads, "0 for as many as there are cores, and two over SQLite")
+        ->check(CLI::Range(0U, mostThreads).description(""))
         ->type_name("N");
     command->add_flag("--log-requests", http.logRequests, "Log each request, not only slow and failed ones");
     command->callback([&options, &run] { run = [&options] { return serve(options); }; });
@@ -110,7 +128,10 @@ void addCareCommands(CLI::App& program, Place& place, FileOptions& options, bool
         ->type_name("N");
     inviting->callback([&] { run = [&] { return invite(place, options.days); }; });
     auto* saving = addCommand(program, "backup", "Write everything into one file, also while serving", place);
-    saving->add_option("file", options.file, "The file")->required()->type_name("");
+    saving->add_option("file", options.file, "The file")
+        ->required()
+        ->check([](const std::string& word) { return word == "-" ? "say a file: it is not printed" : ""; }, "")
+        ->type_name("");
     saving->callback([&] { run = [&] { return backup(place, options.file); }; });
     auto* restoring = addCommand(program, "restore", "Read a backup back", place);
     restoring->add_option("file", options.file, "The file")->required()->type_name("");
@@ -129,6 +150,9 @@ int main(int count, char** arguments) {
     CLI::App program("The record service of Zun: keeps the reminders of many devices in step.", "zun-cloud");
     program.require_subcommand(1);
     program.set_help_flag("-h,--help", "Print the options");
+    program.set_version_flag("--version", "zun-cloud " ZUN_VERSION, "Print the version");
+    // Whatever is made here is for its owner only.
+    ::umask(077);
     ServeOptions serving;
     serving.http.healthListen = "127.0.0.1:8481";
     Place place;

@@ -76,8 +76,11 @@ class SqliteStorage::Borrowed {
     std::unique_ptr<SqliteConnection> _connection;
 };
 
-SqliteStorage::SqliteStorage(const std::filesystem::path& folder)
-    : _file(folder / "cloud.sqlite3"), _lockFile(openLock(folder)) {
+std::filesystem::path SqliteStorage::fileIn(const std::filesystem::path& folder) {
+    return folder / "cloud.sqlite3";
+}
+
+SqliteStorage::SqliteStorage(const std::filesystem::path& folder) : _file(fileIn(folder)), _lockFile(openLock(folder)) {
     try {
         const WriteRight right(_lockFile);
         _writer = std::make_unique<SqliteConnection>(_file, SqliteConnection::Mode::Writer);

@@ -21,6 +21,8 @@ class SqliteConnection;
 
 class SqliteStorage final : public Storage {
   public:
+    // Where a folder's rows are.
+    [[nodiscard]] static std::filesystem::path fileIn(const std::filesystem::path& folder);
     // Makes the folder and the file where there are none. Throws StorageFailure.
     explicit SqliteStorage(const std::filesystem::path& folder);
     // Ends what was accepted.

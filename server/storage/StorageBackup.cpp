@@ -2,6 +2,11 @@
 
 #include <fcntl.h>
 
+#include <array>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
 #include <system_error>
 
 #include "platform/foundation/DurableFile.h"
@@ -11,25 +16,69 @@ namespace zun::cloud {
 namespace {
 
 // "Zunc": tells a backup from other files of SQLite.
-constexpr std::int64_t applicationID = 0x5a756e63;
+constexpr std::uint32_t applicationID = 0x5a756e63;
 
-void checkBackup(SqliteConnection& connection) {
-    SqliteStatement identity(connection.handle(), "PRAGMA application_id");
-    if (!identity.step() || identity.number(0) != applicationID) throw StorageFailure("this file is no backup");
-    SqliteStatement sound(connection.handle(), "PRAGMA integrity_check");
-    if (!sound.step() || sound.bytes(0) != "ok") throw StorageFailure("the backup is damaged");
+constexpr std::size_t placeOfApplicationID = 68;  // in the header of a file of SQLite
+
+bool isBackup(const std::filesystem::path& file) {
+    std::array<char, placeOfApplicationID + 4> header{};
+    if (!std::ifstream(file, std::ios::binary).read(header.data(), header.size())) return false;
+    std::uint32_t found = 0;
+    for (auto place = placeOfApplicationID; place < header.size(); ++place)
+        found = found << 8 | static_cast<unsigned char>(header[place]);
+    return std::string_view(header.data()).starts_with("SQLite format 3") && found == applicationID;
 }
+
+void checkTarget(const std::filesystem::path& file) {
+    std::error_code ignored;
+    const auto type = std::filesystem::symlink_status(file, ignored).type();
+    if (type == std::filesystem::file_type::not_found) return;
+    if (type != std::filesystem::file_type::regular || !isBackup(file))
+        throw StorageFailure(file.string() + " is there and is no earlier backup: it stays as it is");
+}
+
+// A file of a name that nothing else has, beside the one that it is to become. Gone with the object if it did not.
+class Partial {
+  public:
+    explicit Partial(const std::filesystem::path& file) : _file(file) {
+        std::string name = file.string() + ".partial-XXXXXX";
+        const FileDescriptor made(::mkostemp(name.data(), O_CLOEXEC));
+        if (!made.isOpen()) throw StorageFailure("cannot write " + file.string() + ": " + std::strerror(errno));
+        _partial = name;
+    }
+    ~Partial() {
+        std::error_code ignored;
+        for (const auto* end : {"", "-journal", "-wal", "-shm"})
+            std::filesystem::remove(_partial.string() + end, ignored);
+    }
+    Partial(const Partial&) = delete;
+    Partial& operator=(const Partial&) = delete;
+
+    [[nodiscard]] const std::filesystem::path& path() const { return _partial; }
+
+    void becomeWhole() {
+        std::error_code error;
+        std::filesystem::rename(_partial, _file, error);
+        if (error) throw StorageFailure("cannot write " + _file.string() + ": " + error.message());
+        const auto folder = std::filesystem::absolute(_file).parent_path();
+        const FileDescriptor directory(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+        if (!directory.isOpen() || ::fsync(directory.number()) != 0)
+            throw StorageFailure("cannot sync " + folder.string());
+    }
+
+  private:
+    const std::filesystem::path _file;
+    std::filesystem::path _partial;
+};
 
 }  // namespace
 
 std::uint64_t backUp(Storage& storage, const std::filesystem::path& file) {
-    auto partial = file;
-    partial += ".partial";
-    std::error_code ignored;
-    std::filesystem::remove(partial, ignored);
+    checkTarget(file);
+    Partial partial(file);
     std::uint64_t rows = 0;
     {
-        SqliteConnection connection(partial, SqliteConnection::Mode::Writer);
+        SqliteConnection connection(partial.path(), SqliteConnection::Mode::Writer);
         // One file, without a log beside it.
         connection.execute("PRAGMA journal_mode=DELETE");
         connection.execute(("PRAGMA application_id=" + std::to_string(applicationID)).c_str());
@@ -40,22 +89,31 @@ std::uint64_t backUp(Storage& storage, const std::filesystem::path& file) {
         });
         connection.execute("COMMIT");
     }
-    std::error_code error;
-    std::filesystem::rename(partial, file, error);
-    if (error) throw StorageFailure("cannot write " + file.string() + ": " + error.message());
-    const auto folder = std::filesystem::absolute(file).parent_path();
-    const FileDescriptor directory(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-    if (!directory.isOpen() || ::fsync(directory.number()) != 0) throw StorageFailure("cannot sync " + folder.string());
+    partial.becomeWhole();
     return rows;
 }
 
-std::uint64_t restoreFrom(const std::filesystem::path& file, Storage& storage) {
-    if (!std::filesystem::exists(file)) throw StorageFailure("there is no file " + file.string());
-    SqliteConnection connection(file, SqliteConnection::Mode::Backup);
-    checkBackup(connection);
+BackupFile::BackupFile(const std::filesystem::path& file) {
+    std::error_code error;
+    const auto status = std::filesystem::status(file, error);
+    if (!std::filesystem::exists(status)) throw StorageFailure("cannot read " + file.string() + ": " + error.message());
+    if (!std::filesystem::is_regular_file(status) || !isBackup(file))
+        throw StorageFailure(file.string() + " is no backup");
+    try {
+        _connection = std::make_unique<SqliteConnection>(file, SqliteConnection::Mode::Backup);
+        SqliteStatement sound(_connection->handle(), "PRAGMA integrity_check");
+        if (!sound.step() || sound.bytes(0) != "ok") throw StorageFailure("its pages do not fit together");
+    } catch (const StorageFailure& failure) {
+        throw StorageFailure("the backup " + file.string() + " is damaged: " + failure.what());
+    }
+}
+
+BackupFile::~BackupFile() = default;
+
+std::uint64_t BackupFile::restoreTo(Storage& storage) {
     std::uint64_t rows = 0;
     storage.load([&](const Storage::RowVisitor& add) {
-        SqliteStatement all(connection.handle(),
+        SqliteStatement all(_connection->handle(),
                             "SELECT account, kind, name, value FROM rows ORDER BY account, kind, name");
         for (; all.step(); ++rows)
             add(all.bytes(0), static_cast<Table>(all.number(1)), all.bytes(2), all.bytes(3));

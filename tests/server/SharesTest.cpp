@@ -34,7 +34,7 @@ class Shares : public testing::Test {
     }
     ~Shares() override {
         Administration administration(*world.storage, world.environment, world.random, world.options.passwordCost);
-        EXPECT_THAT(administration.check(), IsEmpty());
+        EXPECT_THAT(administration.check().complaints, IsEmpty());
     }
     // Shares a record of Anna's and returns the share as it was saved.
     SavedRecord share(const std::string& root, Permission forAll,

@@ -366,7 +366,7 @@ void CloudWorld::backUpService() {
 void CloudWorld::restoreService() {
     stopService();
     _observers.clear();
-    cloud::restoreFrom(_backup.path() / "service", rows);
+    cloud::BackupFile(_backup.path() / "service").restoreTo(rows);
     cloud::renewServiceIdentity(rows, random);
     startService();
 }

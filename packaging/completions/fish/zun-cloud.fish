@@ -14,6 +14,7 @@ end
 
 complete -c zun-cloud -f
 complete -c zun-cloud -s h -l help -d 'Print the options'
+complete -c zun-cloud -n __fish_use_subcommand -l version -d 'Print the version'
 complete -c zun-cloud -n __fish_use_subcommand -a serve -d 'Serve until stopped'
 complete -c zun-cloud -n __fish_use_subcommand -a account -d 'Accounts'
 complete -c zun-cloud -n __fish_use_subcommand -a invite -d 'Print a code for one account'
