@@ -41,8 +41,10 @@ std::string whyNoAddress(const std::string& word) {
 }
 
 std::string whyNoDatabase(const std::string& word) {
-    const bool isPostgres = word.starts_with("postgresql://") || word.starts_with("postgres://");
-    return isPostgres ? "" : "say postgresql://USER@HOST/NAME: no other database can be used";
+    const bool isAddress = word.starts_with("postgresql://") || word.starts_with("postgres://");
+    // The other form that PostgreSQL's own programs take.
+    const bool isKeywords = word.find("://") == std::string::npos && word.find('=') != std::string::npos;
+    return isAddress || isKeywords ? "" : "say postgresql://USER@HOST/NAME: no other database can be used";
 }
 
 }  // namespace zun::cloud

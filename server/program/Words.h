@@ -9,6 +9,7 @@ namespace zun::cloud {
 
 // HOST:PORT with a port in digits, or unix:PATH where a socket may be made.
 [[nodiscard]] std::string whyNoAddress(const std::string& word);
+// postgresql://..., or keywords as in "host=HOST dbname=NAME".
 [[nodiscard]] std::string whyNoDatabase(const std::string& word);
 
 }  // namespace zun::cloud

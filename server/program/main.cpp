@@ -130,7 +130,7 @@ void addCareCommands(CLI::App& program, Place& place, FileOptions& options, bool
     auto* saving = addCommand(program, "backup", "Write everything into one file, also while serving", place);
     saving->add_option("file", options.file, "The file")
         ->required()
-        ->check([](const std::string& word) { return word == "-" ? "say a file: it is not printed" : ""; }, "")
+        ->check([](const std::string& word) { return word == "-" ? "say a file: a backup is not printed" : ""; }, "")
         ->type_name("");
     saving->callback([&] { run = [&] { return backup(place, options.file); }; });
     auto* restoring = addCommand(program, "restore", "Read a backup back", place);
