@@ -14,7 +14,7 @@
 //
 // Lives until it has finished every zone.
 
-#include "platform/cloudkit/CKOperations.h"
+#include "platform/cloudkit/CKChangeOperations.h"
 #include "platform/cloudkit/CloudRequests.h"
 #include "platform/cloudkit/RecordCache.h"
 
