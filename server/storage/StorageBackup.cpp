@@ -1,6 +1,7 @@
 #include "server/storage/StorageBackup.h"
 
 #include <fcntl.h>
+#include <unistd.h>
 
 #include <array>
 #include <cerrno>
@@ -94,10 +95,10 @@ std::uint64_t backUp(Storage& storage, const std::filesystem::path& file) {
 }
 
 BackupFile::BackupFile(const std::filesystem::path& file) {
-    std::error_code error;
-    const auto status = std::filesystem::status(file, error);
-    if (!std::filesystem::exists(status)) throw StorageFailure("cannot read " + file.string() + ": " + error.message());
-    if (!std::filesystem::is_regular_file(status) || !isBackup(file))
+    if (::access(file.c_str(), R_OK) != 0)
+        throw StorageFailure("cannot read " + file.string() + ": " + std::strerror(errno));
+    std::error_code ignored;
+    if (!std::filesystem::is_regular_file(file, ignored) || !isBackup(file))
         throw StorageFailure(file.string() + " is no backup");
     try {
         _connection = std::make_unique<SqliteConnection>(file, SqliteConnection::Mode::Backup);
