@@ -46,6 +46,8 @@ AccountClient::~AccountClient() {
     _with.keeper.stopAsking();
     _gate->close();
     if (_entrance) _entrance->close();
+    for (const auto& transport : _endings)
+        transport->close();
 }
 
 AccountClient::AnswerBlock AccountClient::whileHere(AnswerBlock block) const {
@@ -95,9 +97,11 @@ void AccountClient::enter(const ServiceAddress& service, cloud::Request request,
 void AccountClient::keep(const std::shared_ptr<CloudTransport>& transport, StoredAccount account,
                          const std::string& deviceToken, const Done& completion) {
     const CloudSession session{account.accountID, deviceToken, account.serviceEpoch};
-    const auto outcome = _with.keeper.signedIn(std::move(account), deviceToken);
+    const Former former{_with.keeper.state().account, _with.keeper.currentSession()};
+    const auto outcome = _with.keeper.signedIn(account, deviceToken);
     if (outcome == AccountKeeper::SigningIn::Done) {
         leaveEntrance(transport);
+        endFormer(former, account, session);
         return completion(std::nullopt);
     }
     const auto error = outcome == AccountKeeper::SigningIn::Withdrawn
@@ -117,6 +121,43 @@ void AccountClient::leaveEntrance(const std::shared_ptr<CloudTransport>& transpo
         if (_entrance == transport) _entrance.reset();
     }
     transport->close();
+}
+
+void AccountClient::endFormer(const Former& former, const StoredAccount& account, const CloudSession& session) {
+    if (!former.account) return;
+    const bool isSameAccount =
+        former.account->serviceURL == account.serviceURL && former.account->accountID == account.accountID;
+    const bool isSecretKnown = former.session && former.session->accountID == former.account->accountID;
+    if (!isSameAccount && !isSecretKnown) return;
+    // The new sign-in can end the former one of its own account even where the keyring has lost that one's secret.
+    const auto& from = isSameAccount ? account : *former.account;
+    const auto transport = _with.makeTransport({from.serviceURL, from.certificateFingerprint});
+    {
+        const std::lock_guard lock(_mutex);
+        _endings.push_back(transport);
+    }
+    transport->send(isSameAccount ? session.credential() : former.session->credential(),
+                    isSameAccount ? cloud::Request(cloud::RevokeDevice{former.account->deviceID})
+                                  : cloud::Request(cloud::SignOut{}),
+                    whileHere([this, transport](const cloud::Answer&) {
+                        std::vector<Block> waiting;
+                        {
+                            const std::lock_guard lock(_mutex);
+                            std::erase(_endings, transport);
+                            if (_endings.empty()) waiting.swap(_whenFormerHaveEnded);
+                        }
+                        transport->close();
+                        for (const auto& block : waiting)
+                            block();
+                    }));
+}
+
+void AccountClient::whenFormerHaveEnded(Block block) {
+    {
+        const std::lock_guard lock(_mutex);
+        if (!_endings.empty()) return _whenFormerHaveEnded.push_back(std::move(block));
+    }
+    block();
 }
 
 void AccountClient::createAccount(ServiceAddress service, cloud::CreateAccount account, Done completion) {

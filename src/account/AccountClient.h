@@ -38,7 +38,8 @@ class AccountClient {
     AccountClient(const AccountClient&) = delete;
     AccountClient& operator=(const AccountClient&) = delete;
 
-    // Both end signed in. The address may lack "https://" and may end with a slash.
+    // Both end signed in. A sign-in that this replaces is then ended at its service too, as far as that can be reached;
+    // the completion does not wait for it.
     void createAccount(ServiceAddress service, cloud::CreateAccount account, Done completion);
     void signIn(ServiceAddress service, cloud::SignIn credentials, Done completion);
     // Signs out here even if the service cannot be told: then the error says so, and the device stays on its list.
@@ -49,6 +50,9 @@ class AccountClient {
     // The account with all that it stores at the service. What is on this device stays here. Ends signed out.
     void deleteAccount(const std::string& password, Done completion);
     void exportRecords(ExportBlock completion);
+
+    // The block runs once no former sign-in is being ended any more.
+    void whenFormerHaveEnded(Block block);
 
     // "cloud.example/" becomes "https://cloud.example"; absent if it is no address of a service. Plain HTTP is for
     // addresses of this machine alone.
@@ -63,6 +67,12 @@ class AccountClient {
     void keep(const std::shared_ptr<CloudTransport>& transport, StoredAccount account, const std::string& deviceToken,
               const Done& completion);
     void leaveEntrance(const std::shared_ptr<CloudTransport>& transport);
+    // What the keeper had before a sign-in. The session is absent if its secret is not known.
+    struct Former {
+        std::optional<StoredAccount> account;
+        std::optional<CloudSession> session;
+    };
+    void endFormer(const Former& former, const StoredAccount& account, const CloudSession& session);
     void ask(cloud::Request request, AnswerBlock completion);
     void askForDone(cloud::Request request, Done completion);
     void exportNext(const std::shared_ptr<Export>& state);
@@ -70,7 +80,9 @@ class AccountClient {
     const Collaborators _with;
     const std::shared_ptr<BlockGate> _gate = std::make_shared<BlockGate>();
     std::mutex _mutex;
-    std::shared_ptr<CloudTransport> _entrance;  // of the sign-in under way
+    std::shared_ptr<CloudTransport> _entrance;              // of the sign-in under way
+    std::vector<std::shared_ptr<CloudTransport>> _endings;  // of former sign-ins
+    std::vector<Block> _whenFormerHaveEnded;
 };
 
 }  // namespace zun
