@@ -43,7 +43,7 @@ enum class CloudMark { DidPersist, HasLocalChanges, HasNoLocalChanges };
 // What becomes of a record that the sync has looked at.
 enum class RecordVerdict {
     Leave,
-    Mark,    // only marks have changed: nothing is kept, nobody is told
+    Mark,    // nothing that anybody sees has changed: nothing is kept, nobody is told
     Write,   // a record that was not stored is added
     Remove,  // with all that share its identifier
 };

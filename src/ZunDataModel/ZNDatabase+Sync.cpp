@@ -45,11 +45,13 @@ void ZNDatabase::decideReminders(std::vector<std::string> reminderIDs, RecordDec
         });
 }
 
-void ZNDatabase::addTombstones(const std::vector<ReminderPtr>& reminders, std::function<void()> completion) {
+void ZNDatabase::addTombstones(const std::vector<ReminderPtr>& reminders, const WriteNotes& notes,
+                               std::function<void()> completion) {
     auto gone = std::make_shared<std::vector<ReminderPtr>>();
     _implementation->commit(
-        [records = snapshots(reminders), gone](RecordChanges& changes) {
+        [records = snapshots(reminders), pushID = notes.pushID, gone](RecordChanges& changes) {
             gone->clear();
+            if (pushID && !CloudChanges(changes).hasNoteOfDeletion(*pushID)) return;
             for (const ReminderAttributes& record : records)
                 if (CloudChanges(changes).addTombstone(record))
                     gone->push_back(std::make_shared<ZNReminderObject>(record));

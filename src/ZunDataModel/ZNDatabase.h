@@ -34,6 +34,9 @@ inline constexpr std::string_view ZNReminderObjectUpdatedNotification =
 inline constexpr std::string_view ZNReminderObjectRemovedNotification =
     "com.zunlabs.ZNReminderObjectRemovedNotification";
 inline constexpr std::string_view ZNDatabaseDeDupedNotification = "com.zunlabs.ZNDatabaseDeDupedNotification";
+// On the main thread, after the notifications of what another program has changed.
+inline constexpr std::string_view ZNDatabaseChangedByAnotherProgramNotification =
+    "com.zunlabs.ZNDatabaseChangedByAnotherProgramNotification";
 
 enum class ShouldUpdateDateModified { No, Yes };
 enum class SaveIfNotFound { No, Yes };
@@ -93,8 +96,10 @@ class ZNDatabase {
     void decideReminders(std::vector<std::string> reminderIDs, RecordDecision decide,
                          std::function<void(const std::vector<DecidedRecord>&)> withCompletionBlock = {});
     // Those of which none with the same identifier is stored come back, marked to be deleted at the service, and so
-    // does what sync has added in the place of one since its deletion.
-    void addTombstones(const std::vector<ReminderPtr>& reminders, std::function<void()> completion = {});
+    // does what sync has added in the place of one since its deletion. Where the notes name a push, nothing is done
+    // once that is no longer known: the store was cleared for another account meanwhile.
+    void addTombstones(const std::vector<ReminderPtr>& reminders, const WriteNotes& notes = {},
+                       std::function<void()> completion = {});
     // Not urgent: goes with the next write or soon.
     void pushDidEnd(const std::string& pushID);
     // For the program that syncs, once, before its first push.

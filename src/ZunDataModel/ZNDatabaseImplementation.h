@@ -171,6 +171,7 @@ class ZNDatabase::Implementation {
                 for (const ForeignChangeNews& item : news)
                     if (open.lock())
                         center.postNotificationName(item.name, item.reminder ? std::any(item.reminder) : std::any());
+                if (open.lock()) center.postNotificationName(ZNDatabaseChangedByAnotherProgramNotification);
             });
     }
 

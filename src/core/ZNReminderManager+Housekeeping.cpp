@@ -3,6 +3,7 @@
 #include <string>
 #include <vector>
 
+#include "core/Reordering.h"
 #include "core/ZNReminderManager.h"
 
 namespace zun {
@@ -74,6 +75,8 @@ std::size_t ZNReminderManager::removeStaleLocalNotifications() {
 }
 
 void ZNReminderManager::clearCoreData() {
+    // A reordering of what goes is not for the account that comes.
+    (void)_reordering->take();
     _writes->database().clearRemindersFromStore();
 }
 

@@ -6,10 +6,12 @@
 namespace zun {
 namespace {
 
-void upload(ReminderCloudPushes& cloud, ZNReminderManager::Reminders reminders, ShouldRetry shouldRetry) {
-    if (reminders.empty()) return;
-    cloud.bulkUpdateRemindersOnCloudKit(std::move(reminders), shouldRetry, ShouldDelete::No,
-                                        ShouldUpdatePersistenceStatus::No, {}, {});
+void upload(ReminderCloudPushes& cloud, ZNReminderManager::Reminders reminders, ShouldRetry shouldRetry,
+            const Block& didEnd) {
+    if (!reminders.empty())
+        return cloud.bulkUpdateRemindersOnCloudKit(std::move(reminders), shouldRetry, ShouldDelete::No,
+                                                   ShouldUpdatePersistenceStatus::No, didEnd, didEnd);
+    if (didEnd) didEnd();
 }
 
 }  // namespace
@@ -41,13 +43,13 @@ void ZNReminderManager::holdBackReordering(Reminders reminders) {
                      const auto reordering = guard.lock();
                      if (!reordering) return;
                      reordering->timer = NSTimer(main, reorderDelay, false, [guard, &cloud] {
-                         if (const auto due = guard.lock()) upload(cloud, due->take(), ShouldRetry::Yes);
+                         if (const auto due = guard.lock()) upload(cloud, due->take(), ShouldRetry::Yes, {});
                      });
                  });
 }
 
-void ZNReminderManager::willBecomeInactive() {
-    upload(_with.cloud, _reordering->take(), ShouldRetry::No);
+void ZNReminderManager::willBecomeInactive(Block uploadDidEnd) {
+    upload(_with.cloud, _reordering->take(), ShouldRetry::No, uploadDidEnd);
     onMainThread(_with.dispatch, [guard = std::weak_ptr(_reordering)] {
         const auto reordering = guard.lock();
         // A reordering that has come in meanwhile will replace the timer by its own.

@@ -64,9 +64,9 @@ void ZNReminderManager::pushUpdate(const ReminderPtr& reminder, const WriteNotes
 
 void ZNReminderManager::pushDelete(const ReminderPtr& reminder, const WriteNotes& notes) {
     const auto ended = endOfPush(notes);
-    const auto failed = [writes = _writes, reminder, ended] {
+    const auto failed = [writes = _writes, reminder, notes, ended] {
         reminder->setShouldDeleteRemote(true);
-        writes->database().addTombstones({reminder});
+        writes->database().addTombstones({reminder}, notes);
         ended();
     };
     _with.cloud.deleteReminderOnCloudKit(reminder, ShouldRetry::No, ended, failed);
@@ -139,11 +139,11 @@ void ZNReminderManager::bulkDeleteReminders(Reminders reminders, ShouldSyncWithi
             removeLocalNotificationsForReminder(reminder);
         if (!willPush) return;
         const auto ended = endOfPush(notes);
-        const auto failed = [writes = _writes, removed, ended] {
+        const auto failed = [writes = _writes, removed, notes, ended] {
             for (const auto& reminder : removed)
                 reminder->setShouldDeleteRemote(true);
             // They are no longer stored; as tombstones they must be again.
-            writes->database().addTombstones(removed);
+            writes->database().addTombstones(removed, notes);
             ended();
         };
         _with.cloud.bulkUpdateRemindersOnCloudKit(removed, ShouldRetry::Yes, ShouldDelete::Yes,
@@ -181,8 +181,19 @@ void ZNReminderManager::bringBack(ReminderAttributes version) {
     version.didPersistToiCloud = row->didPersistToiCloud();
     version.hasLocalChanges = row->hasLocalChanges();
     version.sharedZoneID = row->sharedZoneID();
+    auto present = row->attributes();
+    present.modified_date = version.modified_date;
     row->setAttributes(version);
-    update(row);
+    auto notes = notesOfPush(shouldPush(row, ShouldSyncWithiCloud::Yes));
+    // Whoever brings back the wrong one wants to have the other again.
+    if (present != version) notes.keeps = KeptReason::Replaced;
+    _writes->database().updateReminder(
+        row, ShouldUpdateDateModified::Yes,
+        [this, notes](const ReminderPtr& stored) {
+            scheduleNotificationsForReminder(stored);
+            if (notes.pushID) pushUpdate(stored, notes);
+        },
+        notes);
 }
 
 void ZNReminderManager::updateBadgeIcon() {

@@ -6,9 +6,10 @@
 //
 // Any thread. Writes return before the store has finished and report no error: a write that the store refuses is told
 // to the store's failure handler and has no further effect; a push that fails leaves a mark on the record for the next
-// sync (didPersistToiCloud NO, hasLocalChanges YES or shouldDeleteRemote YES). Fetches block for the time of the query.
-// Scheduled alerts are changed on one serial queue, in the order of the changes; the delivered ones on the caller's
-// thread. The collaborators outlive the manager; its destructor waits until it is settled.
+// sync (didPersistToiCloud NO, hasLocalChanges YES or shouldDeleteRemote YES), but for the upload of a reordering.
+// Fetches block for the time of the query. Scheduled alerts are changed on one serial queue, in the order of the
+// changes; the delivered ones on the caller's thread. The collaborators outlive the manager; its destructor waits until
+// it is settled.
 
 #include <atomic>
 #include <chrono>
@@ -95,9 +96,9 @@ class ZNReminderManager {
     // the last.
     void bulkSortAndUpdate(const Reminders& reminders, ShouldSyncWithiCloud shouldSyncWithiCloud);
     static constexpr std::chrono::seconds reorderDelay{4};
-    // Uploads at once a reordering that is still held back. The program is about to lose the user's attention, or to
-    // end.
-    void willBecomeInactive();
+    // Uploads at once a reordering that is still held back, since the program is about to lose the user's attention or
+    // to end. The block runs once it has been sent or has failed, on any thread; at once if there was none.
+    void willBecomeInactive(Block uploadDidEnd = {});
 
     // Completes the reminder, or for a repeating one leaves a completed copy and moves the series on (deletes it where
     // it has ended). The block gets, before this returns, the record that undoCompletionForReminder() must later be

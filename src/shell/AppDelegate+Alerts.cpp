@@ -10,6 +10,11 @@ void AppDelegate::didDeliverNotification(const NSUserNotification& notification)
     updateCardController();
 }
 
+void AppDelegate::remoteNotificationArrived() {
+    updateBadgeIcon();
+    updateCardController();
+}
+
 void AppDelegate::didActivateNotification(const NSUserNotification& notification) {
     const auto reminderID = notification.reminderID();
     _with.userNotifications.removeDeliveredNotification(notification);

@@ -87,6 +87,8 @@ class AppDelegate final : public QObject, public NSUserNotificationCenterDelegat
                           NSUserNotificationActivationType answer, const Activation& activation = {});
 
     void didDeliverNotification(const NSUserNotification& notification) override;
+    // Another device's change has been taken in, or is being fetched.
+    void remoteNotificationArrived();
     void didActivateNotification(const NSUserNotification& notification) override;
 
     // Another process changed the settings' file.

@@ -10,7 +10,7 @@ ChangeTokens::Reading::~Reading() {
 
 bool ChangeTokens::Reading::isWanted() const {
     const auto tokens = _tokens.lock();
-    return tokens && tokens->isCurrent(_generation);
+    return tokens && tokens->isWanted(_generation);
 }
 
 void ChangeTokens::Reading::setToken(const OptionalToken& token) {
@@ -53,6 +53,11 @@ void ChangeTokens::forget() {
     storeFormer(std::nullopt);
 }
 
+void ChangeTokens::close() {
+    const std::lock_guard lock(_mutex);
+    _isClosed = true;
+}
+
 std::uint64_t ChangeTokens::begin() {
     const std::lock_guard lock(_mutex);
     ++_readings;
@@ -61,7 +66,7 @@ std::uint64_t ChangeTokens::begin() {
 
 void ChangeTokens::end(std::uint64_t generation, bool isComplete) {
     const std::lock_guard lock(_mutex);
-    if (generation != _generation) return;
+    if (!isCurrent(generation)) return;
     // While another reading is under way, it is not known yet whether the former token is still needed.
     _hasFailure = _hasFailure || !isComplete;
     if (--_readings > 0) return;
@@ -71,14 +76,14 @@ void ChangeTokens::end(std::uint64_t generation, bool isComplete) {
         storeFormer(std::nullopt);
 }
 
-bool ChangeTokens::isCurrent(std::uint64_t generation) const {
+bool ChangeTokens::isWanted(std::uint64_t generation) const {
     const std::lock_guard lock(_mutex);
-    return generation == _generation;
+    return isCurrent(generation);
 }
 
 void ChangeTokens::setToken(std::uint64_t generation, const OptionalToken& token, NeedsFormer needsFormer) {
     const std::lock_guard lock(_mutex);
-    if (generation != _generation) return;
+    if (!isCurrent(generation)) return;
     if (!token) {
         // The service knows nothing of the former one either.
         store(std::nullopt);

@@ -50,11 +50,14 @@ class ChangeTokens {
 
     [[nodiscard]] OptionalToken token() const;
     void forget();
+    // Readings that end later end as ones that were cut off. The defaults are not touched by them any more.
+    void close();
 
   private:
     [[nodiscard]] std::uint64_t begin();
     void end(std::uint64_t generation, bool isComplete);
-    [[nodiscard]] bool isCurrent(std::uint64_t generation) const;
+    [[nodiscard]] bool isWanted(std::uint64_t generation) const;
+    [[nodiscard]] bool isCurrent(std::uint64_t generation) const { return !_isClosed && generation == _generation; }
     enum class NeedsFormer { No, Yes };
     void setToken(std::uint64_t generation, const OptionalToken& token, NeedsFormer needsFormer);
     [[nodiscard]] std::optional<Bytes> stored() const;
@@ -67,6 +70,7 @@ class ChangeTokens {
     const CloudDatabaseKind _kind;
     mutable std::mutex _mutex;
     std::uint64_t _generation = 0;
+    bool _isClosed = false;
     int _readings = 0;
     bool _hasFailure = false;
 };

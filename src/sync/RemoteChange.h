@@ -38,7 +38,7 @@ struct MergeDecision {
     MergeWinner winner = MergeWinner::None;
 };
 
-// Leaves in `record` what is to be stored. A local winner in the private zone is marked as changed until it was sent.
+// Leaves in `record` what is to be stored. A local winner is marked as changed until it was sent.
 [[nodiscard]] MergeDecision mergeReminder(const RemoteChange& change, std::optional<ReminderAttributes>& record);
 
 }  // namespace zun

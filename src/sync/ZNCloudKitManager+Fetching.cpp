@@ -178,12 +178,15 @@ void ZNCloudKitManager::fetchZoneChanges(const std::shared_ptr<const ZoneFetch>&
             if (takesDeletions) intake->add(RemoteChange::deleted(recordID.recordName));
         }));
     const auto privateZone = privateRecordZoneID();
+    // An error of the whole request is told for each of its zones, and all of them are fetched again together.
+    const auto isFetchedAgain = std::make_shared<std::atomic<bool>>(false);
     operation->setRecordChangedBlock(guarded([intake, privateZone](const CKRecord& record) {
         if (!record.isShare()) intake->add(RemoteChange::changed(record, RemoteChange::Kind::Changed, privateZone));
     }));
-    operation->setRecordZoneFetchCompletionBlock(guarded(
-        [this, fetch, intake, raw = operation.get()](const CKRecordZoneID& zone, const OptionalToken& token,
-                                                     const Bytes&, MoreComing moreComing, const OptionalError& error) {
+    operation->setRecordZoneFetchCompletionBlock(
+        guarded([this, fetch, intake, isFetchedAgain, raw = operation.get()](
+                    const CKRecordZoneID& zone, const OptionalToken& token, const Bytes&, MoreComing moreComing,
+                    const OptionalError& error) {
             if (fetch->kind == CloudDatabaseKind::Private)
                 NSLog(fmt::format("Finished fetch record changes after {:f} seconds", elapsed()));
             const auto type = ZNCloudKitErrorHandler::handleError(error);
@@ -194,8 +197,11 @@ void ZNCloudKitManager::fetchZoneChanges(const std::shared_ptr<const ZoneFetch>&
                 if (isWhole && fetch->success) fetch->success();
                 return;
             }
-            if (type == ZNCloudKitErrorType::Retry && retryAfter(error, [this, fetch] { fetchZoneChanges(fetch); }))
+            const auto again = [this, fetch] { fetchZoneChanges(fetch); };
+            if (type == ZNCloudKitErrorType::Retry && (*isFetchedAgain || retryAfter(error, again))) {
+                *isFetchedAgain = true;
                 return;
+            }
             if (fetch->failure) fetch->failure(error);
         }));
     database(fetch->kind).addOperation(operation);

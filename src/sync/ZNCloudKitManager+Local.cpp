@@ -1,5 +1,6 @@
 #include <fmt/format.h>
 
+#include <set>
 #include <utility>
 
 #include "platform/foundation/Log.h"
@@ -128,14 +129,21 @@ void ZNCloudKitManager::checkForDeletedItemsBecauseCloudKitNotificationsSometime
     recordIDs.reserve(incomplete.size());
     for (std::size_t i = 0; i < incomplete.size(); ++i)
         recordIDs.push_back(ckRecordIDWithRecordName(std::string(incomplete.reminderID(i))));
+    // One that is sent while the service looks is unknown in its answer, and yet not deleted. Read after the list: what
+    // has been sent in between is there for a question that has not been asked yet.
+    const auto unsent = std::make_shared<std::set<std::string>>();
+    for (const auto& reminder : _with.reminders.fetchAllRemindersNotSentToServer())
+        unsent->insert(reminder->reminderID().value_or(""));
     const auto operation = std::make_shared<CKFetchRecordsOperation>(std::move(recordIDs));
     operation->setQualityOfService(QualityOfService::UserInitiated);
     // Whether they are there is all that is asked.
     operation->setDesiredKeys(std::vector<std::string>());
     operation->setFetchRecordsCompletionBlock(
-        guarded([this](const std::map<CKRecordID, CKRecord>&, const OptionalError& error) {
+        guarded([this, unsent](const std::map<CKRecordID, CKRecord>&, const OptionalError& error) {
             if (ZNCloudKitErrorHandler::handleError(error) != ZNCloudKitErrorType::PartialFailure) return;
-            removeReminders(unknownItems(error), [](const ReminderAttributes& row) { return row.didPersistToiCloud; });
+            auto unknown = unknownItems(error);
+            std::erase_if(unknown, [&](const std::string& reminderID) { return unsent->contains(reminderID); });
+            removeReminders(std::move(unknown), [](const ReminderAttributes& row) { return row.didPersistToiCloud; });
         }));
     database(CloudDatabaseKind::Private).addOperation(operation);
 }

@@ -17,10 +17,10 @@ std::size_t sizeOf(const CloudItems& items) {
     return std::visit([](const auto& all) { return all.size(); }, items);
 }
 
-CloudItems takePart(CloudItems& items, std::size_t from) {
+CloudItems takePart(CloudItems& items, std::size_t from, std::size_t count) {
     return std::visit(
-        [from](auto& all) -> CloudItems {
-            const auto to = std::min(all.size(), from + ZNCloudKitManager::batchSize);
+        [from, count](auto& all) -> CloudItems {
+            const auto to = std::min(all.size(), from + count);
             return std::decay_t<decltype(all)>(std::move_iterator(all.begin() + static_cast<std::ptrdiff_t>(from)),
                                                std::move_iterator(all.begin() + static_cast<std::ptrdiff_t>(to)));
         },
@@ -87,9 +87,11 @@ void ZNCloudKitManager::saveRecordsToCloudkit(CloudItems items, OverwriteValues 
                 return;
             }
             if (type == ZNCloudKitErrorType::Retry) {
-                if (error->code == CKErrorCode::LimitExceeded)
-                    return splitSave(takeItems(), overwriteValues, kind, withSuccess, withError);
-                const auto again = [=, this, all = takeItems()] {
+                auto all = takeItems();
+                // A single one that is too large stays too large.
+                if (error->code == CKErrorCode::LimitExceeded && sizeOf(all) != 1)
+                    return splitSave(std::move(all), overwriteValues, kind, withSuccess, withError);
+                const auto again = [=, this, all = std::move(all)] {
                     saveRecordsToCloudkit(all, overwriteValues, kind, ShouldRetry::No, withSuccess, withError);
                 };
                 if (shouldRetry == ShouldRetry::Yes && retryAfter(error, again)) return;
@@ -103,15 +105,17 @@ void ZNCloudKitManager::saveRecordsToCloudkit(CloudItems items, OverwriteValues 
 void ZNCloudKitManager::splitSave(CloudItems items, OverwriteValues overwriteValues, CloudDatabaseKind kind,
                                   const ItemsBlock& withSuccess, const Failure& withError) {
     const std::size_t total = sizeOf(items);
-    for (std::size_t i = 0; i < total; i += batchSize) {
-        const bool isLast = i + batchSize >= total;
+    // A part that was refused as well is halved.
+    const std::size_t count = total > batchSize ? batchSize : (total + 1) / 2;
+    for (std::size_t i = 0; i < total; i += count) {
+        const bool isLast = i + count >= total;
         const auto reported = [this, withError, isLast](const OptionalError& error) {
             if (isLast && withError)
                 withError(error);
             else
                 handleError(error);
         };
-        saveRecordsToCloudkit(takePart(items, i), overwriteValues, kind, ShouldRetry::No,
+        saveRecordsToCloudkit(takePart(items, i, count), overwriteValues, kind, ShouldRetry::No,
                               isLast ? withSuccess : ItemsBlock(), reported);
     }
 }

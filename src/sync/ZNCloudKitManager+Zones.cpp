@@ -91,8 +91,9 @@ void ZNCloudKitManager::migrateCloudKitDataToPrivateZone(Block completion, Block
         defaults().onSetDidRunPrivateZoneMigration(true);
         saveMigratedRecords(std::move(found->records), completion, migrationCompleted, failure);
     };
-    queryOperation(std::make_shared<CKQueryOperation>(CKQuery{std::string(reminderRecordType)}),
-                   CloudDatabaseKind::Private, CKRecordZoneID(), copy, queried, failure);
+    const auto query = std::make_shared<CKQueryOperation>(CKQuery{std::string(reminderRecordType)});
+    query->setQualityOfService(QualityOfService::UserInitiated);
+    queryOperation(query, CloudDatabaseKind::Private, CKRecordZoneID(), copy, queried, failure);
 }
 
 void ZNCloudKitManager::saveMigratedRecords(std::vector<CKRecord> records, const Block& completion,

@@ -39,6 +39,9 @@ ZNCloudKitManager::ZNCloudKitManager(Collaborators collaborators)
 ZNCloudKitManager::~ZNCloudKitManager() {
     _with.pushes.disconnect();
     _observations.clear();
+    // What waits in a queue may hold the tokens for longer than the settings live.
+    for (const auto& tokens : {_privateTokens, _sharedTokens})
+        tokens->close();
 }
 
 CKDatabase& ZNCloudKitManager::database(CloudDatabaseKind kind) const {
@@ -84,7 +87,11 @@ bool ZNCloudKitManager::retryAfter(const OptionalError& error, Block block) {
     const std::chrono::microseconds wait(
         static_cast<std::int64_t>(std::min(seconds, longestWait) * microsecondsPerSecond));
     _with.dispatch.main()->asyncAfter(
-        wait, guarded([this, block = std::move(block)] {
+        wait, guarded([this, block = std::move(block), asked = _with.container.ubiquityIdentityToken()] {
+            // What was meant for one account is not for another. With nobody signed in it fails, which leaves its
+            // marks.
+            const auto now = _with.container.ubiquityIdentityToken();
+            if (now && asked && *now != *asked) return;
             _with.dispatch.concurrent(QualityOfService::UserInitiated)->async(guarded(block));
         }));
     return true;
@@ -98,7 +105,11 @@ void ZNCloudKitManager::didReceiveRemoteNotification(const CKNotification& notif
     if (notification.notificationType == CKNotification::Type::Query && notification.recordID)
         return remoteRecordIDWasUpdated(*notification.recordID);
     if (notification.subscriptionID == sharedChangesSubscriptionID) return handleRemoteShareNotification();
-    // Many records at once. A pass that is under way may have read past them already.
+    syncChangesMadeElsewhere();
+}
+
+void ZNCloudKitManager::syncChangesMadeElsewhere() {
+    // A pass that is under way may have read past them already.
     _isAnotherPassWanted = true;
     syncChangesFromCloudKit();
 }

@@ -11,8 +11,8 @@
 //   deletions -> join            (at once, with de-duplication and the two subscriptions)
 //
 // The pass ends where the join counts two, where a step fails, or with the watchdog after 60 seconds. A step that
-// fails simply queues nothing. With the user's switch off, only the zone, the remote fetch and what follows run, so
-// that shared reminders stay current.
+// fails simply queues nothing. With the user's switch off, the chain runs from the zone straight to the remote fetch,
+// so that shared reminders stay current; what runs at once runs all the same.
 //
 // Observable: "isSyncing", told each time it is set. Any thread may call; blocks run on whatever thread the cloud calls
 // back on, the end of a pass on the main queue. What copies or reads thousands of records leaves the main thread: a
@@ -77,7 +77,7 @@ class ZNCloudKitManager final : public ReminderCloudPushes,
     // What moved, for whoever wants to tell; counted since the manager was made.
     struct Traffic {
         std::size_t sent = 0;      // records saved or deleted at the service
-        std::size_t received = 0;  // reminders that were added, changed or removed here
+        std::size_t received = 0;  // reminders that were added, changed or removed here, but for shared ones
     };
 
     // Takes the pushes of the relay from now on.
@@ -93,13 +93,15 @@ class ZNCloudKitManager final : public ReminderCloudPushes,
     // Also while one for shares alone runs, which is not told as syncing.
     [[nodiscard]] bool isPassUnderWay() const;
     [[nodiscard]] bool hasiCloudAccess() const { return _hasiCloudAccess; }
-    // Of the step that ended the last pass, until the next begins; not every one of them is told.
+    // The last that a step of the pass met, also one that did not end it, until the next begins; not all are told.
     [[nodiscard]] OptionalError failure() const;
     [[nodiscard]] Traffic traffic() const { return {_sent, _received}; }
 
     // What a push of the service leads to: a named record is fetched, a change of the shared database starts the shared
-    // step, and anything else a pass, right after the present one if there is one.
+    // step, and anything else a pass.
     void didReceiveRemoteNotification(const CKNotification& notification);
+    // A pass, right after the present one if that comes to its end before the watchdog.
+    void syncChangesMadeElsewhere();
     void remoteRecordIDWasUpdated(const CKRecordID& recordID);
     void handleRemoteShareNotification();
     // Before anything is sent to a service that was set back to an earlier state: what it was sent since is sent again.

@@ -168,6 +168,18 @@ TEST(Saving, IsSplitWhereTheServiceFindsItTooLarge) {
                                                          "save 200 records over", "save 50 records over"));
     EXPECT_THAT(reports, ElementsAre("50"));
 
+    // What is refused again is made smaller, until one alone is too large.
+    const auto all = std::exchange(records, {records.begin(), records.begin() + 3});
+    reports.clear();
+    world.container.privateDatabase.mostItems = 2;
+    save(reports);
+    EXPECT_THAT(world.container.takeLines(), ElementsAre("save r0 r1 r2 over", "save r0 r1 over", "save r2 over"));
+    world.container.privateDatabase.mostItems = 0;
+    save(reports);
+    EXPECT_THAT(reports, ElementsAre("1", "error"));
+    records = all;
+    world.container.privateDatabase.mostItems = 250;
+
     // Another part's failure is only told; the last one's is reported.
     using Errors = std::deque<OptionalError>;
     const CKError refused{CKErrorCode::QuotaExceeded, "full", {}};

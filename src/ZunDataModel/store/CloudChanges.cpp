@@ -145,6 +145,12 @@ bool CloudChanges::hasArrivedWhileDeleted(const std::string& reminderID) {
     return query->step();
 }
 
+bool CloudChanges::hasNoteOfDeletion(const std::string& pushID) {
+    const StatementUse query(_connection.statement("SELECT 1 FROM kept_versions WHERE pushID = ? LIMIT 1"));
+    query->bind(1, std::string_view(pushID));
+    return query->step();
+}
+
 bool CloudChanges::addTombstone(ReminderAttributes record) {
     if (!record.reminderID) return false;
     auto row = stored(*record.reminderID);

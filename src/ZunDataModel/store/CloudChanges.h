@@ -23,6 +23,7 @@ class CloudChanges {
     // Lets the decision settle what is stored under the identifier, and keeps what goes by it.
     [[nodiscard]] DecidedRecord decide(const std::string& reminderID, std::size_t index, const RecordDecision& decision,
                                        NSDate now);
+    [[nodiscard]] bool hasNoteOfDeletion(const std::string& pushID);
     // Adds the record again, marked as one to be deleted. One that is stored stays as it is, unless sync added it while
     // the push of the deletion was under way: then it gets the mark, and the result is true.
     bool addTombstone(ReminderAttributes record);

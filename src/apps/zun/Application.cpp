@@ -3,6 +3,8 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QFile>
+#include <QPointer>
+#include <atomic>
 #include <iostream>
 
 #include "apps/wiring/Core.h"
@@ -66,6 +68,24 @@ void leaveTheScreen() {
 namespace zun {
 namespace {
 
+using namespace std::chrono_literals;
+
+// For a service that does not answer.
+constexpr auto longestFarewell = 3s;
+
+// A reordering that still waits for the next one leaves no mark that a later start could go by.
+void sendHeldBackReordering(Core& core) {
+    core.manager.waitUntilSettled();
+    const auto hasEnded = std::make_shared<std::atomic<bool>>(false);
+    const auto end = [hasEnded, &dispatch = core.dispatch] {
+        *hasEnded = true;
+        dispatch.notify();
+    };
+    core.manager.willBecomeInactive(end);
+    core.dispatch.concurrent(QualityOfService::UserInitiated)->asyncAfter(longestFarewell, end);
+    core.dispatch.waitUntil([hasEnded] { return hasEnded->load(); });
+}
+
 void connectService(const ApplicationService& service, AppDelegate& delegate) {
     using Answer = NSUserNotificationActivationType;
     const auto on = [&](auto signal, auto action) { QObject::connect(&service, signal, &delegate, action); };
@@ -119,9 +139,12 @@ int runApplication(int argc, char** argv, const std::function<void(AppDelegate&)
     const ScreenMakers makers = screens.makers();
     AppDelegate delegate({home, core.environment, core.dispatch, core.notifications, core.settings, core.strings,
                           core.labels, topics, core.database, core.manager, core.userNotifications, core.account,
-                          cloud.cloud().manager, tray, makers, [&core] { core.environment.refresh(); },
+                          cloud.cloud().wholeCache, tray, makers, [&core] { core.environment.refresh(); },
                           [] { QApplication::quit(); }, cloud, &account});
     connectService(service, delegate);
+    cloud.observeRemoteNotifications([delegate = QPointer(&delegate)] {
+        if (delegate) delegate->remoteNotificationArrived();
+    });
     QObject::connect(&delegate, &AppDelegate::firstPaintDone, &delegate, [&] {
         core.userNotifications.setDelegate(&delegate);
         cloud.start();
@@ -135,6 +158,7 @@ int runApplication(int argc, char** argv, const std::function<void(AppDelegate&)
     if (started) started(delegate);
     const int status = QApplication::exec();
     leaveTheScreen();
+    sendHeldBackReordering(core);
     core.userNotifications.setDelegate(nullptr);
     return status;
 }

@@ -5,6 +5,11 @@
 namespace zun {
 namespace {
 
+using namespace std::chrono_literals;
+
+// A command that changes many reminders commits again and again.
+constexpr auto foreignChangesGather = 250ms;
+
 std::string hostOf(const AccountKeeper& keeper) {
     const auto account = keeper.state().account;
     if (!account) return {};
@@ -25,6 +30,8 @@ CloudOfApplication::CloudOfApplication(const Home& home, Core& core)
       _service(_cloud.journal, core.keeper, core.dispatch, QString::fromStdString(home.busName)),
       _guard(core.dispatch) {
     _session = core.keeper.observeSession(_guard.guarded([this] { followAccount(); }));
+    _foreignChanges = core.notifications.addObserver(ZNDatabaseChangedByAnotherProgramNotification,
+                                                     [this](const NSNotification&) { sendForeignChanges(); });
     watchAccountFile();
 }
 
@@ -44,10 +51,28 @@ void CloudOfApplication::start() {
     _cloud.pushes.start();
 }
 
+void CloudOfApplication::observeRemoteNotifications(Block handler) {
+    _cloud.remoteNotificationWasTaken = [this, handler = _guard.guarded(std::move(handler))] {
+        onMainThread(_core.dispatch, handler);
+    };
+}
+
 // Somebody signed in or out, here or with zunctl.
 void CloudOfApplication::followAccount() {
     _reachability->setHostname(hostOf(_core.keeper));
     _cloud.manager.syncChangesFromCloudKit();
+}
+
+// A program without sync leaves marks on what it writes, and does not tell.
+void CloudOfApplication::sendForeignChanges() {
+    if (std::exchange(_foreignChangesWait, true)) return;
+    _core.dispatch.main()->asyncAfter(foreignChangesGather, _guard.guarded([this] {
+        _foreignChangesWait = false;
+        _core.dispatch.concurrent(QualityOfService::UserInitiated)->async(_guard.guarded([this] {
+            if (_core.settings.onGetCloudKitStatus() && _core.manager.numberOfRemindersToSend() > 0)
+                _cloud.manager.syncChangesMadeElsewhere();
+        }));
+    }));
 }
 
 void CloudOfApplication::watchAccountFile() {

@@ -20,6 +20,8 @@ class CloudOfApplication final : public SyncStatus {
 
     // Once the first picture stands: from here on, other devices are listened to.
     void start();
+    // After each push of another device, on the main thread. Before start().
+    void observeRemoteNotifications(Block handler);
     [[nodiscard]] Cloud& cloud() { return _cloud; }
 
     [[nodiscard]] bool isSyncing() const override { return _cloud.manager.isSyncing(); }
@@ -31,6 +33,7 @@ class CloudOfApplication final : public SyncStatus {
   private:
     [[nodiscard]] std::unique_ptr<Reachability> makeReachability();
     void followAccount();
+    void sendForeignChanges();
     void watchAccountFile();
 
     Core& _core;
@@ -41,6 +44,8 @@ class CloudOfApplication final : public SyncStatus {
     QFileSystemWatcher _accountFile;
     LifeGuard _guard;
     Observation _session;
+    Observation _foreignChanges;
+    bool _foreignChangesWait = false;
     NSTimer _daily;
 };
 

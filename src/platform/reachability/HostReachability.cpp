@@ -14,7 +14,7 @@ bool isLocal4(std::uint32_t address) {
         return address >> (32 - bits) == network >> (32 - bits);
     };
     return isIn(0x7F000000, 8) || isIn(0x0A000000, 8) || isIn(0xAC100000, 12) || isIn(0xC0A80000, 16) ||
-           isIn(0xA9FE0000, 16);
+           isIn(0xA9FE0000, 16) || isIn(0x64400000, 10);  // the last is what private overlay networks use
 }
 
 bool isLocal6(const in6_addr& address) {
