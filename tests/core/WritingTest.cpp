@@ -267,5 +267,30 @@ TEST(Writing, ManyThreadsWriteAndWaitingSeesAllOfIt) {
     EXPECT_EQ(userNotifications.takeLines().size(), 1u) << "a manager that goes lets its last write come to its end";
 }
 
+TEST(Writing, WhatABroughtBackVersionReplacesIsKept) {
+    ManagerWorld world;
+    const auto titles = [&] {
+        world.settle();
+        std::vector<std::string> all;
+        for (const auto& kept : world.database.keptVersions())
+            all.push_back(kept.record.title);
+        return all;
+    };
+    world.settings.setShouldUseCloudKit(true);
+    world.store(world.dated("r", "2026-01-20T09:00"));
+    auto former = world.stored("r")->attributes();
+    former.title = "former";
+    world.manager.bringBack(former);
+    EXPECT_THAT(titles(), ElementsAre("r"));
+    EXPECT_EQ(world.stored("r")->title(), "former");
+    EXPECT_THAT(world.cloud.takeLines(), ElementsAre("update r retry"));
+    world.environment.setNow("2026-01-14T11:00:00Z");
+    world.manager.bringBack(former);
+    EXPECT_THAT(titles(), ElementsAre("r")) << "it is there already";
+    world.manager.bringBack(world.database.keptVersions().front().record);
+    EXPECT_THAT(titles(), ElementsAre("former", "r"));
+    EXPECT_EQ(world.stored("r")->title(), "r");
+}
+
 }  // namespace
 }  // namespace zun
