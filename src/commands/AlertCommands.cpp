@@ -77,8 +77,8 @@ int sweepCommand(CommandContext& context) {
                                               {"clockHasJumped", !completed.has_value()}});
         return ExitStatus::done;
     }
-    context.print(fmt::format("removed: {} doubles, {} old completed, {} stale alerts", doubles, completed.value_or(0),
-                              staleAlerts));
+    context.print(fmt::format("removed: {}, {} old completed, {}", counted(doubles, "double", "doubles"),
+                              completed.value_or(0), counted(staleAlerts, "stale alert", "stale alerts")));
     if (!completed) context.print("The clock has jumped within a day, so completed reminders are kept for now.");
     return ExitStatus::done;
 }

@@ -8,12 +8,21 @@
 #include <memory>
 #include <mutex>
 
+#include "ZunDataModel/StoreFileRecords.h"
 #include "commands/CloudCommands.h"
 
 namespace zun {
 namespace {
 
 using Options = std::shared_ptr<ReminderOptions>;
+
+// A number as a list prints it.
+std::string whyNoNumber(const std::string& text) {
+    const bool isNumber =
+        !text.empty() && text.size() < 19 && text.find_first_not_of("0123456789") == std::string::npos;
+    return isNumber && text.find_first_not_of('0') != std::string::npos ? ""
+                                                                        : "\"" + text + "\" is no number of the list";
+}
 
 void addFieldOptions(CLI::App& command, const Options& options) {
     command.add_option("--notes", options->notes, "Free text");
@@ -142,9 +151,10 @@ void addTransfer(CLI::App& app, CommandLine& line) {
     onCommand(app.add_subcommand("export", "Print every record as a line of JSON"), line, exportCommand);
     auto file = std::make_shared<std::string>();
     auto* import = app.add_subcommand("import", "Read records back; known identifiers are replaced");
-    import->add_option("FILE", *file, "A file of JSON lines, or - for standard input")->required();
+    import->add_option("FILE", *file, "A file of JSON lines, a backup, or - for standard input")->required();
     onCommand(import, line, [file](CommandContext& context) {
         if (*file == "-") return importCommand(context, std::cin);
+        if (isDatabaseFile(*file)) return importBackupCommand(context, *file);
         std::ifstream stream(*file, std::ios::binary);
         if (!stream) return context.fail("The file " + *file + " cannot be read.");
         return importCommand(context, stream);
@@ -183,6 +193,13 @@ void addAccount(CLI::App& app, CommandLine& line) {
               [](CommandContext& context) { return logoutCommand(context, context.cloud()); });
     onCommand(account->add_subcommand("status", "Who is signed in, and how the sync stands"), line,
               [](CommandContext& context) { return accountStatusCommand(context, context.cloud()); });
+    auto* devices = account->add_subcommand("devices", "The devices that are signed in with the account");
+    const auto number = std::make_shared<std::size_t>(0);
+    devices->add_option("--revoke", *number, "Sign this one out")->type_name("NUMBER")->check(whyNoNumber, "");
+    onCommand(devices, line, [number](CommandContext& context) {
+        return *number != 0 ? revokeDeviceCommand(context, context.cloud(), *number)
+                            : devicesCommand(context, context.cloud());
+    });
 }
 
 void addSync(CLI::App& app, CommandLine& line) {
@@ -190,15 +207,16 @@ void addSync(CLI::App& app, CommandLine& line) {
     cloud->require_subcommand(1);
     cloud->fallthrough();
     for (const bool isOn : {true, false})
-        onCommand(cloud->add_subcommand(isOn ? "on" : "off"), line,
-                  [isOn](CommandContext& context) { return cloudSwitchCommand(context, context.cloud(), isOn); });
+        onCommand(cloud->add_subcommand(isOn ? "on" : "off", isOn ? "Keep this computer and the account in step"
+                                                                  : "Keep changes here until it is on again"),
+                  line, [isOn](CommandContext& context) { return cloudSwitchCommand(context, context.cloud(), isOn); });
     onCommand(app.add_subcommand("sync", "Bring this device and the account into step; says what moved"), line,
               [](CommandContext& context) { return syncCommand(context, context.cloud()); });
 
     auto* conflicts = app.add_subcommand("conflicts", "What the sync replaced or deleted in the last 30 days");
     conflicts->fallthrough();
     const auto number = std::make_shared<std::int64_t>(0);
-    conflicts->add_option("--restore", *number, "Bring this version back")->type_name("NUMBER");
+    conflicts->add_option("--restore", *number, "Bring this version back")->type_name("NUMBER")->check(whyNoNumber, "");
     onCommand(conflicts, line, [number](CommandContext& context) {
         return *number != 0 ? restoreConflictCommand(context, *number) : conflictsCommand(context);
     });
@@ -208,6 +226,7 @@ void addSync(CLI::App& app, CommandLine& line) {
 
 std::optional<int> parseCommandLine(int argc, const char* const* argv, CommandLine& line) {
     CLI::App app{"Reminders from the command line, over the same store as Zun.", "zunctl"};
+    app.set_version_flag("--version", "zunctl " ZUN_VERSION, "Print the version");
     app.add_option("--home", line.home, "Keep every file in this folder (or set ZUN_HOME)")->type_name("DIR");
     app.add_flag("--json", line.json, "Answer in JSON");
     app.require_subcommand(1);

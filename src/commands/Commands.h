@@ -38,5 +38,7 @@ int sweepCommand(CommandContext& context);
 
 int exportCommand(CommandContext& context);
 int importCommand(CommandContext& context, std::istream& lines);
+// Of a store's file.
+int importBackupCommand(CommandContext& context, const std::string& file);
 
 }  // namespace zun

@@ -73,4 +73,11 @@ std::string terminalLine(std::string_view text) {
     return line;
 }
 
+std::string counted(std::size_t count, std::string_view one, std::string_view many) {
+    auto text = std::to_string(count);
+    text += ' ';
+    text += count == 1 ? one : many;
+    return text;
+}
+
 }  // namespace zun

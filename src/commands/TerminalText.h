@@ -19,4 +19,7 @@ enum class LineBreaks { Kept, MadeBlanks };
 // One line of at most 200 characters; what is cut off shows as "...".
 [[nodiscard]] std::string terminalLine(std::string_view text);
 
+// "1 reminder", "2 reminders".
+[[nodiscard]] std::string counted(std::size_t count, std::string_view one, std::string_view many);
+
 }  // namespace zun

@@ -1,5 +1,6 @@
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <chrono>
 #include <regex>
 
@@ -87,7 +88,10 @@ TEST_F(TwoHomes, ConvergeAfterEditsOnBothWhileTheServiceWasAway) {
     EXPECT_EQ(lap.zunctl({"skip"}).status, 0);
     const auto failed = desk.zunctl({"sync"});
     EXPECT_EQ(failed.status, 1);
+    EXPECT_EQ(failed.out, "");
     EXPECT_THAT(failed.err, HasSubstr("cannot be reached"));
+    EXPECT_THAT(desk.zunctl({"--json", "sync"}).out, HasSubstr("\"error\":\"The service cannot be reached"));
+    EXPECT_THAT(desk.zunctl({"account", "status"}).out, HasSubstr("Last error, "));
 
     service.program->start();
     syncUntilQuiet();
@@ -97,10 +101,57 @@ TEST_F(TwoHomes, ConvergeAfterEditsOnBothWhileTheServiceWasAway) {
     // The later edit has won whole. The words of the other are kept, and can be brought back on both.
     const auto kept = desk.zunctl({"conflicts"}).out;
     std::smatch line;
-    ASSERT_TRUE(std::regex_search(kept, line, std::regex("([0-9]+)  [^ ]+  replaced  Tax return\n"))) << kept;
+    ASSERT_TRUE(std::regex_search(kept, line, std::regex("([0-9]+)  Tax return  \\([^)]+\\)  replaced [^\n]+\n")))
+        << kept;
     EXPECT_EQ(desk.zunctl({"conflicts", "--restore", line[1]}).status, 0);
     syncUntilQuiet();
     EXPECT_THAT(everything(lap), HasSubstr("Tax return"));
+    EXPECT_THAT(desk.zunctl({"conflicts"}).out, HasSubstr("Taxes")) << "what it took the place of";
+    EXPECT_THAT(desk.zunctl({"account", "status"}).out, testing::Not(HasSubstr("Last error")));
+}
+
+TEST_F(TwoHomes, NothingIsSentWhileTheSyncIsSwitchedOff) {
+    add(desk, "Milk");
+    EXPECT_EQ(desk.zunctl({"cloud", "off"}).status, 0);
+    const auto refused = desk.zunctl({"--json", "sync"});
+    EXPECT_EQ(refused.status, 1);
+    EXPECT_THAT(refused.out, HasSubstr("\"error\":\"Sync is switched off"));
+    EXPECT_THAT(refused.err, HasSubstr("zunctl cloud on"));
+    EXPECT_EQ(desk.zunctl({"cloud", "on"}).status, 0);
+    EXPECT_EQ(sync(desk), "1 sent, 0 received\n");
+}
+
+TEST_F(TwoHomes, WhoChangesTheAccountIsToldWhatBecomesOfTheReminders) {
+    add(desk, "Milk");
+    sync(desk);
+    auto others = account("create");
+    *std::find(others.begin(), others.end(), "anna") = "bert";
+    const auto changed = desk.zunctlReading("the other password\n", others);
+    EXPECT_EQ(changed.status, 0);
+    EXPECT_EQ(everything(desk), "[]\n");
+    std::smatch backup;
+    ASSERT_TRUE(std::regex_search(changed.err, backup, std::regex("1 reminder .*zunctl import (.*)\n"))) << changed.err;
+    EXPECT_EQ(desk.zunctl({"import", backup[1]}).out, "1 imported\n");
+    EXPECT_EQ(sync(desk), "1 sent, 0 received\n");
+
+    // Out and in again: what is here stays.
+    EXPECT_EQ(desk.zunctl({"account", "logout"}).status, 0);
+    const auto back = desk.zunctlReading("the right password\n", account("login"));
+    EXPECT_THAT(back.err, HasSubstr("1 reminder of this computer will go up"));
+    EXPECT_THAT(everything(desk), HasSubstr("Milk"));
+}
+
+TEST_F(TwoHomes, ADeviceIsSignedOutByTheNextSignInOrByAnother) {
+    EXPECT_EQ(desk.zunctlReading("the right password\n", account("login")).status, 0);
+    const auto devices = desk.zunctl({"account", "devices"}).out;
+    EXPECT_EQ(std::count(devices.begin(), devices.end(), '\n'), 2) << devices;
+    std::smatch line;
+    ASSERT_TRUE(std::regex_search(devices, line, std::regex("([0-9])  [^\n]+\\)\n"))) << devices;
+    EXPECT_EQ(desk.zunctl({"account", "devices", "--revoke", "3"}).status, 1);
+    EXPECT_EQ(desk.zunctl({"account", "devices", "--revoke", line[1] == "1" ? "2" : "1"}).status, 1) << "this one";
+    EXPECT_EQ(desk.zunctl({"account", "devices", "--revoke", line[1]}).status, 0);
+    EXPECT_THAT(lap.zunctl({"sync"}).err, HasSubstr("does not know this device"));
+    EXPECT_EQ(desk.zunctl({"sync"}).status, 0);
 }
 
 TEST_F(TwoHomes, KeepEverythingWhenTheServiceIsSetBackToABackup) {

@@ -320,6 +320,24 @@ TEST_F(CommandLineTest, AlertsAreListedInTheOrderOfTheirMoments) {
                                         {"NOTIFICATION_REMINDER_ID", first}}}));
 }
 
+TEST_F(CommandLineTest, ABackupIsImportedAndAnotherDatabaseIsNot) {
+    const auto milk = add({"Milk", "--date", "2026-01-20T09:00"});
+    add({"Bread"});
+    ASSERT_EQ(zunctl({"export"}), 0);
+    std::ofstream(folder.path() / "records.jsonl") << out;
+    // Which backs the store up first.
+    ASSERT_EQ(zunctl({"import", folder.path() / "records.jsonl"}), 0) << err;
+    const auto backup = std::filesystem::directory_iterator(folder.path() / "data" / "backups")->path();
+    ASSERT_EQ(zunctl({"delete", milk}), 0);
+
+    EXPECT_EQ(zunctlJSON({"import", backup}), (json::object{{"imported", 2}}));
+    EXPECT_EQ(zunctlJSON({"show", milk}).at("due_date"), "2026-01-20T09:00:00Z");
+    SQLite::Database(folder.path() / "other.sqlite", SQLite::OPEN_READWRITE | SQLite::OPEN_CREATE)
+        .exec("CREATE TABLE reminders (title TEXT)");
+    EXPECT_EQ(zunctl({"import", folder.path() / "other.sqlite"}), 1);
+    EXPECT_NE(err.find("no store of reminders"), std::string::npos) << err;
+}
+
 TEST_F(CommandLineTest, SweepingSaysWhatWent) {
     std::ofstream(folder.path() / "records.jsonl")
         << R"({"reminderID": "old", "title": "old", "completed_date": "2025-01-01T09:00:00Z"})"
@@ -363,7 +381,16 @@ TEST_F(CommandLineTest, SaysInOneSentenceWhatIsNotPossible) {
         EXPECT_EQ(std::count(err.begin(), err.end(), '\n'), 1) << err;
     }
     for (const std::vector<std::string>& words :
-         std::vector<std::vector<std::string>>{{}, {"fly"}, {"add"}, {"show"}, {"add", "a", "--early", "10m"}}) {
+         std::vector<std::vector<std::string>>{{},
+                                               {"fly"},
+                                               {"add"},
+                                               {"show"},
+                                               {"add", "a", "--early", "10m"},
+                                               {"conflicts", "--restore", "0"},
+                                               {"conflicts", "--restore", "-1"},
+                                               {"conflicts", "--restore", "1.5"},
+                                               {"conflicts", "--restore", "one"},
+                                               {"account", "devices", "--revoke", "0"}}) {
         EXPECT_EQ(zunctl(words), 2);
     }
 }

@@ -71,6 +71,7 @@ complete -c zunctl -f
 complete -c zunctl -s h -l help -d 'Print the options'
 complete -c zunctl -l home -x -a '(__fish_complete_directories)' -d 'Keep every file in this folder'
 complete -c zunctl -l json -d 'Answer in JSON'
+complete -c zunctl -n __zunctl_needs_command -l version -d 'Print the version'
 
 for line in \
         'add:Add a reminder' \
@@ -103,8 +104,8 @@ end
 
 complete -c zunctl -n '__zunctl_is edit show copy occurrences complete uncomplete snooze unsnooze delete' \
     -k -a '(__zunctl_reminders)'
-complete -c zunctl -n '__zunctl_is account; and not __fish_seen_subcommand_from create login logout status' \
-    -a 'create login logout status'
+complete -c zunctl -n '__zunctl_is account; and not __fish_seen_subcommand_from create login logout status devices' \
+    -a 'create login logout status devices'
 complete -c zunctl -n '__zunctl_is cloud; and not __fish_seen_subcommand_from on off' -a 'on off'
 complete -c zunctl -n '__zunctl_is open' -a zun.create://
 complete -c zunctl -n '__zunctl_is import' -F
@@ -144,6 +145,9 @@ complete -c zunctl -n '__zunctl_is occurrences' -l to -x -k -a '(__zunctl_dates)
 complete -c zunctl -n '__zunctl_is alerts' -l delivered -d 'Those that have come and still stand'
 complete -c zunctl -n '__zunctl_is snooze' -l until -x -k -a '(__zunctl_dates)' -d 'Until this moment'
 complete -c zunctl -n '__zunctl_is conflicts' -l restore -x -d 'Bring this version back'
+
+complete -c zunctl -n '__zunctl_is account; and __fish_seen_subcommand_from devices' -l revoke -x \
+    -d 'Sign this one out'
 
 set -l entering '__zunctl_is account; and __fish_seen_subcommand_from create login'
 complete -c zunctl -n $entering -l service -x -d 'The address of the service'

@@ -44,6 +44,7 @@ int main(int argc, char** argv) {
     std::signal(SIGCHLD, SIG_IGN);
     CLI::App app{"Delivers the alerts of Zun's reminders.", "zun-alerts"};
     std::optional<std::string> home;
+    app.set_version_flag("--version", "zun-alerts " ZUN_VERSION, "Print the version");
     app.add_option("--home", home, "Keep every file in this folder (or set ZUN_HOME)")->type_name("DIR");
     try {
         app.parse(argc, argv);

@@ -11,9 +11,9 @@
 #include <filesystem>
 #include <system_error>
 
+#include "ZunDataModel/store/StoreBackup.h"
 #include "apps/zunctl/ApplicationCaller.h"
 #include "apps/zunctl/PasswordPrompt.h"
-#include "platform/cloudkit/ServiceCertificate.h"
 #include "platform/foundation/DurableFile.h"
 #include "platform/foundation/Log.h"
 
@@ -70,10 +70,15 @@ void sayThatKeyringAsks() {
     if (::isatty(STDERR_FILENO) != 0) std::fputs("The keyring is locked: the desktop asks for its password.\n", stderr);
 }
 
-std::optional<std::string> fingerprintOf(const std::string& url) {
-    const auto certificate = fetchServiceCertificate(url);
-    const auto* shown = std::get_if<ServiceCertificate>(&certificate);
-    return shown && !shown->isVouchedFor ? std::optional(shown->fingerprint) : std::nullopt;
+std::optional<ServiceCertificate> certificateOf(const std::string& url) {
+    auto seen = fetchServiceCertificate(url);
+    auto* shown = std::get_if<ServiceCertificate>(&seen);
+    return shown ? std::optional(std::move(*shown)) : std::nullopt;
+}
+
+std::optional<std::filesystem::path> newestBackupIn(const std::filesystem::path& folder) {
+    const auto backups = listBackups(StoreFiles(folder));
+    return backups.empty() ? std::nullopt : std::optional(backups.front());
 }
 
 }  // namespace
@@ -85,9 +90,16 @@ CloudForCommands::CloudForCommands(const Home& home, Core& core)
           if (keeper.isKeyringAsking()) sayThatKeyringAsks();
       })),
       _cloud(home, core, std::make_unique<TriesAnyway>()),
-      _access{core.keeper,   _cloud.client, core.settings,
-              core.dispatch, hostName(),    [this](const SyncJournal::Block& completion) { sync(completion); },
-              readPassword,  fingerprintOf} {}
+      _access{core.keeper,
+              _cloud.client,
+              core.settings,
+              core.dispatch,
+              hostName(),
+              SyncFailureFile(home.state),
+              [this](const SyncJournal::Block& completion) { sync(completion); },
+              readPassword,
+              certificateOf,
+              [&home] { return newestBackupIn(home.data); }} {}
 
 void CloudForCommands::sync(const SyncJournal::Block& completion) {
     const auto say = [isSaid = std::make_shared<std::atomic<bool>>(false)] {

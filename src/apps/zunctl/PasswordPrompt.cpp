@@ -74,19 +74,32 @@ class WithoutEcho {
     bool _isTerminal;
 };
 
+std::optional<std::string> readLine() {
+    std::string line;
+    return std::getline(std::cin, line) ? std::optional(std::move(line)) : std::nullopt;
+}
+
+std::optional<std::string> ask(const char* question) {
+    std::fputs(question, stderr);
+    auto line = readLine();
+    std::fputs("\n", stderr);
+    return line;
+}
+
 }  // namespace
 
-std::optional<std::string> readPassword(bool fromStandardInput) {
-    const bool asks = !fromStandardInput && ::isatty(STDIN_FILENO) != 0;
+PasswordAnswer readPassword(PasswordEntry entry) {
+    const bool asks = entry != PasswordEntry::StandardInput && ::isatty(STDIN_FILENO) != 0;
     std::optional<WithoutEcho> withoutEcho;
-    if (asks) {
-        withoutEcho.emplace();
-        std::fputs("Password: ", stderr);
+    if (asks) withoutEcho.emplace();
+    auto password = asks ? ask("Password: ") : readLine();
+    if (!password) return NoPassword::Missing;
+    if (asks && entry == PasswordEntry::AskedTwice) {
+        const auto again = ask("The same again: ");
+        if (!again) return NoPassword::Missing;
+        if (*again != *password) return NoPassword::TwoDifferent;
     }
-    std::string line;
-    const bool isThere = static_cast<bool>(std::getline(std::cin, line));
-    if (asks) std::fputs("\n", stderr);
-    return isThere ? std::optional(std::move(line)) : std::nullopt;
+    return *std::move(password);
 }
 
 }  // namespace zun

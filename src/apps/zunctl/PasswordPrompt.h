@@ -1,12 +1,12 @@
 #pragma once
 
-#include <optional>
-#include <string>
+#include "commands/CloudCommands.h"
 
 namespace zun {
 
 // One line without its end; from the terminal without an echo, which is back on return and when a signal ends or stops
-// the program meanwhile. Absent at the end of the input. Main thread; waits for the person.
-[[nodiscard]] std::optional<std::string> readPassword(bool fromStandardInput);
+// the program meanwhile. Missing at the end of the input. What is no terminal is asked once. Main thread; waits for the
+// person.
+[[nodiscard]] PasswordAnswer readPassword(PasswordEntry entry);
 
 }  // namespace zun
