@@ -68,12 +68,12 @@ class RemindersOfBefore {
         const auto left = _context.manager.numberOfTotalReminders();
         const auto backup = _cloud.newestBackup();
         if (left == 0 && backup && backup != _newestBackup) {
-            _context.fail("This is another account: the " + counted(_count, "reminder", "reminders") +
-                          " of the former one were taken away from this computer. A backup is in " + backup->string() +
-                          "; to add them to this account: zunctl import " + backup->string());
+            _context.fail("This is another account: what this computer had of the former one, " +
+                          counted(_count, "reminder", "reminders") + ", was taken away from it. A backup is in " +
+                          backup->string() + "; to add it to this account: zunctl import " + backup->string());
         } else if (left > 0) {
-            _context.fail("The " + counted(left, "reminder", "reminders") +
-                          " of this computer will go up into this account with the next sync.");
+            _context.fail("What this computer has, " + counted(left, "reminder", "reminders") +
+                          ", will go up into this account with the next sync.");
         }
     }
 

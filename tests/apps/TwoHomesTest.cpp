@@ -130,14 +130,15 @@ TEST_F(TwoHomes, WhoChangesTheAccountIsToldWhatBecomesOfTheReminders) {
     EXPECT_EQ(changed.status, 0);
     EXPECT_EQ(everything(desk), "[]\n");
     std::smatch backup;
-    ASSERT_TRUE(std::regex_search(changed.err, backup, std::regex("1 reminder .*zunctl import (.*)\n"))) << changed.err;
+    ASSERT_TRUE(std::regex_search(changed.err, backup, std::regex("1 reminder, .*zunctl import (.*)\n")))
+        << changed.err;
     EXPECT_EQ(desk.zunctl({"import", backup[1]}).out, "1 imported\n");
     EXPECT_EQ(sync(desk), "1 sent, 0 received\n");
 
     // Out and in again: what is here stays.
     EXPECT_EQ(desk.zunctl({"account", "logout"}).status, 0);
     const auto back = desk.zunctlReading("the right password\n", account("login"));
-    EXPECT_THAT(back.err, HasSubstr("1 reminder of this computer will go up"));
+    EXPECT_THAT(back.err, HasSubstr("1 reminder, will go up"));
     EXPECT_THAT(everything(desk), HasSubstr("Milk"));
 }
 
