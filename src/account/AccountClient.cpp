@@ -125,8 +125,8 @@ void AccountClient::leaveEntrance(const std::shared_ptr<CloudTransport>& transpo
 
 void AccountClient::endFormer(const Former& former, const StoredAccount& account, const CloudSession& session) {
     if (!former.account) return;
-    const bool isSameAccount =
-        former.account->serviceURL == account.serviceURL && former.account->accountID == account.accountID;
+    // Perhaps at another address of its service.
+    const bool isSameAccount = former.account->accountID == account.accountID;
     const bool isSecretKnown = former.session && former.session->accountID == former.account->accountID;
     if (!isSameAccount && !isSecretKnown) return;
     // The new sign-in can end the former one of its own account even where the keyring has lost that one's secret.

@@ -55,24 +55,31 @@ TEST_F(AccountClientTest, ASignInEndsTheOneThatItReplaces) {
     EXPECT_EQ(atHome.asked<cloud::RevokeDevice>(2).deviceID, "device-1");
     EXPECT_EQ(atHome.deviceTokens[2], "token-of-device-2.epoch");
 
-    // Another service: with the former token, there and nowhere else.
-    atHome.holdsBack = true;
-    signIn(work, "ada");
-    ASSERT_EQ(atHome.requests.size(), 4u);
-    EXPECT_TRUE(std::holds_alternative<cloud::SignOut>(atHome.requests[3]));
-    EXPECT_EQ(atHome.deviceTokens[3], "token-of-device-2.epoch");
+    // Also when its service has moved to another address.
+    const ServiceAddress moved{"https://moved.example", "AA"};
+    auto& atMoved = *service(moved);
+    signIn(moved, "ada");
+    EXPECT_EQ(atMoved.asked<cloud::RevokeDevice>(1).deviceID, "device-2");
+    EXPECT_EQ(atHome.requests.size(), 3u);
+
+    // Another account: with the former token, at its service and nowhere else.
+    atMoved.holdsBack = true;
+    signIn(work, "bob");
+    ASSERT_EQ(atMoved.requests.size(), 3u);
+    EXPECT_TRUE(std::holds_alternative<cloud::SignOut>(atMoved.requests[2]));
+    EXPECT_EQ(atMoved.deviceTokens[2], "token-of-device-3.epoch");
     EXPECT_EQ(atWork.requests.size(), 1u);
     int told = 0;
     client.whenFormerHaveEnded([&] { ++told; });
     EXPECT_EQ(told, 0);
-    atHome.answerHeld();
+    atMoved.answerHeld();
     EXPECT_EQ(told, 1);
 
     // A sign-in that is refused ends nothing.
     atWork.script = [](const cloud::Request&) { return CKError{CKErrorCode::NotAuthenticated, "", {}}; };
-    client.signIn(work, {"bob", "wrong", ""}, [](const OptionalError& error) { EXPECT_TRUE(error); });
-    EXPECT_EQ(atHome.requests.size() + atWork.requests.size(), 6u);
-    EXPECT_EQ(keeper.currentSession()->deviceToken, "token-of-device-3");
+    client.signIn(work, {"ada", "wrong", ""}, [](const OptionalError& error) { EXPECT_TRUE(error); });
+    EXPECT_EQ(atMoved.requests.size() + atWork.requests.size(), 5u);
+    EXPECT_EQ(keeper.currentSession()->deviceToken, "token-of-device-4");
 }
 
 }  // namespace
