@@ -90,8 +90,10 @@ void ZNCloudKitManager::removeReminders(const std::vector<std::string>& reminder
             return isMeant ? RecordVerdict::Remove : RecordVerdict::Leave;
         },
         guarded([this](const std::vector<DecidedRecord>& decided) {
+            // What was deleted here and is now confirmed did not come from elsewhere.
             for (const auto& each : decided)
-                _received += each.verdict == RecordVerdict::Remove ? 1 : 0;
+                if (each.verdict == RecordVerdict::Remove && !each.record.shouldDeleteRemote.value_or(false))
+                    ++_received;
         }));
 }
 

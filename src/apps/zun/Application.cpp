@@ -39,7 +39,8 @@ std::optional<int> parse(const QStringList& words, Arguments& arguments) {
     QCommandLineParser options;
     options.setApplicationDescription("Zun keeps your reminders and shows those that are due as a stack of cards.");
     const auto help = options.addHelpOption();
-    options.addOptions({home, background, service});
+    const QCommandLineOption version("version", "Print the version.");
+    options.addOptions({home, background, service, version});
     options.addPositionalArgument("link", "Links of the scheme zun.create.", "[link...]");
     if (!options.parse(words)) {
         std::cerr << options.errorText().toStdString() << '\n';
@@ -47,6 +48,10 @@ std::optional<int> parse(const QStringList& words, Arguments& arguments) {
     }
     if (options.isSet(help)) {
         std::cout << options.helpText().toStdString();
+        return 0;
+    }
+    if (options.isSet(version)) {
+        std::cout << "zun " ZUN_VERSION "\n";
         return 0;
     }
     if (options.isSet(home)) arguments.home = QFile::encodeName(options.value(home)).toStdString();
