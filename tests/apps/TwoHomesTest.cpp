@@ -195,6 +195,12 @@ TEST_F(TwoHomes, ARunningApplicationHearsOfTheOtherAndSyncsForTheCommandLine) {
     while (everything(lap).find("Milk") == std::string::npos)
         ASSERT_LT(std::chrono::steady_clock::now(), latest) << "no push has come";
     EXPECT_EQ(everything(desk), everything(lap));
+    // The application sends what a command writes beside it.
+    add(lap, "Bread");
+    do {
+        sync(desk);
+        ASSERT_LT(std::chrono::steady_clock::now(), latest) << "it was not sent";
+    } while (everything(desk).find("Bread") == std::string::npos);
 
     EXPECT_EQ(service.run({"account", "disable", "anna"}).status, 0);
     const auto refused = lap.zunctl({"sync"});

@@ -73,6 +73,26 @@ TEST(Pass, SendsTakesInAndRemoves) {
     }
 }
 
+TEST(Pass, TakesNothingForDeletedThatWasOnItsWayWhenTheServiceLooked) {
+    SyncWorld world;
+    auto added = world.reminder("added");
+    added.didPersistToiCloud = false;
+    world.store(added);
+    world.store(world.reminder("gone"));
+    // The service has looked before the addition came, and its answer arrives after that.
+    CKError answer{CKErrorCode::PartialFailure, "as told", {}};
+    for (const auto* id : {"added", "gone"})
+        answer.userInfo.CKPartialErrorsByItemIDKey[{id, world.zone}] = CKError{CKErrorCode::UnknownItem, "unknown", {}};
+    world.container.privateDatabase.errors["check"].push_back(answer);
+    world.container.privateDatabase.held = "check";
+    world.sync();
+    ASSERT_TRUE(world.stored("added")->didPersistToiCloud);
+    world.container.privateDatabase.release();
+    world.settle();
+    EXPECT_NE(world.stored("added"), std::nullopt);
+    EXPECT_EQ(world.stored("gone"), std::nullopt);
+}
+
 TEST(Pass, DeletesNothingWhileItsZoneIsUnknown) {
     for (std::uint64_t seed = 0; seed < 10; ++seed) {
         SyncWorld world({.seed = seed});
