@@ -44,7 +44,7 @@ CKRecord reminder(const std::string& name, std::uint64_t number) {
 
 struct Service {
     explicit Service(const std::string& database)
-        : storage(openStorage({folder.path().string(), database})),
+        : storage(openStorage({folder.path().string(), database}, IfMissing::Make)),
           service(*storage, environment, random, options()),
           front(service, *storage, http(), [](std::string_view line) { std::cerr << line << "\n"; }) {
         front.start();
