@@ -243,6 +243,8 @@ void HttpFront::stop() {
     for (auto& thread : _state->threads)
         thread.join();
     _state->threads.clear();
+    // What the threads have left to the storage tells their loops.
+    _state->shared->storage.waitUntilIdle();
 }
 
 }  // namespace zun::cloud

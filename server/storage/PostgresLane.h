@@ -2,7 +2,8 @@
 
 // Does what one thread asks for, reads or writes, on a connection of its own: what comes while the server is at work is
 // done together in the next turn. The thread's loop of events goes on with other things meanwhile, so that a request
-// passes no other thread. What does not succeed is left to the queue. Used by the thread.
+// passes no other thread. What does not succeed is left to the queue. Used by the thread, which does wait for the
+// server where a request asks for rows that were not guessed.
 //
 // A turn of writes begins when as many are there as had come when the last one ended, since those who were answered may
 // well ask again at once; but it does not wait for them for longer than a commit takes anyway.

@@ -52,7 +52,10 @@ void PostgresQueue::addAlone(PostgresJobs jobs) {
 std::optional<PostgresQueue::Turn> PostgresQueue::nextTurn() {
     std::unique_lock lock(_mutex);
     while (true) {
-        if (auto turn = takeTurn()) return turn;
+        if (auto turn = takeTurn()) {
+            ++_turnsUnderWay;
+            return turn;
+        }
         if (_isEnding && isEmpty()) return std::nullopt;
         _news.wait(lock);
     }
@@ -82,9 +85,15 @@ void PostgresQueue::endTurn(PostgresJob::Kind kind, bool isAlone) {
     {
         std::lock_guard lock(_mutex);
         isEnding = _isEnding;
+        if (--_turnsUnderWay == 0 && isEmpty()) _idle.notify_all();
         if (!isAlone) --(kind == PostgresJob::Kind::Read ? _readTurns : _writeTurns);
     }
     if (isEnding) _news.notify_all();
+}
+
+void PostgresQueue::waitUntilIdle() {
+    std::unique_lock lock(_mutex);
+    _idle.wait(lock, [this] { return _turnsUnderWay == 0 && isEmpty(); });
 }
 
 PostgresJobs PostgresQueue::takeOverdue() {

@@ -50,6 +50,7 @@ class PostgresQueue {
     [[nodiscard]] std::optional<Turn> nextTurn();
     // Of a thread that takes the next one itself.
     void endTurn(PostgresJob::Kind kind, bool isAlone);
+    void waitUntilIdle();
     // Removes what has waited too long.
     [[nodiscard]] PostgresJobs takeOverdue();
     void end();
@@ -65,7 +66,9 @@ class PostgresQueue {
     std::mutex _mutex;
     std::condition_variable _news;
     PostgresJobs _reads, _writes, _alone;
+    std::condition_variable _idle;
     unsigned _readTurns = 0, _writeTurns = 0;
+    unsigned _turnsUnderWay = 0;  // of all kinds, also those of one job
     bool _isEnding = false;
 };
 

@@ -34,6 +34,7 @@ class PostgresStorage final : public Storage {
     void read(Work work, Done done) override;
     [[nodiscard]] std::unique_ptr<Seat> joinLoop(EventLoop& loop) override;
     [[nodiscard]] bool keepsCallersWaiting() const override { return false; }
+    void waitUntilIdle() override { _queue.waitUntilIdle(); }
     void setWakeListener(WakeListener listener) override;
     void dump(const RowVisitor& visitor) override;
     void load(const std::function<void(const RowVisitor& add)>& rows) override;

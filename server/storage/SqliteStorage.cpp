@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <future>
 #include <set>
 
 #include "server/storage/SqliteConnection.h"
@@ -97,6 +98,13 @@ SqliteStorage::SqliteStorage(const std::filesystem::path& folder) : _file(fileIn
         throw;
     }
     _thread = std::thread([this] { runWriter(); });
+}
+
+// Reads end before they return, and writes in their order.
+void SqliteStorage::waitUntilIdle() {
+    const auto ended = std::make_shared<std::promise<void>>();
+    write([](Transaction&) { return Ending::Commit; }, [ended](const auto&) { ended->set_value(); });
+    ended->get_future().wait();
 }
 
 SqliteStorage::~SqliteStorage() {

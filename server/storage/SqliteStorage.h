@@ -30,6 +30,7 @@ class SqliteStorage final : public Storage {
 
     void write(Work work, Done done) override;
     void read(Work work, Done done) override;
+    void waitUntilIdle() override;
     void setWakeListener(WakeListener listener) override;
     void dump(const RowVisitor& visitor) override;
     void load(const std::function<void(const RowVisitor& add)>& rows) override;

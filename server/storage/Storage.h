@@ -97,6 +97,9 @@ class Storage {
     [[nodiscard]] virtual std::unique_ptr<Seat> joinLoop(EventLoop&) { return nullptr; }
     // Whether read() and write() may wait for the disk, so that it takes more threads than cores to keep these busy.
     [[nodiscard]] virtual bool keepsCallersWaiting() const { return true; }
+    // Waits until all that was accepted has ended, so that whoever it tells may go. Nothing more is asked for
+    // meanwhile. Not on a thread that has joined, nor on one of the storage's own.
+    virtual void waitUntilIdle() {}
     // One listener; it runs on any thread, perhaps more often than there is news, and once more than expected: a call
     // may be under way when it is replaced. No account at all stands for any of them: wakes may have been missed.
     virtual void setWakeListener(WakeListener listener) = 0;

@@ -16,6 +16,11 @@ bool isDatabaseFile(const std::filesystem::path& file) {
 }
 
 std::variant<std::vector<ReminderAttributes>, std::string> recordsOfStoreFile(const std::filesystem::path& file) {
+    // A store that is open, or was not closed, has its newest records beside the file.
+    std::error_code none;
+    auto log = file;
+    log += "-wal";
+    if (std::filesystem::file_size(log, none) > 0 && !none) return "it is in use, or was not closed; a backup is not";
     try {
         StoreConnection source(file, StoreConnection::Access::Frozen);
         if (source.integer("PRAGMA application_id") != storeApplicationId) return "it is no store of reminders";

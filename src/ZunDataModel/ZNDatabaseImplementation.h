@@ -93,7 +93,9 @@ class ZNDatabase::Implementation {
     // was written to is checked at the next start if the program is killed.
     void commitWhere(std::function<bool(StoreConnection&)> isNeeded, std::function<void(RecordChanges&)> work) {
         submit([this, isNeeded = std::move(isNeeded), work = std::move(work)] {
-            if (!read(isNeeded)) return;
+            // What could not be read may be needed; the write then tells what is wrong.
+            const auto needed = read([&](StoreConnection& connection) { return std::optional(isNeeded(connection)); });
+            if (!needed.value_or(true)) return;
             const auto error = _writer.commit(work);
             if (error) fail(*error);
         });

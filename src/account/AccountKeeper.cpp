@@ -120,7 +120,11 @@ AccountKeeper::SigningIn AccountKeeper::signedIn(StoredAccount account, const st
         ++_signInsUnderWay;
         ++_signIns;
     }
-    const bool isKept = _file.write(account);
+    bool isKept = false;
+    {
+        const std::lock_guard file(_fileMutex);
+        isKept = _file.write(account);
+    }
     if (isKept) become(account, Secret{deviceToken, *place});
     {
         const std::lock_guard lock(_mutex);
@@ -136,9 +140,19 @@ AccountKeeper::SigningIn AccountKeeper::signedIn(StoredAccount account, const st
 
 void AccountKeeper::signedOut() {
     const auto former = state().account;
-    _file.remove();
+    {
+        const std::lock_guard lock(_mutex);
+        ++_signInsUnderWay;
+        ++_signIns;
+    }
+    {
+        const std::lock_guard file(_fileMutex);
+        _file.remove();
+    }
     if (former) _secrets->remove(former->secretKey);
     become(std::nullopt, std::nullopt);
+    const std::lock_guard lock(_mutex);
+    --_signInsUnderWay;
 }
 
 void AccountKeeper::setServiceEpoch(const std::string& epoch) {
@@ -161,12 +175,15 @@ void AccountKeeper::setCertificateFingerprint(const std::string& serviceURL, con
 void AccountKeeper::alterAccount(const std::function<bool(StoredAccount&)>& alter) {
     std::optional<StoredAccount> account;
     {
-        const std::lock_guard lock(_mutex);
-        if (!_account || !alter(*_account)) return;
-        account = _account;
+        const std::lock_guard file(_fileMutex);
+        {
+            const std::lock_guard lock(_mutex);
+            if (!_account || _signInsUnderWay > 0 || !alter(*_account)) return;
+            account = _account;
+        }
+        // If that fails, the epoch is learned once more, or the person asked.
+        static_cast<void>(_file.write(*account));
     }
-    // If that fails, the epoch is learned once more, or the person asked.
-    static_cast<void>(_file.write(*account));
     followService(*account);
 }
 

@@ -84,11 +84,12 @@ class AccountKeeper final : public CloudSessionSource {
     const AccountFile _file;
     const std::unique_ptr<SecretStore> _secrets;
     const DispatchQueuePtr _queue;
+    std::mutex _fileMutex;  // of whoever writes the file; taken before the other
     mutable std::mutex _mutex;
     std::optional<StoredAccount> _account;
     std::optional<SecretPlace> _secretPlace;
-    int _signInsUnderWay = 0;    // between the writing of the file and the word to everybody
-    std::uint64_t _signIns = 0;  // that were begun
+    int _signInsUnderWay = 0;    // or sign-outs: between the writing of the file and the word to everybody
+    std::uint64_t _signIns = 0;  // that were begun, and sign-outs
     bool _isSecretWanted = false;
     std::string _soughtKey;  // of the secret that the queue is looking for
     std::atomic<bool> _isKeyringAsking = false;

@@ -211,14 +211,16 @@ int accountStatusCommand(CommandContext& context, CloudAccess& cloud) {
     if (!state.account) {
         context.print("Nobody is signed in.");
     } else {
-        context.print(fmt::format("Signed in as {} at {}.", state.account->name, state.account->serviceURL));
+        context.print(fmt::format("Signed in as {} at {}.", terminalLine(state.account->name),
+                                  terminalLine(state.account->serviceURL)));
         context.print(placeOf(state));
     }
     context.print(isOn ? "Sync is on." : "Sync is off.");
     context.print("Last good sync: " + (last ? context.labels.dateAsRelativeString(*last) : std::string("never")) +
                   ".");
     if (failure)
-        context.print("Last error, " + context.labels.dateAsRelativeString(failure->date) + ": " + failure->sentence);
+        context.print("Last error, " + context.labels.dateAsRelativeString(failure->date) + ": " +
+                      terminalLine(failure->sentence));
     context.print(counted(waiting, "reminder waits", "reminders wait") + " to be sent.");
     return ExitStatus::done;
 }

@@ -15,7 +15,8 @@ namespace {
 constexpr std::size_t sha256Digits = 64;
 
 std::string with(std::string_view sentence, const CKError& error) {
-    if (!error.description.empty()) return fmt::format("{} ({}).", sentence, error.description);
+    // The service's own words.
+    if (!error.description.empty()) return fmt::format("{} ({}).", sentence, terminalLine(error.description));
     return fmt::format("{} (error {}).", sentence, static_cast<std::int64_t>(error.code));
 }
 

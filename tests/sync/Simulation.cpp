@@ -162,6 +162,9 @@ class Life {
             crowd.push_back(std::make_shared<ZNReminderObject>(attributes));
         }
         did("import", where, std::to_string(size));
+        // What waits goes up with the crowd.
+        for (const auto& id : where.unsent())
+            _model.wentUpInParts(id);
         where.reminders().importReminders(crowd);
         _world.dispatch.runUntilIdle();
         land(where);

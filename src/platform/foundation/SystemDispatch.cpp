@@ -49,7 +49,10 @@ thread_local const DispatchQueue* runningQueue = nullptr;
 class SystemDispatch::Pool {
   public:
     Pool(const char* threadName, unsigned threadCount, int niceness)
-        : _threadName(threadName), _threadCount(threadCount), _niceness(niceness) {}
+        : _threadName(threadName),
+          _threadCount(threadCount),
+          _niceness(niceness),
+          _usualNiceness(getpriority(PRIO_PROCESS, 0)) {}
 
     ~Pool() { stop(); }
 
@@ -79,15 +82,16 @@ class SystemDispatch::Pool {
   private:
     void run() {
         pthread_setname_np(pthread_self(), _threadName);
-        // Who 0 is the calling thread here, and lowering one's own priority needs no permission. Whoever started the
-        // program may have lowered all of it.
-        if (_niceness) setpriority(PRIO_PROCESS, 0, getpriority(PRIO_PROCESS, 0) + _niceness);
+        // Who 0 is the calling thread here, and lowering one's own priority needs no permission. A thread begins with
+        // that of the one that starts it, which may be one of another pool.
+        if (_niceness) setpriority(PRIO_PROCESS, 0, _usualNiceness + _niceness);
         _context.run();
     }
 
     const char* const _threadName;
     const unsigned _threadCount;
     const int _niceness;
+    const int _usualNiceness;  // whoever started the program may have lowered all of it
     asio::io_context _context;
     asio::executor_work_guard<asio::io_context::executor_type> _work{_context.get_executor()};
     std::once_flag _started;
