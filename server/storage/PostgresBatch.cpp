@@ -115,12 +115,14 @@ std::optional<std::string> PostgresBatch::getForUpdate(std::string_view account,
         known->second.isLocked = true;
         return known->second.value;
     }
-    auto& row = _rows[{std::string(account), table, std::string(name)}];
-    if (!row.isLocked) {
-        auto stored = below().getForUpdate(account, table, name);
-        if (!row.isChanged) row.value = std::move(stored);
-        row.isLocked = true;
-    }
+    RowKey key{std::string(account), table, std::string(name)};
+    const auto known = _rows.find(key);
+    if (known != _rows.end() && known->second.isLocked) return known->second.value;
+    // First, for where that fails nothing is known of the row.
+    auto stored = below().getForUpdate(account, table, name);
+    auto& row = _rows[std::move(key)];
+    if (!row.isChanged) row.value = std::move(stored);
+    row.isLocked = true;
     return row.value;
 }
 

@@ -3,6 +3,11 @@
 #include <utility>
 
 namespace zun::cloud {
+namespace {
+
+constexpr std::chrono::seconds pauseAfterFailure(1);
+
+}  // namespace
 
 std::unique_ptr<PostgresConnection> PostgresSpares::take() {
     std::lock_guard lock(_mutex);
@@ -21,7 +26,7 @@ void PostgresSpares::make() {
     while (true) {
         {
             std::lock_guard lock(_mutex);
-            if (_wanted == 0) return;
+            if (_wanted == 0 || std::chrono::steady_clock::now() < _nextAttempt) return;
             --_wanted;
         }
         try {
@@ -29,7 +34,9 @@ void PostgresSpares::make() {
             std::lock_guard lock(_mutex);
             _made.push_back(std::move(connection));
         } catch (const StorageFailure&) {
-            want();
+            std::lock_guard lock(_mutex);
+            ++_wanted;
+            _nextAttempt = std::chrono::steady_clock::now() + pauseAfterFailure;
             return;
         }
     }
