@@ -120,8 +120,13 @@ void ZNCloudKitManager::fetchChangesForDatabase(CloudDatabaseKind kind, const Op
                 return again(serverToken);
             }
             const bool mayWait = type == ZNCloudKitErrorType::Retry && shouldRetry == ShouldRetry::Yes;
-            if (mayWait && retryAfter(error, [again, serverToken] { again(serverToken); })) return;
-            if (failure) failure(error);
+            const auto givenUp = [failure, error] {
+                if (failure) failure(error);
+            };
+            if (mayWait && retryAfter(
+                               error, [again, serverToken] { again(serverToken); }, givenUp))
+                return;
+            givenUp();
         }));
     database(kind).addOperation(operation);
 }
@@ -154,8 +159,11 @@ void ZNCloudKitManager::fetchChangesOfPrivateZone(const OptionalToken& serverTok
             const auto again = [=, this] {
                 fetchChangesOfPrivateZone(serverToken, ShouldRetry::Yes, quality, reading, success, failure);
             };
-            if (mayWait && retryAfter(error, again)) return;
-            if (failure) failure(error);
+            const auto givenUp = [failure, error] {
+                if (failure) failure(error);
+            };
+            if (mayWait && retryAfter(error, again, givenUp)) return;
+            givenUp();
         }));
     database(CloudDatabaseKind::Private).addOperation(operation);
 }
@@ -198,11 +206,14 @@ void ZNCloudKitManager::fetchZoneChanges(const std::shared_ptr<const ZoneFetch>&
                 return;
             }
             const auto again = [this, fetch] { fetchZoneChanges(fetch); };
-            if (type == ZNCloudKitErrorType::Retry && (*isFetchedAgain || retryAfter(error, again))) {
+            const auto givenUp = [fetch, error] {
+                if (fetch->failure) fetch->failure(error);
+            };
+            if (type == ZNCloudKitErrorType::Retry && (*isFetchedAgain || retryAfter(error, again, givenUp))) {
                 *isFetchedAgain = true;
                 return;
             }
-            if (fetch->failure) fetch->failure(error);
+            givenUp();
         }));
     database(fetch->kind).addOperation(operation);
 }

@@ -89,8 +89,11 @@ void ZNCloudKitManager::handleChangeError(const OptionalError& error, const Bloc
     }
     const bool mayWait = type == ZNCloudKitErrorType::Retry && shouldRetry == ShouldRetry::Yes;
     const auto again = [=, this] { pushLocalChanges(success, failure, shouldRetry); };
-    if (mayWait && retryAfter(error, again)) return;
-    if (failure) failure(error);
+    const auto givenUp = [failure, error] {
+        if (failure) failure(error);
+    };
+    if (mayWait && retryAfter(error, again, givenUp)) return;
+    givenUp();
 }
 
 void ZNCloudKitManager::handleLocalDeletions(Block completion) {

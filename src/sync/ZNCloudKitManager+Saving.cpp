@@ -86,6 +86,10 @@ void ZNCloudKitManager::saveRecordsToCloudkit(CloudItems items, OverwriteValues 
                 if (withSuccess) withSuccess(deletes ? CloudItems(deleted) : CloudItems(saved));
                 return;
             }
+            const auto givenUp = [this, withError, error] {
+                postSyncError(error);
+                if (withError) withError(error);
+            };
             if (type == ZNCloudKitErrorType::Retry) {
                 auto all = takeItems();
                 // A single one that is too large stays too large.
@@ -94,10 +98,9 @@ void ZNCloudKitManager::saveRecordsToCloudkit(CloudItems items, OverwriteValues 
                 const auto again = [=, this, all = std::move(all)] {
                     saveRecordsToCloudkit(all, overwriteValues, kind, ShouldRetry::No, withSuccess, withError);
                 };
-                if (shouldRetry == ShouldRetry::Yes && retryAfter(error, again)) return;
+                if (shouldRetry == ShouldRetry::Yes && retryAfter(error, again, givenUp)) return;
             }
-            postSyncError(error);
-            if (withError) withError(error);
+            givenUp();
         }));
     database(kind).addOperation(operation);
 }
@@ -138,13 +141,16 @@ void ZNCloudKitManager::saveRecordToCloudkit(const CKRecord& record, ShouldRetry
                             saveRecordToCloudkit(record, ShouldRetry::No, success, failure);
                         };
                         const bool mayWait = type == ZNCloudKitErrorType::Retry && shouldRetry == ShouldRetry::Yes;
-                        if (mayWait && retryAfter(error, again)) return;
+                        const auto givenUp = [failure, error] {
+                            if (failure) failure(error);
+                        };
+                        if (mayWait && retryAfter(error, again, givenUp)) return;
                         // A reminder that is in the cloud already is no failure that anybody should see.
                         if (type == ZNCloudKitErrorType::ServerRecordChanged)
                             NSLog("Attempting to save a record that already exists");
                         else
                             postSyncError(error);
-                        if (failure) failure(error);
+                        givenUp();
                     }));
 }
 
@@ -163,15 +169,18 @@ void ZNCloudKitManager::fetchRecordOnCloudkit(const CKRecordID& recordID, CloudD
                 if (withSuccess) withSuccess(record);
                 return;
             }
+            const auto givenUp = [withFailure, error] {
+                if (withFailure) withFailure(error);
+            };
             if (type == ZNCloudKitErrorType::Retry) {
                 const auto again = [=, this] {
                     fetchRecordOnCloudkit(recordID, kind, ShouldRetry::No, withSuccess, withFailure);
                 };
-                if (shouldRetry == ShouldRetry::Yes && retryAfter(error, again)) return;
+                if (shouldRetry == ShouldRetry::Yes && retryAfter(error, again, givenUp)) return;
             } else {
                 postSyncError(error);
             }
-            if (withFailure) withFailure(error);
+            givenUp();
         }));
 }
 
@@ -185,15 +194,18 @@ void ZNCloudKitManager::deleteRecord(const CKRecordID& recordID, ShouldRetry sho
                                     if (success) success();
                                     return;
                                 }
+                                const auto givenUp = [failure, error] {
+                                    if (failure) failure(error);
+                                };
                                 if (type == ZNCloudKitErrorType::Retry) {
                                     const auto again = [=, this] {
                                         deleteRecord(recordID, ShouldRetry::No, success, failure);
                                     };
-                                    if (shouldRetry == ShouldRetry::Yes && retryAfter(error, again)) return;
+                                    if (shouldRetry == ShouldRetry::Yes && retryAfter(error, again, givenUp)) return;
                                 } else {
                                     postSyncError(error);
                                 }
-                                if (failure) failure(error);
+                                givenUp();
                             }));
 }
 

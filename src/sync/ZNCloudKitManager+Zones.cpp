@@ -138,8 +138,11 @@ void ZNCloudKitManager::queryOperation(std::shared_ptr<CKQueryOperation> operati
                 return;
             }
             const auto restart = [goOn] { goOn(std::nullopt); };
-            if (type == ZNCloudKitErrorType::Retry && retryAfter(error, restart)) return;
-            if (failure) failure(error);
+            const auto givenUp = [failure, error] {
+                if (failure) failure(error);
+            };
+            if (type == ZNCloudKitErrorType::Retry && retryAfter(error, restart, givenUp)) return;
+            givenUp();
         }));
     database(kind).addOperation(operation);
 }

@@ -81,18 +81,20 @@ OptionalError ZNCloudKitManager::failure() const {
     return _failure;
 }
 
-bool ZNCloudKitManager::retryAfter(const OptionalError& error, Block block) {
+bool ZNCloudKitManager::retryAfter(const OptionalError& error, Block block, Block givenUp) {
     const double seconds = error ? error->retryAfter() : 0;
     if (!(seconds > 0)) return false;
     const std::chrono::microseconds wait(
         static_cast<std::int64_t>(std::min(seconds, longestWait) * microsecondsPerSecond));
     _with.dispatch.main()->asyncAfter(
-        wait, guarded([this, block = std::move(block), asked = _with.container.ubiquityIdentityToken()] {
-            // What was meant for one account is not for another. With nobody signed in it fails, which leaves its
-            // marks.
+        wait, guarded([this, block = std::move(block), givenUp = std::move(givenUp),
+                       asked = _with.container.ubiquityIdentityToken()] {
+            // What was meant for one account is not for another, whose first pass may have been refused meanwhile. With
+            // nobody signed in it fails by itself.
             const auto now = _with.container.ubiquityIdentityToken();
-            if (now && asked && *now != *asked) return;
-            _with.dispatch.concurrent(QualityOfService::UserInitiated)->async(guarded(block));
+            const bool isForAnother = now && asked && *now != *asked;
+            if (isForAnother) _isAnotherPassWanted = true;
+            _with.dispatch.concurrent(QualityOfService::UserInitiated)->async(guarded(isForAnother ? givenUp : block));
         }));
     return true;
 }

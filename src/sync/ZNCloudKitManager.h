@@ -162,8 +162,9 @@ class ZNCloudKitManager final : public ReminderCloudPushes,
     void onSyncComplete();
     void endPass();
     void timeoutPeriodReached();
-    // False, and nothing scheduled, if the error asks for no wait.
-    bool retryAfter(const OptionalError& error, Block block);
+    // False, and nothing scheduled, if the error asks for no wait. Where another account has signed in meanwhile, the
+    // second block runs in place of the first.
+    bool retryAfter(const OptionalError& error, Block block, Block givenUp);
 
     // Its steps.
     void fetchPrivateRecordZone(Block completion, Failure failure);
