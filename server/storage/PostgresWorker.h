@@ -16,7 +16,8 @@ class PostgresWorker {
   public:
     PostgresWorker(const std::string& address, PostgresQueue& queue, RememberedRows& remembered,
                    PostgresTurn::Woken woken, std::unique_ptr<PostgresConnection> connection = nullptr);
-    // Until the queue ends. `reached` runs after each turn of several that found the server well.
+    // Until the queue ends. `reached` runs after each turn, but for those of one job done alone, that found the server
+    // well.
     void run(const std::function<void()>& reached);
 
   private:

@@ -56,8 +56,7 @@ void explainConnection(CommandContext& context, const CloudAccess& cloud, const 
         if (error->description.find("SSL") != std::string::npos)
             context.fail(
                 "What answers there shows no certificate. It may speak plain HTTP, which is taken only on this "
-                "computer "
-                "itself, as http://127.0.0.1:PORT.");
+                "computer itself, as http://127.0.0.1:PORT.");
         return;
     }
     if (shown->fingerprint == service.certificateFingerprint) return;
