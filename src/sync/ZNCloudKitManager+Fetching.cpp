@@ -6,6 +6,7 @@
 
 #include "platform/foundation/Log.h"
 #include "sync/ArchivedZoneID.h"
+#include "sync/Reporting.h"
 #include "sync/ZNCloudKitManager.h"
 
 namespace zun {
@@ -120,9 +121,7 @@ void ZNCloudKitManager::fetchChangesForDatabase(CloudDatabaseKind kind, const Op
                 return again(serverToken);
             }
             const bool mayWait = type == ZNCloudKitErrorType::Retry && shouldRetry == ShouldRetry::Yes;
-            const auto givenUp = [failure, error] {
-                if (failure) failure(error);
-            };
+            const auto givenUp = reporting(failure, error);
             if (mayWait && retryAfter(
                                error, [again, serverToken] { again(serverToken); }, givenUp))
                 return;
@@ -159,9 +158,7 @@ void ZNCloudKitManager::fetchChangesOfPrivateZone(const OptionalToken& serverTok
             const auto again = [=, this] {
                 fetchChangesOfPrivateZone(serverToken, ShouldRetry::Yes, quality, reading, success, failure);
             };
-            const auto givenUp = [failure, error] {
-                if (failure) failure(error);
-            };
+            const auto givenUp = reporting(failure, error);
             if (mayWait && retryAfter(error, again, givenUp)) return;
             givenUp();
         }));
@@ -206,9 +203,7 @@ void ZNCloudKitManager::fetchZoneChanges(const std::shared_ptr<const ZoneFetch>&
                 return;
             }
             const auto again = [this, fetch] { fetchZoneChanges(fetch); };
-            const auto givenUp = [fetch, error] {
-                if (fetch->failure) fetch->failure(error);
-            };
+            const auto givenUp = reporting(fetch->failure, error);
             if (type == ZNCloudKitErrorType::Retry && (*isFetchedAgain || retryAfter(error, again, givenUp))) {
                 *isFetchedAgain = true;
                 return;

@@ -4,6 +4,7 @@
 #include <utility>
 
 #include "platform/foundation/Log.h"
+#include "sync/Reporting.h"
 #include "sync/ZNCloudKitManager.h"
 
 namespace zun {
@@ -89,9 +90,7 @@ void ZNCloudKitManager::handleChangeError(const OptionalError& error, const Bloc
     }
     const bool mayWait = type == ZNCloudKitErrorType::Retry && shouldRetry == ShouldRetry::Yes;
     const auto again = [=, this] { pushLocalChanges(success, failure, shouldRetry); };
-    const auto givenUp = [failure, error] {
-        if (failure) failure(error);
-    };
+    const auto givenUp = reporting(failure, error);
     if (mayWait && retryAfter(error, again, givenUp)) return;
     givenUp();
 }

@@ -5,6 +5,7 @@
 #include "platform/foundation/Log.h"
 #include "sync/ArchivedZoneID.h"
 #include "sync/ReminderRecord.h"
+#include "sync/Reporting.h"
 #include "sync/ZNCloudKitManager.h"
 
 namespace zun {
@@ -141,9 +142,7 @@ void ZNCloudKitManager::saveRecordToCloudkit(const CKRecord& record, ShouldRetry
                             saveRecordToCloudkit(record, ShouldRetry::No, success, failure);
                         };
                         const bool mayWait = type == ZNCloudKitErrorType::Retry && shouldRetry == ShouldRetry::Yes;
-                        const auto givenUp = [failure, error] {
-                            if (failure) failure(error);
-                        };
+                        const auto givenUp = reporting(failure, error);
                         if (mayWait && retryAfter(error, again, givenUp)) return;
                         // A reminder that is in the cloud already is no failure that anybody should see.
                         if (type == ZNCloudKitErrorType::ServerRecordChanged)
@@ -169,9 +168,7 @@ void ZNCloudKitManager::fetchRecordOnCloudkit(const CKRecordID& recordID, CloudD
                 if (withSuccess) withSuccess(record);
                 return;
             }
-            const auto givenUp = [withFailure, error] {
-                if (withFailure) withFailure(error);
-            };
+            const auto givenUp = reporting(withFailure, error);
             if (type == ZNCloudKitErrorType::Retry) {
                 const auto again = [=, this] {
                     fetchRecordOnCloudkit(recordID, kind, ShouldRetry::No, withSuccess, withFailure);
@@ -194,9 +191,7 @@ void ZNCloudKitManager::deleteRecord(const CKRecordID& recordID, ShouldRetry sho
                                     if (success) success();
                                     return;
                                 }
-                                const auto givenUp = [failure, error] {
-                                    if (failure) failure(error);
-                                };
+                                const auto givenUp = reporting(failure, error);
                                 if (type == ZNCloudKitErrorType::Retry) {
                                     const auto again = [=, this] {
                                         deleteRecord(recordID, ShouldRetry::No, success, failure);

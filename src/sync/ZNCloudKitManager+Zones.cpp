@@ -2,6 +2,7 @@
 #include <utility>
 
 #include "sync/ReminderRecord.h"
+#include "sync/Reporting.h"
 #include "sync/ZNCloudKitManager.h"
 
 namespace zun {
@@ -138,9 +139,7 @@ void ZNCloudKitManager::queryOperation(std::shared_ptr<CKQueryOperation> operati
                 return;
             }
             const auto restart = [goOn] { goOn(std::nullopt); };
-            const auto givenUp = [failure, error] {
-                if (failure) failure(error);
-            };
+            const auto givenUp = reporting(failure, error);
             if (type == ZNCloudKitErrorType::Retry && retryAfter(error, restart, givenUp)) return;
             givenUp();
         }));
