@@ -48,7 +48,7 @@ int openServingLock(const Place& place) {
 }  // namespace
 
 std::unique_ptr<Storage> openStorage(const Place& place, IfMissing ifMissing) {
-    if (!place.database.empty()) return std::make_unique<PostgresStorage>(place.database);
+    if (!place.database.empty()) return std::make_unique<PostgresStorage>(PostgresServer{place.database});
     const auto folder = folderOf(place);
     if (ifMissing == IfMissing::Refuse) requireRows(folder);
     return std::make_unique<SqliteStorage>(folder);

@@ -27,8 +27,8 @@ class PostgresConnection final : public Transaction {
     using Rows = std::vector<std::optional<std::string>>;
 
     // Throws StorageFailure, as everything here that does not say otherwise.
-    explicit PostgresConnection(const std::string& address, PostgresLink::Table table = PostgresLink::Table::Expected)
-        : _link(address, table) {}
+    explicit PostgresConnection(const PostgresServer& server, PostgresLink::Table table = PostgresLink::Table::Expected)
+        : _link(server, table) {}
 
     [[nodiscard]] bool isOpen() const { return _link.isOpen(); }
     [[nodiscard]] bool isStillOpen() noexcept { return _link.isStillOpen(); }
@@ -48,6 +48,9 @@ class PostgresConnection final : public Transaction {
     // be when the socket is readable, the second half does not wait. Between the halves nothing else is asked.
     [[nodiscard]] bool hasAnswer() noexcept { return _link.isCollected(); }
     [[nodiscard]] int socket() const { return _link.socket(); }
+    // Whether the server has taken too long between the halves. Once it is given up, the second half fails.
+    [[nodiscard]] bool hasGoneSilent() const { return _link.hasGoneSilent(); }
+    void giveUp() noexcept { _link.giveUp(); }
 
     void startCommit() {
         _link.say("commit");

@@ -10,6 +10,8 @@ using namespace std::chrono_literals;
 
 // About as long as a disk takes for a commit, and as a client on the same machine to ask again.
 constexpr auto patience = 200us;
+// How often the silence of a server is looked at.
+constexpr auto lookInterval = 1s;
 
 }  // namespace
 
@@ -86,6 +88,7 @@ void PostgresLane::step(void (PostgresTurn::*what)()) {
         ((*_turn).*what)();
         if (_turn->isUnderWay()) {
             _watch->whenReadable([this] { goOn(); });
+            watchOverTurn();
             return;
         }
     } catch (const StorageFailure& failure) {
@@ -95,6 +98,22 @@ void PostgresLane::step(void (PostgresTurn::*what)()) {
     _turn.reset();
     _awaited = std::min(_awaited + _waiting.size(), jobsPerTurn);
     plan();
+}
+
+// By one timer, whatever number of turns pass.
+void PostgresLane::watchOverTurn() {
+    if (std::exchange(_isTurnWatchedOver, true)) return;
+    _loop.after(lookInterval, [this] {
+        _isTurnWatchedOver = false;
+        if (!_turn) return;
+        if (!_connection->hasGoneSilent()) {
+            watchOverTurn();
+            return;
+        }
+        _watch.reset();
+        _connection->giveUp();
+        step(&PostgresTurn::goOn);
+    });
 }
 
 void PostgresLane::meet(const StorageFailure& failure) {

@@ -6,7 +6,8 @@
 // server where a request asks for rows that were not guessed.
 //
 // A turn of writes begins when as many are there as had come when the last one ended, since those who were answered may
-// well ask again at once; but it does not wait for them for longer than a commit takes anyway.
+// well ask again at once; but it does not wait for them for longer than a commit takes anyway. A connection whose
+// server has been silent for too long is left, and the queue looks for another.
 
 #include <chrono>
 #include <memory>
@@ -39,6 +40,7 @@ class PostgresLane {
     void meet(const StorageFailure& failure);
     [[nodiscard]] bool connectIfNeeded();
     void wantConnection();
+    void watchOverTurn();
 
     const PostgresJob::Kind _kind;
     EventLoop& _loop;
@@ -49,6 +51,7 @@ class PostgresLane {
     std::unique_ptr<PostgresConnection> _connection;
     std::unique_ptr<EventLoop::Watch> _watch;
     bool _isConnectionWanted = false;
+    bool _isTurnWatchedOver = false;
     PostgresJobs _waiting;
     std::size_t _awaited = 1;                        // how many are worth waiting for
     std::optional<std::chrono::microseconds> _wait;  // of the plan for the next turn

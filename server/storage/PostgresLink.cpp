@@ -1,5 +1,7 @@
 #include "server/storage/PostgresLink.h"
 
+#include <poll.h>
+
 #include <algorithm>
 #include <array>
 #include <initializer_list>
@@ -91,6 +93,21 @@ bool isOneOf(const char* state, std::initializer_list<std::string_view> beginnin
                                 [&](std::string_view each) { return std::string_view(state).starts_with(each); });
 }
 
+enum class Waited { Heard, InVain };
+
+// Takes what has come, and sends what still waits to be sent.
+Waited waitForServer(PGconn* connection, short events, std::chrono::milliseconds patience) noexcept {
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (PQstatus(connection) == CONNECTION_OK) {
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - std::chrono::steady_clock::now());
+        if (left.count() <= 0) return Waited::InVain;
+        pollfd socket{PQsocket(connection), events, 0};
+        if (::poll(&socket, 1, static_cast<int>(left.count())) <= 0) continue;
+        return PQconsumeInput(connection) == 1 ? Waited::Heard : Waited::InVain;
+    }
+    return Waited::InVain;
+}
+
 // The server ends the connection, or has become a copy of another one. This may be heard before the end itself is.
 bool isLastWord(const PGresult* result) {
     return isOneOf(PQresultErrorField(result, PG_DIAG_SQLSTATE), {"08", "57P", "25006", "25P03"});
@@ -98,7 +115,7 @@ bool isLastWord(const PGresult* result) {
 
 }  // namespace
 
-std::unique_ptr<PGconn, PostgresClose> connectToPostgres(const std::string& address) {
+PostgresHandle connectToPostgres(const PostgresServer& server) {
     // What the address says comes last and counts.
     constexpr std::array<std::pair<const char*, const char*>, 6> defaults{{{"application_name", "zun-cloud"},
                                                                            {"connect_timeout", "3"},
@@ -112,11 +129,27 @@ std::unique_ptr<PGconn, PostgresClose> connectToPostgres(const std::string& addr
         values.push_back(value);
     }
     keywords.insert(keywords.end(), {"dbname", nullptr});
-    values.insert(values.end(), {address.c_str(), nullptr});
-    return std::unique_ptr<PGconn, PostgresClose>(PQconnectdbParams(keywords.data(), values.data(), 1));
+    values.insert(values.end(), {server.address.c_str(), nullptr});
+    PostgresHandle handle(PQconnectdbParams(keywords.data(), values.data(), 1));
+    // So that nothing waits for the server but what says so here.
+    if (PQstatus(handle.get()) == CONNECTION_OK) (void)PQsetnonblocking(handle.get(), 1);
+    return handle;
 }
 
-PostgresLink::PostgresLink(const std::string& address, Table table) : _handle(connectToPostgres(address)) {
+PostgresResult command(PGconn* connection, const char* sql, std::chrono::milliseconds patience) noexcept {
+    PostgresResult answer;
+    if (PQsendQuery(connection, sql) != 1) return nullptr;
+    while (true) {
+        while (PQisBusy(connection) != 0)
+            if (waitForServer(connection, POLLIN, patience) != Waited::Heard) return nullptr;
+        PostgresResult next(PQgetResult(connection));
+        if (!next) return answer;
+        if (!answer || PQresultStatus(answer.get()) != PGRES_FATAL_ERROR) answer = std::move(next);
+    }
+}
+
+PostgresLink::PostgresLink(const PostgresServer& server, Table table)
+    : _handle(connectToPostgres(server)), _patience(server.patience) {
     if (!isOpen()) throw StorageFailure(std::string("PostgreSQL: ") + PQerrorMessage(_handle.get()));
     PQsetNoticeProcessor(
         _handle.get(), [](void*, const char*) {}, nullptr);
@@ -135,14 +168,15 @@ void PostgresLink::prepare() {
 }
 
 void PostgresLink::execute(const char* sql) {
-    const PostgresResult result(PQexec(_handle.get(), sql));
+    const auto result = command(_handle.get(), sql, _patience);
     if (PQresultStatus(result.get()) != PGRES_COMMAND_OK) fail(result.get());
 }
 
 void PostgresLink::fail(const PGresult* result) {
-    const auto text = std::string("PostgreSQL: ") + (result    ? PQresultErrorMessage(result)
-                                                     : _handle ? PQerrorMessage(_handle.get())
-                                                               : "the connection is broken");
+    const auto text = std::string("PostgreSQL: ") + (result       ? PQresultErrorMessage(result)
+                                                     : _isGivenUp ? "the server has not answered for too long"
+                                                     : _handle    ? PQerrorMessage(_handle.get())
+                                                                  : "the connection is broken");
     if (!result) throw StorageFailure(text);
     // Serialization failure, deadlock, a lock that did not come.
     if (isOneOf(PQresultErrorField(result, PG_DIAG_SQLSTATE), {"40001", "40P01", "55P03"}))
@@ -183,8 +217,23 @@ PostgresResult PostgresLink::ask(const char* statement, const Values& values) {
 void PostgresLink::startCollecting() {
     _said = 0;
     _collected = {};
-    if (!isOpen() || PQpipelineSync(_handle.get()) != 1) fail(nullptr);
+    if (!isOpen() || PQpipelineSync(_handle.get()) != 1 || !flush()) fail(nullptr);
     ++_syncs;
+    _heard = std::chrono::steady_clock::now();
+}
+
+// A server that is sent much sends answers meanwhile, and may wait for somebody to take them.
+bool PostgresLink::flush() noexcept {
+    int left = 0;
+    while (isOpen() && (left = PQflush(_handle.get())) == 1)
+        if (waitForServer(_handle.get(), POLLIN | POLLOUT, _patience) == Waited::InVain) giveUp();
+    return isOpen() && left == 0;
+}
+
+void PostgresLink::giveUp() noexcept {
+    if (!isOpen()) return;
+    _isGivenUp = true;
+    _handle.reset();
 }
 
 // After a failure the server skips what was sent after it; the first failure is the one that counts.
@@ -208,6 +257,7 @@ void PostgresLink::takeResult() {
 }
 
 bool PostgresLink::isCollected() noexcept {
+    _heard = std::chrono::steady_clock::now();
     if (_syncs > 0 && isOpen()) (void)PQconsumeInput(_handle.get());
     while (_syncs > 0 && isOpen() && PQisBusy(_handle.get()) == 0)
         takeResult();
@@ -215,8 +265,13 @@ bool PostgresLink::isCollected() noexcept {
 }
 
 std::vector<PostgresResult> PostgresLink::endCollecting() {
-    while (_syncs > 0 && isOpen())
-        takeResult();
+    while (_syncs > 0 && isOpen()) {
+        if (PQisBusy(_handle.get()) == 0) {
+            takeResult();
+        } else if (waitForServer(_handle.get(), POLLIN, _patience) == Waited::InVain) {
+            giveUp();
+        }
+    }
     if (_collected.failed || !isOpen()) fail(std::exchange(_collected.failed, nullptr).get());
     return std::exchange(_collected.answers, {});
 }
@@ -225,7 +280,7 @@ void PostgresLink::send() noexcept {
     _said = 0;
     if (!isOpen() || PQpipelineSync(_handle.get()) != 1) return;
     _ignored = ++_syncs;
-    (void)PQflush(_handle.get());
+    (void)flush();
 }
 
 void PostgresLink::rollback() noexcept {

@@ -6,6 +6,7 @@
 
 #include <libpq-fe.h>
 
+#include <chrono>
 #include <memory>
 #include <string>
 #include <vector>
@@ -32,16 +33,28 @@ struct PostgresClose {
 };
 using PostgresResult = std::unique_ptr<PGresult, PostgresClose>;
 
+using PostgresHandle = std::unique_ptr<PGconn, PostgresClose>;
+
+struct PostgresServer {
+    std::string address;  // as libpq reads it
+    // So long it may take over an answer, or over one part of it, before it is given up: one on the same machine may
+    // stand still without hanging up.
+    std::chrono::milliseconds patience = std::chrono::seconds(10);
+};
+
 // Connects to where libpq's words for an address lead, or to the first of several hosts that it asks for. A host that
 // has gone silent is given up after some seconds, unless the address says otherwise. Not open if nobody answers.
-[[nodiscard]] std::unique_ptr<PGconn, PostgresClose> connectToPostgres(const std::string& address);
+[[nodiscard]] PostgresHandle connectToPostgres(const PostgresServer& server);
+// Commands outside of a pipeline. Nothing if the server does not answer; else the first answer that is a failure, or
+// the last one.
+[[nodiscard]] PostgresResult command(PGconn* connection, const char* sql, std::chrono::milliseconds patience) noexcept;
 
 class PostgresLink {
   public:
     using Values = std::vector<std::string_view>;
     enum class Table { Expected, MadeIfMissing };
 
-    PostgresLink(const std::string& address, Table table);
+    PostgresLink(const PostgresServer& server, Table table);
 
     // False once it has been found broken, or of no more use: the server has ended it or takes no writes.
     [[nodiscard]] bool isOpen() const { return _handle && PQstatus(_handle.get()) == CONNECTION_OK; }
@@ -60,8 +73,13 @@ class PostgresLink {
         return endCollecting();
     }
     void startCollecting();
-    // Takes what has come; whether that is all of it, so that endCollecting() does not wait.
+    // When there is something to read: takes what has come. Whether that is all of it, so that endCollecting() does not
+    // wait.
     [[nodiscard]] bool isCollected() noexcept;
+    // Whether nothing has come for too long since startCollecting().
+    [[nodiscard]] bool hasGoneSilent() const { return std::chrono::steady_clock::now() - _heard > _patience; }
+    // Not open any more; what is collected fails. Never fails.
+    void giveUp() noexcept;
     std::vector<PostgresResult> endCollecting();
     // Readable when there may be more of it; -1 without a connection.
     [[nodiscard]] int socket() const { return _handle ? PQsocket(_handle.get()) : -1; }
@@ -71,12 +89,16 @@ class PostgresLink {
     void rollback() noexcept;
 
   private:
+    [[nodiscard]] bool flush() noexcept;
     void takeResult();
     void prepare();
     void execute(const char* sql);
     [[noreturn]] void fail(const PGresult* result);
 
-    std::unique_ptr<PGconn, PostgresClose> _handle;
+    PostgresHandle _handle;
+    std::chrono::milliseconds _patience;
+    std::chrono::steady_clock::time_point _heard;  // when it was asked, or something came
+    bool _isGivenUp = false;
     int _said = 0;     // since the last collect()
     int _syncs = 0;    // ends of what was sent whose answers were not read yet
     int _ignored = 0;  // of these, how many nobody wants to know about

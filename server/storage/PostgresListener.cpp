@@ -6,8 +6,6 @@
 
 #include <array>
 
-#include "server/storage/PostgresLink.h"
-
 namespace zun::cloud {
 namespace {
 
@@ -15,8 +13,8 @@ constexpr int waitBeforeListeningAgain = 500;  // milliseconds
 
 }  // namespace
 
-PostgresListener::PostgresListener(std::string address, Heard heard)
-    : _address(std::move(address)),
+PostgresListener::PostgresListener(PostgresServer server, Heard heard)
+    : _server(std::move(server)),
       _heard(std::move(heard)),
       _ending(::eventfd(0, EFD_CLOEXEC)),
       _thread([this] { run(); }) {}
@@ -42,8 +40,8 @@ void PostgresListener::run() {
 
 // Returns when the thread shall end.
 void PostgresListener::listen() {
-    const auto connection = connectToPostgres(_address);
-    const PostgresResult begun(PQexec(connection.get(), "LISTEN zun_wake"));
+    const auto connection = connectToPostgres(_server);
+    const auto begun = command(connection.get(), "LISTEN zun_wake", _server.patience);
     if (PQresultStatus(begun.get()) != PGRES_COMMAND_OK) throw StorageFailure("PostgreSQL: cannot listen");
     // Whatever was said while nobody listened.
     _heard({});

@@ -7,6 +7,8 @@
 #include <string>
 #include <thread>
 
+#include "server/storage/PostgresLink.h"
+
 namespace zun::cloud {
 
 class PostgresListener {
@@ -14,7 +16,7 @@ class PostgresListener {
     // Runs on the listener's thread. Without a payload: something may have been missed.
     using Heard = std::function<void(const std::string& payload)>;
 
-    PostgresListener(std::string address, Heard heard);
+    PostgresListener(PostgresServer server, Heard heard);
     // Waits for a call that is under way.
     ~PostgresListener();
     PostgresListener(const PostgresListener&) = delete;
@@ -24,7 +26,7 @@ class PostgresListener {
     void run();
     void listen();
 
-    const std::string _address;
+    const PostgresServer _server;
     const Heard _heard;
     const int _ending;  // readable when the thread shall end
     std::thread _thread;

@@ -1,5 +1,6 @@
 #include "server/storage/PostgresQueue.h"
 
+#include <algorithm>
 #include <iterator>
 
 namespace zun::cloud {
@@ -17,6 +18,14 @@ PostgresJobs takeTogether(PostgresJobs& waiting) {
         waiting.pop_front();
     }
     return together;
+}
+
+PostgresJobs takeOverdue(PostgresJobs& waiting) {
+    PostgresJobs overdue, rest;
+    for (auto& job : waiting)
+        (job.isOverdue() ? overdue : rest).push_back(std::move(job));
+    waiting = std::move(rest);
+    return overdue;
 }
 
 void endAll(PostgresJobs& jobs, const std::optional<StorageFailure>& how) {
@@ -99,12 +108,8 @@ void PostgresQueue::waitUntilIdle() {
 PostgresJobs PostgresQueue::takeOverdue() {
     PostgresJobs overdue;
     std::lock_guard lock(_mutex);
-    for (auto* waiting : {&_reads, &_writes, &_alone}) {
-        PostgresJobs rest;
-        for (auto& job : *waiting)
-            (job.isOverdue() ? overdue : rest).push_back(std::move(job));
-        *waiting = std::move(rest);
-    }
+    for (auto* waiting : {&_reads, &_writes, &_alone})
+        std::ranges::move(zun::cloud::takeOverdue(*waiting), std::back_inserter(overdue));
     return overdue;
 }
 

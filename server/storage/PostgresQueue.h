@@ -31,6 +31,8 @@ using PostgresJobs = std::deque<PostgresJob>;
 constexpr std::size_t jobsPerTurn = 64;
 // Removes as many from the front, or all.
 [[nodiscard]] PostgresJobs takeTogether(PostgresJobs& waiting);
+// Removes those that have waited too long.
+[[nodiscard]] PostgresJobs takeOverdue(PostgresJobs& waiting);
 // Removes all of them.
 void endAll(PostgresJobs& jobs, const std::optional<StorageFailure>& how);
 
@@ -51,7 +53,6 @@ class PostgresQueue {
     // Of a thread that takes the next one itself.
     void endTurn(PostgresJob::Kind kind, bool isAlone);
     void waitUntilIdle();
-    // Removes what has waited too long.
     [[nodiscard]] PostgresJobs takeOverdue();
     void end();
 

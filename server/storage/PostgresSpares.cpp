@@ -30,7 +30,7 @@ void PostgresSpares::make() {
             --_wanted;
         }
         try {
-            auto connection = std::make_unique<PostgresConnection>(_address);
+            auto connection = std::make_unique<PostgresConnection>(_server);
             std::lock_guard lock(_mutex);
             _made.push_back(std::move(connection));
         } catch (const StorageFailure&) {

@@ -14,7 +14,7 @@ namespace zun::cloud {
 
 class PostgresSpares {
   public:
-    explicit PostgresSpares(std::string address) : _address(std::move(address)) {}
+    explicit PostgresSpares(PostgresServer server) : _server(std::move(server)) {}
 
     // Null if there is none yet.
     [[nodiscard]] std::unique_ptr<PostgresConnection> take();
@@ -25,7 +25,7 @@ class PostgresSpares {
     void make();
 
   private:
-    const std::string _address;
+    const PostgresServer _server;
     std::mutex _mutex;
     unsigned _wanted = 0;
     std::chrono::steady_clock::time_point _nextAttempt;

@@ -8,6 +8,9 @@
 namespace zun::cloud {
 namespace {
 
+// Of work on everything there is, which somebody at a terminal waits for.
+constexpr std::chrono::hours untroubled(24);
+
 std::string makeMark() {
     std::uint64_t mark = 0;
     if (::getrandom(&mark, sizeof mark, 0) != sizeof mark)
@@ -41,16 +44,16 @@ class PostgresStorage::Place final : public Seat {
 
 thread_local PostgresStorage::Place* PostgresStorage::Place::ofThread = nullptr;
 
-PostgresStorage::PostgresStorage(std::string address, unsigned connections)
-    : _address(std::move(address)), _mark(makeMark()), _spares(_address) {
+PostgresStorage::PostgresStorage(PostgresServer server, unsigned connections)
+    : _server(std::move(server)), _mark(makeMark()), _spares(_server) {
     // The first one in this thread, so that a wrong address is told at once.
-    auto first = std::make_unique<PostgresConnection>(_address, PostgresLink::Table::MadeIfMissing);
+    auto first = std::make_unique<PostgresConnection>(_server, PostgresLink::Table::MadeIfMissing);
     for (unsigned number = 0; number < connections; ++number)
         _threads.emplace_back([this, connection = std::move(first)]() mutable {
             const auto woken = [this](auto& link, const auto& accounts) { wake(link, accounts); };
-            PostgresWorker(_address, _queue, _remembered, woken, std::move(connection)).run([this] { _spares.make(); });
+            PostgresWorker(_server, _queue, _remembered, woken, std::move(connection)).run([this] { _spares.make(); });
         });
-    _others.emplace(_address, [this](const std::string& payload) {
+    _others.emplace(_server, [this](const std::string& payload) {
         if (!payload.starts_with(_mark))
             _listener.tell(std::array{payload.substr(std::min(_mark.size(), payload.size()))});
     });
@@ -97,14 +100,14 @@ void PostgresStorage::setWakeListener(WakeListener listener) {
 }
 
 void PostgresStorage::dump(const RowVisitor& visitor) {
-    PostgresConnection connection(_address);
+    PostgresConnection connection({_server.address, untroubled});
     connection.begin(PostgresConnection::Mode::Read);
     connection.dump(visitor);
     connection.rollback();
 }
 
 void PostgresStorage::load(const std::function<void(const RowVisitor& add)>& rows) {
-    PostgresConnection connection(_address);
+    PostgresConnection connection({_server.address, untroubled});
     connection.begin(PostgresConnection::Mode::Write);
     connection.eraseAll();
     // What is not committed is gone with the connection.

@@ -24,9 +24,9 @@ namespace zun::cloud {
 
 class PostgresStorage final : public Storage {
   public:
-    // An address as libpq reads it, with several hosts for a server that may be replaced by another. Throws
+    // The address may have several hosts for a server that may be replaced by another. Throws
     // StorageFailure if nobody answers.
-    explicit PostgresStorage(std::string address, unsigned connections = 4);
+    explicit PostgresStorage(PostgresServer server, unsigned connections = 4);
     // Ends what was accepted.
     ~PostgresStorage() override;
 
@@ -45,7 +45,7 @@ class PostgresStorage final : public Storage {
     void add(PostgresJob job);
     void wake(PostgresConnection& connection, const std::set<std::string>& accounts);
 
-    const std::string _address;
+    const PostgresServer _server;
     const std::string _mark;  // of this process, before what it notifies of
     RememberedRows _remembered;
     PostgresQueue _queue;

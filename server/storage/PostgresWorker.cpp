@@ -10,19 +10,11 @@ constexpr std::chrono::milliseconds waitForServer(250);
 constexpr int attemptsAgainstOthers = 60;
 constexpr unsigned longestWaitForOthers = 30;  // milliseconds
 
-PostgresJobs takeOverdue(PostgresJobs& jobs) {
-    PostgresJobs overdue, rest;
-    for (auto& job : jobs)
-        (job.isOverdue() ? overdue : rest).push_back(std::move(job));
-    jobs = std::move(rest);
-    return overdue;
-}
-
 }  // namespace
 
-PostgresWorker::PostgresWorker(const std::string& address, PostgresQueue& queue, RememberedRows& remembered,
+PostgresWorker::PostgresWorker(const PostgresServer& server, PostgresQueue& queue, RememberedRows& remembered,
                                PostgresTurn::Woken woken, std::unique_ptr<PostgresConnection> connection)
-    : _address(address),
+    : _server(server),
       _queue(queue),
       _remembered(remembered),
       _woken(std::move(woken)),
@@ -36,15 +28,15 @@ void PostgresWorker::run(const std::function<void()>& reached) {
         _conflicts = 0;
         while (!turn->jobs.empty())
             if (reach(turn->jobs)) attempt(*turn);
-        if (!isAlone && isConnected()) reached();
         _queue.endTurn(kind, isAlone);
+        if (!isAlone && isConnected()) reached();
     }
 }
 
 bool PostgresWorker::reach(PostgresJobs& jobs) {
     if (isConnected()) return true;
     try {
-        _connection = std::make_unique<PostgresConnection>(_address);
+        _connection = std::make_unique<PostgresConnection>(_server);
         return true;
     } catch (const StorageFailure& failure) {
         for (auto overdue : {takeOverdue(jobs), _queue.takeOverdue()})

@@ -14,10 +14,10 @@ namespace zun::cloud {
 
 class PostgresWorker {
   public:
-    PostgresWorker(const std::string& address, PostgresQueue& queue, RememberedRows& remembered,
+    PostgresWorker(const PostgresServer& server, PostgresQueue& queue, RememberedRows& remembered,
                    PostgresTurn::Woken woken, std::unique_ptr<PostgresConnection> connection = nullptr);
-    // Until the queue ends. `reached` runs after each turn, but for those of one job done alone, that found the server
-    // well.
+    // Until the queue ends. `reached` runs after each turn that found the server well, but for those of one job done
+    // alone.
     void run(const std::function<void()>& reached);
 
   private:
@@ -32,7 +32,7 @@ class PostgresWorker {
     void meetConflict(Turn& turn, const StorageFailure& conflict);
     void meetFailure(Turn& turn, const StorageFailure& failure);
 
-    const std::string& _address;
+    const PostgresServer& _server;
     PostgresQueue& _queue;
     RememberedRows& _remembered;
     const PostgresTurn::Woken _woken;

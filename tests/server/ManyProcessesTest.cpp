@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <atomic>
+#include <latch>
 #include <map>
 #include <random>
 #include <set>
@@ -27,9 +28,10 @@ class ManyProcesses : public testing::Test {
     void SetUp() override {
         ASSERT_TRUE(PostgresCluster::isAvailable()) << "PostgreSQL is not installed";
         address = PostgresCluster::shared().makeDatabase();
-        first = std::make_unique<ServiceWorld>(std::make_unique<PostgresStorage>(address, 3), quickOptions(), 1);
-        second = std::make_unique<ServiceWorld>(askedInLoops(std::make_unique<PostgresStorage>(address, 3)),
-                                                quickOptions(), 2);
+        first = std::make_unique<ServiceWorld>(std::make_unique<PostgresStorage>(PostgresServer{address}, 3),
+                                               quickOptions(), 1);
+        second = std::make_unique<ServiceWorld>(
+            askedInLoops(std::make_unique<PostgresStorage>(PostgresServer{address}, 3)), quickOptions(), 2);
     }
     void TearDown() override {
         if (!first) return;
@@ -108,7 +110,6 @@ TEST_F(ManyProcesses, WriteToOneShareAtTheSameTime) {
     other.join();
 }
 
-// A server that crashes under load: whatever was answered as saved is there afterwards, and the feed has no hole.
 // What one remembers of rows may be what another one has changed since, or made, or erased.
 TEST_F(ManyProcesses, WriteOverWhatIsThereAndNotOverWhatTheyRemember) {
     constexpr const char* account = "a";
@@ -148,6 +149,7 @@ TEST_F(ManyProcesses, WriteOverWhatIsThereAndNotOverWhatTheyRemember) {
     EXPECT_EQ(add(*second, "r", 0), "") << "what is remembered of an account that was deleted is of no use";
 }
 
+// A server that crashes under load: whatever was answered as saved is there afterwards, and the feed has no hole.
 TEST_F(ManyProcesses, SurviveARestartOfTheDatabaseUnderLoad) {
     const TestDevice here(*first, "anna"), there(*second, "bert");
     for (const auto* device : {&here, &there})
@@ -182,6 +184,51 @@ TEST_F(ManyProcesses, SurviveARestartOfTheDatabaseUnderLoad) {
             found.insert(record.recordID.recordName);
         EXPECT_TRUE(std::includes(found.begin(), found.end(), acknowledged->begin(), acknowledged->end()));
     }
+}
+
+// On a local socket nobody says that the other side has stopped: neither requests nor the end of the program wait for
+// it for ever.
+TEST_F(ManyProcesses, GiveUpADatabaseThatStandsStill) {
+    using namespace std::chrono_literals;
+    const PostgresServer impatient{address + " connect_timeout=2", 300ms};
+    std::vector<std::unique_ptr<Storage>> storages;
+    storages.push_back(std::make_unique<PostgresStorage>(impatient, 2));
+    storages.push_back(askedInLoops(std::make_unique<PostgresStorage>(impatient, 2)));
+    const auto put = [](Transaction& rows) {
+        rows.put("a", Table::Record, "r", "x");
+        return Storage::Ending::Commit;
+    };
+    const auto get = [](Transaction& rows) {
+        (void)rows.get("a", Table::Record, "r");
+        return Storage::Ending::Rollback;
+    };
+    for (const auto& storage : storages)
+        writeAndWait(*storage, put);
+    std::atomic<int> refused{0};
+    std::latch ended(4);
+    const auto note = [&](const std::optional<StorageFailure>& failure) {
+        refused += failure ? 1 : 0;
+        ended.count_down();
+    };
+    {
+        const auto stillness = PostgresCluster::shared().standStill();
+        for (const auto& storage : storages) {
+            storage->write(put, note);
+            storage->read(get, note);
+        }
+        ended.wait();
+        EXPECT_EQ(refused, 4);
+        // What ends with it has not been answered either.
+        for (const auto& storage : storages)
+            storage->read(get, [](const auto&) {});
+        std::vector<std::jthread> ends;
+        for (auto& storage : storages)
+            ends.emplace_back([&storage] { storage.reset(); });
+    }
+    writeAndWait(*first->storage, [](Transaction& rows) {
+        rows.erase("a", Table::Record, "r");
+        return Storage::Ending::Commit;
+    });
 }
 
 }  // namespace

@@ -5,8 +5,11 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
+#include <fstream>
+#include <utility>
 
 namespace zun::cloud {
 namespace {
@@ -78,6 +81,29 @@ void PostgresCluster::start() {
 void PostgresCluster::restart() {
     control("-m immediate stop");
     start();
+}
+
+// The first of them starts no others once it has stopped.
+PostgresCluster::Stillness PostgresCluster::standStill() {
+    int postmaster = 0;
+    std::ifstream(_folder / "data" / "postmaster.pid") >> postmaster;
+    if (postmaster <= 1 || ::kill(postmaster, SIGSTOP) != 0) std::abort();
+    std::vector<int> processes{postmaster};
+    const auto process = "/proc/" + std::to_string(postmaster);
+    std::ifstream children(process + "/task/" + std::to_string(postmaster) + "/children");
+    for (int child = 0; children >> child;)
+        processes.push_back(child);
+    return Stillness(std::move(processes));
+}
+
+PostgresCluster::Stillness::Stillness(std::vector<int> processes) : _processes(std::move(processes)) {
+    for (const int process : _processes)
+        (void)::kill(process, SIGSTOP);
+}
+
+PostgresCluster::Stillness::~Stillness() {
+    for (const int process : _processes)
+        (void)::kill(process, SIGCONT);
 }
 
 std::string PostgresCluster::addressOf(const std::string& database) const {

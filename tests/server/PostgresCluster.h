@@ -6,6 +6,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace zun::cloud {
 
@@ -25,6 +26,18 @@ class PostgresCluster {
     [[nodiscard]] std::string makeDatabase();
     // As after a crash: connections break, what was committed is there.
     void restart();
+    // Its processes are there and do nothing, as on a machine that is out of breath, until this ends.
+    class Stillness {
+      public:
+        explicit Stillness(std::vector<int> processes);
+        ~Stillness();
+        Stillness(const Stillness&) = delete;
+        Stillness& operator=(const Stillness&) = delete;
+
+      private:
+        const std::vector<int> _processes;
+    };
+    [[nodiscard]] Stillness standStill();
 
   private:
     void start();

@@ -108,7 +108,7 @@ template <Asked asked>
 class PostgresPlace final : public StoragePlace {
   public:
     std::unique_ptr<Storage> open() override {
-        auto storage = std::make_unique<PostgresStorage>(_address, 4);
+        auto storage = std::make_unique<PostgresStorage>(PostgresServer{_address}, 4);
         if constexpr (asked == Asked::ByAnyone) return storage;
         return askedInLoops(std::move(storage));
     }
