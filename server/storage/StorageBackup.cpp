@@ -1,6 +1,7 @@
 #include "server/storage/StorageBackup.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 #include <array>
@@ -8,7 +9,9 @@
 #include <cstdlib>
 #include <cstring>
 #include <fstream>
+#include <optional>
 #include <system_error>
+#include <vector>
 
 #include "platform/foundation/DurableFile.h"
 #include "server/storage/SqliteConnection.h"
@@ -38,28 +41,49 @@ void checkTarget(const std::filesystem::path& file) {
         throw StorageFailure(file.string() + " is there and is no earlier backup: it stays as it is");
 }
 
+constexpr std::string_view partialEnd = ".partial-", unique = "XXXXXX";
+
+void removeDatabase(const std::filesystem::path& file) {
+    std::error_code ignored;
+    for (const auto* end : {"", "-journal", "-wal", "-shm"})
+        std::filesystem::remove(file.string() + end, ignored);
+}
+
+// What backups to this file have left that were killed. Those that are being written are locked.
+void removeAbandoned(const std::filesystem::path& file) {
+    const auto beginning = file.filename().string() + std::string(partialEnd);
+    std::vector<std::filesystem::path> found;
+    std::error_code ignored;
+    for (const auto& entry :
+         std::filesystem::directory_iterator(std::filesystem::absolute(file).parent_path(), ignored))
+        if (const auto name = entry.path().filename().string();
+            name.starts_with(beginning) && name.size() == beginning.size() + unique.size())
+            found.push_back(entry.path());
+    for (const auto& partial : found) {
+        const FileDescriptor left(::open(partial.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
+        if (left.isOpen() && ::flock(left.number(), LOCK_EX | LOCK_NB) == 0) removeDatabase(partial);
+    }
+}
+
 // A file of a name that nothing else has, beside the one that it is to become. Gone with the object if it did not.
 class Partial {
   public:
-    explicit Partial(const std::filesystem::path& file) : _file(file) {
-        std::string name = file.string() + ".partial-XXXXXX";
-        const FileDescriptor made(::mkostemp(name.data(), O_CLOEXEC));
-        if (!made.isOpen()) throw StorageFailure("cannot write " + file.string() + ": " + std::strerror(errno));
-        _partial = name;
+    explicit Partial(const std::filesystem::path& file)
+        : _file(file), _name(file.string() + std::string(partialEnd) + std::string(unique)) {
+        removeAbandoned(file);
+        _lock.emplace(::mkostemp(_name.data(), O_CLOEXEC));
+        if (!_lock->isOpen() || ::flock(_lock->number(), LOCK_EX | LOCK_NB) != 0)
+            throw StorageFailure("cannot write " + file.string() + ": " + std::strerror(errno));
     }
-    ~Partial() {
-        std::error_code ignored;
-        for (const auto* end : {"", "-journal", "-wal", "-shm"})
-            std::filesystem::remove(_partial.string() + end, ignored);
-    }
+    ~Partial() { removeDatabase(_name); }
     Partial(const Partial&) = delete;
     Partial& operator=(const Partial&) = delete;
 
-    [[nodiscard]] const std::filesystem::path& path() const { return _partial; }
+    [[nodiscard]] std::filesystem::path path() const { return _name; }
 
     void becomeWhole() {
         std::error_code error;
-        std::filesystem::rename(_partial, _file, error);
+        std::filesystem::rename(_name, _file, error);
         if (error) throw StorageFailure("cannot write " + _file.string() + ": " + error.message());
         const auto folder = std::filesystem::absolute(_file).parent_path();
         const FileDescriptor directory(::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
@@ -69,7 +93,8 @@ class Partial {
 
   private:
     const std::filesystem::path _file;
-    std::filesystem::path _partial;
+    std::string _name;
+    std::optional<FileDescriptor> _lock;
 };
 
 }  // namespace

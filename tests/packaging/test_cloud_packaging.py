@@ -125,8 +125,10 @@ class Installed(unittest.TestCase):
         begin(data)
         places.mkdir()
         command = [PROGRAM, "backup", "--data", data]
+        (places / "backup.partial-killed").write_text("what was written when its power went")
         for _ in range(2):
             run(*command, places / "backup")
+        self.assertEqual([each.name for each in places.iterdir()], ["backup"])
         (places / "text").write_text("a letter")
         (places / "link").symlink_to("backup")
         os.mkfifo(places / "pipe")
