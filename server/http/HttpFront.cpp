@@ -31,7 +31,6 @@ using asio::local::stream_protocol;
 using boost::system::error_code;
 
 constexpr int oneThread = 1;
-constexpr std::string_view localPrefix = "unix:";
 constexpr std::chrono::milliseconds waitAfterFailure(100);
 
 struct Address {

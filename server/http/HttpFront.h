@@ -10,11 +10,15 @@
 #include <functional>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "server/model/CloudService.h"
 
 namespace zun::cloud {
+
+// Of the address of a local socket; its path follows.
+inline constexpr std::string_view localPrefix = "unix:";
 
 struct HttpOptions {
     // "HOST:PORT", "[::1]:PORT" or "unix:PATH". Port 0 takes any that is free.

@@ -7,10 +7,10 @@
 #include <filesystem>
 #include <string_view>
 
+#include "server/http/HttpFront.h"
+
 namespace zun::cloud {
 namespace {
-
-constexpr std::string_view localPrefix = "unix:";
 
 // A number that is too large is cut to 16 bits further on, and another port would answer.
 bool isPort(std::string_view word) {

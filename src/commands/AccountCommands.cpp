@@ -1,9 +1,9 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <atomic>
 #include <boost/json.hpp>
 
+#include "commands/Await.h"
 #include "commands/CloudCommands.h"
 #include "commands/CloudSentences.h"
 #include "commands/TerminalText.h"
@@ -13,23 +13,6 @@ namespace zun {
 namespace {
 
 namespace json = boost::json;
-
-// Starts what answers once, on any thread, and waits for the answer.
-template <class Answer>
-Answer await(CloudAccess& cloud, const std::function<void(std::function<void(Answer)>)>& start) {
-    struct Mailbox {
-        std::atomic<bool> isThere = false;
-        Answer answer;
-    };
-    const auto mailbox = std::make_shared<Mailbox>();
-    start([mailbox, &dispatch = cloud.dispatch](Answer answer) {
-        mailbox->answer = std::move(answer);
-        mailbox->isThere = true;
-        dispatch.notify();
-    });
-    cloud.dispatch.waitUntil([mailbox] { return mailbox->isThere.load(); });
-    return mailbox->answer;
-}
 
 OptionalError awaitDone(CloudAccess& cloud, const std::function<void(AccountClient::Done)>& start) {
     return await<OptionalError>(cloud, start);

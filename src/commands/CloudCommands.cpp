@@ -2,9 +2,9 @@
 
 #include <fmt/format.h>
 
-#include <atomic>
 #include <boost/json.hpp>
 
+#include "commands/Await.h"
 #include "commands/CloudSentences.h"
 #include "commands/TerminalText.h"
 #include "platform/foundation/ISO8601.h"
@@ -17,21 +17,6 @@ namespace json = boost::json;
 
 std::string_view nameOf(KeptReason reason) {
     return reason == KeptReason::Replaced ? "replaced" : "deleted";
-}
-
-SyncOutcome awaitSync(CloudAccess& cloud) {
-    struct Answer {
-        std::atomic<bool> isThere = false;
-        SyncOutcome outcome;
-    };
-    const auto answer = std::make_shared<Answer>();
-    cloud.sync([answer, &dispatch = cloud.dispatch](const SyncOutcome& outcome) {
-        answer->outcome = outcome;
-        answer->isThere = true;
-        dispatch.notify();
-    });
-    cloud.dispatch.waitUntil([answer] { return answer->isThere.load(); });
-    return answer->outcome;
 }
 
 // `why` is empty if it went well.
@@ -87,7 +72,7 @@ int syncCommand(CommandContext& context, CloudAccess& cloud) {
     // A pass would end well and move nothing.
     if (account && !cloud.settings.onGetCloudKitStatus())
         return answerSync(context, {}, "Sync is switched off on this computer: zunctl cloud on.");
-    const auto outcome = awaitSync(cloud);
+    const auto outcome = await<SyncOutcome>(cloud, cloud.sync);
     if (outcome.ending == SyncOutcome::Ending::Done) {
         cloud.failureFile.remove();
         return answerSync(context, outcome.traffic, {});
