@@ -78,7 +78,13 @@ std::string sentenceAbout(const CKError& error, CloudStep step) {
 
 std::string sentenceAbout(const SyncOutcome& outcome) {
     if (outcome.ending == SyncOutcome::Ending::Hindered) return "The sync could not begin: " + outcome.hindrance + ".";
-    if (outcome.error) return sentenceAbout(*outcome.error);
+    if (outcome.error) {
+        const auto& error = mostTelling(*outcome.error);
+        if (outcome.error->code == CKErrorCode::PartialFailure && error.code == CKErrorCode::UnknownItem)
+            return "Some of what was changed here is no longer at the service. What was deleted on another device is "
+                   "gone here, too, and kept: zunctl conflicts.";
+        return sentenceAbout(error);
+    }
     switch (outcome.ending) {
         case SyncOutcome::Ending::TimedOut:
             return "The sync took too long.";

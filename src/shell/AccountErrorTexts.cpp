@@ -46,7 +46,10 @@ std::string_view refusalKey(CKErrorCode code, AccountWork during, const std::str
 
 }  // namespace
 
-std::string accountErrorText(const CKError& error, AccountWork during, const LocalizedStrings& strings) {
+std::string accountErrorText(const CKError& whole, AccountWork during, const LocalizedStrings& strings) {
+    const auto& error = mostTelling(whole);
+    if (whole.code == CKErrorCode::PartialFailure && error.code == CKErrorCode::UnknownItem)
+        return strings.string("Account_Error_Gone");
     const bool isBusy = error.code == CKErrorCode::ServiceUnavailable || error.code == CKErrorCode::ZoneBusy;
     if (isBusy || error.code == CKErrorCode::RequestRateLimited) {
         const auto seconds = static_cast<std::int64_t>(std::ceil(std::clamp(error.retryAfter(), 1.0, 86400.0)));

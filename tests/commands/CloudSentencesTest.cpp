@@ -43,6 +43,20 @@ TEST(CloudSentences, SayFirstWhatItMeansAndThenWhatTheServiceSaid) {
     }
 }
 
+// Several reminders go up together, and what is wrong with one of them fails the others, too.
+TEST(CloudSentences, APartialFailureIsToldByTheItemThatSaysMost) {
+    CKError error{CKErrorCode::PartialFailure, "some items failed", {}};
+    auto& items = error.userInfo.CKPartialErrorsByItemIDKey;
+    const auto sentence = [&] { return sentenceAbout(SyncOutcome{SyncOutcome::Ending::Failed, error, {}}); };
+    EXPECT_THAT(sentence(), HasSubstr("(some items failed)"));
+    items[{"a", {}}] = {CKErrorCode::BatchRequestFailed, "", {}};
+    items[{"b", {}}] = {CKErrorCode::UnknownItem, "", {}};
+    EXPECT_THAT(sentence(), HasSubstr("zunctl conflicts"));
+    items[{"c", {}}] = {CKErrorCode::QuotaExceeded, "", {}};
+    items[{"d", {}}] = {CKErrorCode::UnknownItem, "", {}};
+    EXPECT_EQ(sentence(), "The account at the service is full.");
+}
+
 TEST(CloudSentences, AnAddressIsRefusedForWhatIsWrongWithIt) {
     EXPECT_THAT(sentenceAboutAddress("http://192.0.2.2:8480"),
                 AllOf(HasSubstr("only for a service on this computer"), HasSubstr("https://192.0.2.2:8480")));

@@ -62,4 +62,16 @@ struct CKError {
 
 using OptionalError = std::optional<CKError>;
 
+// What a person should hear of a partial failure: the error of the item that says most. Others are their own.
+[[nodiscard]] inline const CKError& mostTelling(const CKError& error) {
+    const CKError* found = &error;
+    for (const auto& [item, failure] : error.userInfo.CKPartialErrorsByItemIDKey) {
+        // These failed for another one's sake.
+        if (failure.code == CKErrorCode::BatchRequestFailed) continue;
+        // One of many that is not there any more is usual.
+        if (found == &error || found->code == CKErrorCode::UnknownItem) found = &failure;
+    }
+    return *found;
+}
+
 }  // namespace zun
